@@ -1,0 +1,34 @@
+# Thin wrapper over CMake. Every target first makes sure the build dependencies are there.
+JOBS ?= $(shell nproc)
+CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
+
+.PHONY: all build run test test-sanitize bench deps format clean
+
+all: build
+
+deps:
+	@sh .ci/deps
+
+build: deps
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
+	cmake --build build -j $(JOBS)
+
+run: build
+	./build/bin/korb info
+
+test: build
+	cd build && ctest $(CTEST_FLAGS)
+
+test-sanitize: deps
+	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORB_SANITIZE=ON
+	cmake --build build-asan -j $(JOBS)
+	cd build-asan && ctest $(CTEST_FLAGS)
+
+bench: build
+	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+
+format:
+	find include frame core cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+
+clean:
+	rm -rf build build-asan

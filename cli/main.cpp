@@ -1,0 +1,99 @@
+// korb: the command-line front end. A plain client of the public headers and libkorb_def.so.
+//
+//   korb <family> <action> [options]
+//
+// Text output by default. A usage error prints one line to standard error and exits with 2; a
+// library status is printed with its name and exits with 1.
+#include <korb/frame.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+constexpr int kExitUsage = 2;
+
+const char *class_name(int c) {
+    switch (c) {
+        case KORB_CPU_GENERIC:
+            return "x86-64";
+        case KORB_CPU_X86_64_V2:
+            return "x86-64-v2";
+        case KORB_CPU_AVX:
+            return "avx";
+        case KORB_CPU_X86_64_V3:
+            return "x86-64-v3";
+        case KORB_CPU_X86_64_V4:
+            return "x86-64-v4";
+        case KORB_CPU_RESERVED:
+            return "reserved";
+        default:
+            return "unknown";
+    }
+}
+
+bool wants_help(int argc, char **argv) {
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) return true;
+    }
+    return false;
+}
+
+int usage_error(const char *what, const char *arg) {
+    std::fprintf(stderr, "korb: %s '%s' (see 'korb --help')\n", what, arg);
+    return kExitUsage;
+}
+
+int cmd_info(int argc, char **argv) {
+    if (wants_help(argc, argv)) {
+        std::puts(
+            "usage: korb info\n"
+            "Prints the library version, the class the kernel library serves and the\n"
+            "processor class decided for this process (KORB_DEBUG_CPU_TYPE=0..5 forces it).");
+        return 0;
+    }
+    if (argc > 0) return usage_error("info takes no arguments, got", argv[0]);
+    int forced = 0;
+    int cls = korbGetCpuType(&forced);
+    int lib = dll_cpu_version();
+    std::printf("korb %s\n", korbGetVersion());
+    std::printf("kernel library class: %d (%s)\n", lib, class_name(lib));
+    std::printf("processor class: %d (%s), %s\n", cls, class_name(cls),
+                forced ? "forced by KORB_DEBUG_CPU_TYPE" : "detected");
+    return 0;
+}
+
+struct Command {
+    const char *name;
+    int (*run)(int argc, char **argv);  // arguments after the command name
+    const char *summary;
+};
+
+constexpr Command kCommands[] = {
+    {"info", cmd_info, "library version and processor classes"},
+};
+
+void print_help() {
+    std::puts("usage: korb <family> <action> [options]\n\ncommands:");
+    for (const Command &c : kCommands) std::printf("  %-10s %s\n", c.name, c.summary);
+    std::puts("\n'korb <command> --help' tells more.");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 2) {
+        std::fputs("korb: missing command (see 'korb --help')\n", stderr);
+        return kExitUsage;
+    }
+    std::string_view first = argv[1];
+    if (first == "--help" || first == "-h" || first == "help") {
+        print_help();
+        return 0;
+    }
+    for (const Command &c : kCommands) {
+        if (first == c.name) return c.run(argc - 2, argv + 2);
+    }
+    return usage_error("unknown command", argv[1]);
+}
