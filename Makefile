@@ -22,7 +22,8 @@ test: build
 test-sanitize: deps
 	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORB_SANITIZE=ON
 	cmake --build build-asan -j $(JOBS)
-	cd build-asan && ctest $(CTEST_FLAGS)
+	cd build-asan && ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 \
+	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest $(CTEST_FLAGS)
 
 bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true

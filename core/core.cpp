@@ -3,6 +3,7 @@
 #include "korb_core.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
@@ -26,6 +27,7 @@ bool injected_failure() {
 
 void *aligned_block(size_t size, int alignment) {
     if (alignment <= 0 || (alignment & (alignment - 1)) != 0) return nullptr;
+    if (size > static_cast<size_t>(PTRDIFF_MAX)) return nullptr;
     if (injected_failure()) return nullptr;
     size_t align = alignment < 16 ? 16 : static_cast<size_t>(alignment);
     void *p = nullptr;

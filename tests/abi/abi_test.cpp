@@ -1,0 +1,95 @@
+// The built kernel library as its users see it: loaded with dlopen, used through exported names.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kLibDir = KORB_LIB_DIR;
+
+template <class Fn>
+Fn symbol(void *lib, const char *name) {
+    void *p = dlsym(lib, name);
+    EXPECT_NE(p, nullptr) << name;
+    return reinterpret_cast<Fn>(p);
+}
+
+// A scratch directory holding a copy of the kernel library and, optionally, a core library.
+class ScratchLibDir {
+public:
+    explicit ScratchLibDir(const char *core) {
+        dir_ = fs::temp_directory_path() / ("korb_abi_" + std::to_string(getpid()));
+        fs::create_directories(dir_);
+        fs::copy_file(kLibDir / "libkorb_def.so", dir_ / "libkorb_def.so",
+                      fs::copy_options::overwrite_existing);
+        if (core != nullptr) {
+            fs::copy_file(core, dir_ / "libkorb_core.so", fs::copy_options::overwrite_existing);
+        }
+    }
+    ~ScratchLibDir() { fs::remove_all(dir_); }
+    std::string kernel() const { return (dir_ / "libkorb_def.so").string(); }
+
+private:
+    fs::path dir_;
+};
+
+void stdout_to_stderr() {
+    std::fflush(stdout);
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
+TEST(KernelLibrary, ServesTheGenericClassAndFindsItsCoreLibraryBesideIt) {
+    void *lib = dlopen((kLibDir / "libkorb_def.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(lib, nullptr) << dlerror();
+    EXPECT_EQ(symbol<int (*)()>(lib, "dll_cpu_version")(), 0);
+    EXPECT_EQ(dlopen("libkorb_core.so", RTLD_NOW | RTLD_NOLOAD), nullptr);
+
+    auto alloc = symbol<void *(*)(size_t, int)>(lib, "korbAlignedAlloc");
+    auto release = symbol<void (*)(void *)>(lib, "korbAlignedFree");
+    void *p = alloc(256, 128);
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 128, 0u);
+    release(p);
+    void *core = dlopen("libkorb_core.so", RTLD_NOW | RTLD_NOLOAD);
+    EXPECT_NE(core, nullptr) << "the core library should have been loaded from " << kLibDir;
+    if (core != nullptr) dlclose(core);
+}
+
+TEST(KernelLibraryDeathTest, WithoutCoreLibraryAnAllocationIsFatal) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ScratchLibDir dir(nullptr);
+    EXPECT_EXIT(
+        {
+            stdout_to_stderr();
+            void *lib = dlopen(dir.kernel().c_str(), RTLD_NOW | RTLD_LOCAL);
+            if (lib == nullptr) std::exit(90);
+            symbol<void *(*)(size_t, int)>(lib, "korbMalloc")(64, 64);
+            std::exit(91);
+        },
+        testing::ExitedWithCode(1), "^KORB FATAL ERROR: Cannot load libkorb_core\\.so\\.\n$");
+}
+
+TEST(KernelLibraryDeathTest, CoreLibraryWithoutTheFunctionIsFatal) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ScratchLibDir dir(KORB_FAKE_CORE);
+    EXPECT_EXIT(
+        {
+            stdout_to_stderr();
+            void *lib = dlopen(dir.kernel().c_str(), RTLD_NOW | RTLD_LOCAL);
+            if (lib == nullptr) std::exit(90);
+            void *p = symbol<void *(*)(size_t, int)>(lib, "korbMalloc")(64, 64);
+            if (p == nullptr) std::exit(92);
+            symbol<void (*)(void *)>(lib, "korbFree")(p);
+            std::exit(91);
+        },
+        testing::ExitedWithCode(1),
+        "^KORB FATAL ERROR on loading the function korb_serv_free\\.\n$");
+}
+
+}  // namespace

@@ -1,0 +1,38 @@
+#!/bin/sh
+# Installs the build tree into a scratch prefix, then builds and runs a small consumer twice:
+# with CMake's find_package(korb) and with pkg-config. The installed korb command runs too.
+# usage: install_test.sh <build dir> <consumer source dir> <scratch dir> [extra compiler flags]
+set -eu
+build=$1
+src=$2
+scratch=$3
+flags=${4:-}
+
+rm -rf "$scratch"
+prefix=$scratch/prefix
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+libdir=$(dirname "$(find "$prefix" -name libkorb_def.so | head -n 1)")
+[ -f "$libdir/libkorb_core.so" ] || { echo "libkorb_core.so not installed beside the kernel"; exit 1; }
+[ -f "$prefix/include/korb/frame.h" ] || { echo "headers not installed"; exit 1; }
+
+# The installed command finds its library through its run path.
+"$prefix/bin/korb" info | grep -q '^kernel library class: 0'
+
+# CMake package.
+cmake -S "$src" -B "$scratch/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_C_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" >/dev/null
+cmake --build "$scratch/cmake-build" >/dev/null
+"$scratch/cmake-build/consumer"
+
+# pkg-config, with the tree moved elsewhere: the .pc file finds its prefix from its own place.
+mv "$prefix" "$scratch/moved"
+moved_libdir=$scratch/moved/${libdir#"$prefix"/}
+PKG_CONFIG_PATH=$moved_libdir/pkgconfig
+export PKG_CONFIG_PATH
+# shellcheck disable=SC2046,SC2086
+cc -std=c99 -Wall -Werror $flags $(pkg-config --cflags korb) "$src/main.c" -o "$scratch/pc-consumer" \
+    $(pkg-config --libs korb) -Wl,-rpath,"$moved_libdir"
+"$scratch/pc-consumer"
+rm -rf "$scratch"
+echo "1 passed, 0 failed"
