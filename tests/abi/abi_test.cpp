@@ -22,7 +22,7 @@ Fn symbol(void *lib, const char *name) {
 
 // A scratch directory holding a copy of the kernel library and, optionally, a core library.
 class ScratchLibDir {
-public:
+  public:
     explicit ScratchLibDir(const char *core) {
         dir_ = fs::temp_directory_path() / ("korb_abi_" + std::to_string(getpid()));
         fs::create_directories(dir_);
@@ -35,7 +35,7 @@ public:
     ~ScratchLibDir() { fs::remove_all(dir_); }
     std::string kernel() const { return (dir_ / "libkorb_def.so").string(); }
 
-private:
+  private:
     fs::path dir_;
 };
 

@@ -10,7 +10,9 @@
 
 namespace {
 
-bool aligned(const void *p, uintptr_t a) { return reinterpret_cast<uintptr_t>(p) % a == 0; }
+bool aligned(const void *p, uintptr_t a) {
+    return reinterpret_cast<uintptr_t>(p) % a == 0;
+}
 
 TEST(CoreServices, HonourEveryPowerOfTwoAlignment) {
     for (int a = 1; a <= 8192; a *= 2) {
@@ -83,7 +85,7 @@ TEST(FailureInjection, ZeroFailsTheNextAndNegativeTurnsItOff) {
 
 TEST(FailureInjection, RefusedRequestsDoNotConsumeTheCountdown) {
     korb_serv_fail_after(0);
-    EXPECT_EQ(korb_serv_malloc(8, 3), nullptr);  // bad alignment: refused before the countdown
+    EXPECT_EQ(korb_serv_malloc(8, 3), nullptr);   // bad alignment: refused before the countdown
     EXPECT_EQ(korb_serv_malloc(8, 64), nullptr);  // the injected failure
     void *p = korb_serv_malloc(8, 64);
     EXPECT_NE(p, nullptr);

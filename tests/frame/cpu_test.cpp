@@ -53,7 +53,9 @@ TEST(CpuDetect, AgreesWithTheCompilersFeatureProbe) {
     EXPECT_EQ(korb::frame::detect_cpu_class(), expected);
 }
 
-TEST(CpuType, KernelLibraryServesTheGenericClass) { EXPECT_EQ(dll_cpu_version(), 0); }
+TEST(CpuType, KernelLibraryServesTheGenericClass) {
+    EXPECT_EQ(dll_cpu_version(), 0);
+}
 
 // The environment is read once per process, so each case runs in a fresh one and reports
 // (class * 10 + forced) through its exit code.
@@ -77,12 +79,10 @@ TEST(CpuTypeDeathTest, EnvironmentOverride) {
     EXPECT_EXIT(std::exit(class_in_fresh_process("5")), testing::ExitedWithCode(51), "");
     EXPECT_EXIT(std::exit(class_in_fresh_process("abc")), testing::ExitedWithCode(detected * 10),
                 "");
-    EXPECT_EXIT(std::exit(class_in_fresh_process("6")), testing::ExitedWithCode(detected * 10),
+    EXPECT_EXIT(std::exit(class_in_fresh_process("6")), testing::ExitedWithCode(detected * 10), "");
+    EXPECT_EXIT(std::exit(class_in_fresh_process("7")), testing::ExitedWithCode(detected * 10), "");
+    EXPECT_EXIT(std::exit(class_in_fresh_process(nullptr)), testing::ExitedWithCode(detected * 10),
                 "");
-    EXPECT_EXIT(std::exit(class_in_fresh_process("7")), testing::ExitedWithCode(detected * 10),
-                "");
-    EXPECT_EXIT(std::exit(class_in_fresh_process(nullptr)),
-                testing::ExitedWithCode(detected * 10), "");
 }
 
 }  // namespace

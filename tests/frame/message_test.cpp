@@ -22,8 +22,9 @@ TEST(MessageTable, FrameRowsHaveTheirExactTexts) {
         {2, "KORB FATAL ERROR: Cannot load %s or %s."},
         {3, "KORB FATAL ERROR on loading the function %s."},
         {4, "KORB WARNING: KORB_DEBUG_CPU_TYPE=%d not convenient for this processor."},
-        {5, "KORB WARNING: library %s (KORB type %d) not convenient for this processor (KORB "
-            "type %d)."},
+        {5,
+         "KORB WARNING: library %s (KORB type %d) not convenient for this processor (KORB "
+         "type %d)."},
         {6, "KORB ERROR: Parameter %d was incorrect on entry to %s."},
         {7, "KORB INTERNAL ERROR: Condition %d detected in function %s."},
         {8, "KORB INTERNAL ERROR: Not enough work memory in function %s."},
@@ -65,8 +66,8 @@ TEST(MessagePrinter, UnknownNumberPrintsAnEmptyLine) {
 // Message 3 adds 42 characters to its argument, so an argument of 470 fills the buffer exactly.
 TEST(MessagePrinter, TextOfExactlyTheBufferSizeIsPrinted) {
     const std::string name(KORB_MSG_BUFFER_SIZE - 42, 'f');
-    std::string out = capture_stdout(
-        [&] { korbMessage(4, KORB_MSG_FUNCTION_MISSING, 1, name.c_str()); });
+    std::string out =
+        capture_stdout([&] { korbMessage(4, KORB_MSG_FUNCTION_MISSING, 1, name.c_str()); });
     EXPECT_EQ(out.size(), static_cast<size_t>(KORB_MSG_BUFFER_SIZE) + 1);
 }
 
@@ -86,11 +87,11 @@ TEST(MessagePrinterDeathTest, OverflowEndsTheProcessWithCode8) {
 // A catalogue made with gencat, found through NLSPATH: its entries replace the built-in texts
 // (entry n + 1 holds message n), and messages it lacks fall back to the table.
 class MessageCatalogueDeathTest : public testing::Test {
-protected:
+  protected:
     void SetUp() override {
         GTEST_FLAG_SET(death_test_style, "threadsafe");
-        dir_ = std::filesystem::temp_directory_path() /
-               ("korb_msg_test_" + std::to_string(getpid()));
+        dir_ =
+            std::filesystem::temp_directory_path() / ("korb_msg_test_" + std::to_string(getpid()));
         std::filesystem::create_directories(dir_);
         std::ofstream src(dir_ / "korb_msg.msg");
         src << "$set 1\n"
@@ -98,8 +99,8 @@ protected:
             << "2 Chargement impossible de %s.\\r\\n\n"
             << "4 Fonction %s introuvable.\n";
         src.close();
-        std::string cmd = "gencat " + (dir_ / "korb_msg.cat").string() + " " +
-                          (dir_ / "korb_msg.msg").string();
+        std::string cmd =
+            "gencat " + (dir_ / "korb_msg.cat").string() + " " + (dir_ / "korb_msg.msg").string();
         ASSERT_EQ(std::system(cmd.c_str()), 0) << cmd;
     }
     void TearDown() override { std::filesystem::remove_all(dir_); }

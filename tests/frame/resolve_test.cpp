@@ -16,7 +16,9 @@ namespace {
 using korb::frame::lookup_count;
 using korb::test::stdout_to_stderr;
 
-bool aligned(const void *p, uintptr_t a) { return reinterpret_cast<uintptr_t>(p) % a == 0; }
+bool aligned(const void *p, uintptr_t a) {
+    return reinterpret_cast<uintptr_t>(p) % a == 0;
+}
 
 TEST(ResolvedServices, AreLookedUpOnceAndKept) {
     korbFree(korbMalloc(8, 64));  // make sure the slots in use are filled
@@ -90,7 +92,8 @@ TEST(ResolveDeathTest, MissingCoreLibraryIsFatal) {
             stdout_to_stderr();
             korb::frame::load_core_module("libkorb_no_such_core.so");
         },
-        testing::ExitedWithCode(1), "^KORB FATAL ERROR: Cannot load libkorb_no_such_core\\.so\\.\n$");
+        testing::ExitedWithCode(1),
+        "^KORB FATAL ERROR: Cannot load libkorb_no_such_core\\.so\\.\n$");
 }
 
 TEST(ResolveDeathTest, MissingFunctionIsFatal) {
@@ -133,8 +136,8 @@ TEST(BlasProvider, MultipliesThroughTheResolvedDgemm) {
     float cf[4] = {};
     const int two = 2;
     const float onef = 1.0f, zerof = 0.0f;
-    korb::frame::korb_blas_sgemm("T", "N", &two, &two, &two, &onef, af, &two, bf, &two, &zerof,
-                                 cf, &two, 1, 1);
+    korb::frame::korb_blas_sgemm("T", "N", &two, &two, &two, &onef, af, &two, bf, &two, &zerof, cf,
+                                 &two, 1, 1);
     EXPECT_FLOAT_EQ(cf[0], 2);
     EXPECT_FLOAT_EQ(cf[1], 6);
     EXPECT_FLOAT_EQ(cf[2], 6);
