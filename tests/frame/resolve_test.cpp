@@ -78,13 +78,6 @@ TEST(FrameMemory, PassesAFailureThroughAsNull) {
     korbAlignedFree(nullptr);
 }
 
-TEST(FrameMemory, ImpossibleRequestsGiveNull) {
-    EXPECT_EQ(korbMalloc(SIZE_MAX - 64, 64), nullptr);
-    EXPECT_EQ(korbAlignedAlloc(16, 48), nullptr);
-    EXPECT_EQ(korbAlignedAlloc(16, 0), nullptr);
-    EXPECT_EQ(korbMalloc(16, -64), nullptr);
-}
-
 TEST(ResolveDeathTest, MissingCoreLibraryIsFatal) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
