@@ -7,7 +7,10 @@
 #include <filesystem>
 #include <string>
 
+#include "capture.h"
+
 namespace fs = std::filesystem;
+using korb::test::stdout_to_stderr;
 
 namespace {
 
@@ -33,16 +36,18 @@ class ScratchLibDir {
         }
     }
     ~ScratchLibDir() { fs::remove_all(dir_); }
-    std::string kernel() const { return (dir_ / "libkorb_def.so").string(); }
+
+    // An entry point of the copied kernel library; for death tests, so a failure exits with 90.
+    template <class Fn>
+    Fn entry(const char *name) const {
+        void *lib = dlopen((dir_ / "libkorb_def.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (lib == nullptr) std::exit(90);
+        return symbol<Fn>(lib, name);
+    }
 
   private:
     fs::path dir_;
 };
-
-void stdout_to_stderr() {
-    std::fflush(stdout);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-}
 
 TEST(KernelLibrary, ServesTheGenericClassAndFindsItsCoreLibraryBesideIt) {
     void *lib = dlopen((kLibDir / "libkorb_def.so").c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -67,9 +72,7 @@ TEST(KernelLibraryDeathTest, WithoutCoreLibraryAnAllocationIsFatal) {
     EXPECT_EXIT(
         {
             stdout_to_stderr();
-            void *lib = dlopen(dir.kernel().c_str(), RTLD_NOW | RTLD_LOCAL);
-            if (lib == nullptr) std::exit(90);
-            symbol<void *(*)(size_t, int)>(lib, "korbMalloc")(64, 64);
+            dir.entry<void *(*)(size_t, int)>("korbMalloc")(64, 64);
             std::exit(91);
         },
         testing::ExitedWithCode(1), "^KORB FATAL ERROR: Cannot load libkorb_core\\.so\\.\n$");
@@ -81,11 +84,9 @@ TEST(KernelLibraryDeathTest, CoreLibraryWithoutTheFunctionIsFatal) {
     EXPECT_EXIT(
         {
             stdout_to_stderr();
-            void *lib = dlopen(dir.kernel().c_str(), RTLD_NOW | RTLD_LOCAL);
-            if (lib == nullptr) std::exit(90);
-            void *p = symbol<void *(*)(size_t, int)>(lib, "korbMalloc")(64, 64);
+            void *p = dir.entry<void *(*)(size_t, int)>("korbMalloc")(64, 64);
             if (p == nullptr) std::exit(92);
-            symbol<void (*)(void *)>(lib, "korbFree")(p);
+            dir.entry<void (*)(void *)>("korbFree")(p);
             std::exit(91);
         },
         testing::ExitedWithCode(1),

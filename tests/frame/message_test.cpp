@@ -29,7 +29,7 @@ TEST(MessageTable, FrameRowsHaveTheirExactTexts) {
         {7, "KORB INTERNAL ERROR: Condition %d detected in function %s."},
         {8, "KORB INTERNAL ERROR: Not enough work memory in function %s."},
         {9, "KORB ERROR: Incompatible optional parameters on entry to %s."},
-        {10, std::string(79, '-').c_str()},
+        {10, nullptr},  // 79 dashes, below
         {760, "KORB FATAL ERROR: memory allocation error."},
     };
     const std::string dashes(79, '-');
