@@ -7,6 +7,8 @@
 #ifndef KORB_RNG_H
 #define KORB_RNG_H
 
+#include <stdint.h>
+
 #include "frame.h"
 
 #ifdef __cplusplus
@@ -41,6 +43,199 @@ extern "C" {
 #define BIX_ERROR_BAD_MEM_FORMAT (-1200)
 #define BIX_ERROR_GLOBAL_DATA_NOT_FOUND (-3000)
 #define BIX_ERROR_GLOBAL_DATA_TABLE_FULL (-3001)
+
+/*
+ * Generator ids. A current id is (registry row + 1) * 0x100000 plus the member number within a
+ * generator family in the low 20 bits. Ids below 0x100000 are the legacy numbering: 4 to 276 are
+ * Wichmann-Hill members 0 to 272, any other value is a row of the legacy table.
+ */
+#define BIX_BRNG_INC 0x100000
+#define BIX_BRNG_MCG31M1 0x100000
+#define BIX_BRNG_R250 0x200000
+#define BIX_BRNG_MRG32K3A 0x300000
+#define BIX_BRNG_MCG59 0x400000
+#define BIX_BRNG_WH 0x500000
+#define BIX_BRNG_SOBOL 0x600000
+#define BIX_BRNG_NIEDERR 0x700000
+#define BIX_BRNG_MT19937 0x800000
+#define BIX_BRNG_MT2203 0x900000
+#define BIX_BRNG_IABSTRACT 0xA00000
+#define BIX_BRNG_DABSTRACT 0xB00000
+#define BIX_BRNG_SABSTRACT 0xC00000
+#define BIX_BRNG_SFMT19937 0xD00000
+#define BIX_BRNG_NONDETERM 0xE00000
+
+/* Rows of the registry: the current table's capacity and built-in rows, the legacy table's size. */
+#define BIX_MAX_REG_BRNGS 512
+#define BIX_NUM_BUILTIN_BRNGS 14
+#define BIX_NUM_LEGACY_BRNGS 279
+
+/* Methods of a generator's initialiser. */
+#define BIX_INIT_METHOD_STANDARD 0
+#define BIX_INIT_METHOD_LEAPFROG 1
+#define BIX_INIT_METHOD_SKIPAHEAD 2
+
+/*
+ * A chunk: a keyed block of data attached to a stream. A private chunk (globalId both 0) owns
+ * `data` and frees it with korbFree; a shared chunk refers to an entry of the shared read-only
+ * data table, which owns the block.
+ */
+typedef struct BixChunk {
+    uint32_t key;
+    uint32_t size;
+    void *data;
+    struct BixChunk *next;
+    uint64_t globalId[2];
+} BixChunk;
+
+/*
+ * The header of every stream record. The record is one korbMalloc(stateSize, 64) block; the
+ * generator's state begins 16 bytes into it, right after this header.
+ */
+typedef struct BixStream {
+    int32_t brng;        /* the generator id the stream was made with */
+    uint32_t streamFlag; /* 1 once made; copied with the stream */
+    BixChunk *chunks;    /* head of the chunk list, or NULL */
+} BixStream;
+
+/* One entry of the process-wide shared read-only data table (at most 128 entries). */
+typedef struct BixGlobRODataEntry {
+    uint64_t id[2];
+    uint32_t refCount;
+    void *data;
+} BixGlobRODataEntry;
+
+/*
+ * A generator's four functions. `params` points to n 32-bit argument words: the seeds for method
+ * 0, k for leapfrog (method 1, n = nstreams), a 64-bit skip count for skip-ahead (method 2).
+ * The generation functions fill r[0..n-1]; iGen writes raw output words of the row's wordSize
+ * (an 8-byte word takes two consecutive elements, low half first).
+ */
+typedef int (*BixInitStreamPtr)(int method, BixStream *stream, int n, const uint32_t params[]);
+typedef int (*BixsBRngPtr)(BixStream *stream, int n, float r[], float a, float b);
+typedef int (*BixdBRngPtr)(BixStream *stream, int n, double r[], double a, double b);
+typedef int (*BixiBRngPtr)(BixStream *stream, int n, uint32_t r[]);
+
+/* A registry row: what __bixRegisterBrng takes and __bixGetBrngProperties fills. */
+typedef struct BrngProperties {
+    int32_t stateSize;    /* bytes of a whole stream record, 16-byte header included */
+    int32_t stateWords;   /* state words; a state copy moves stateWords * wordSize bytes */
+    int32_t includesZero; /* 1 if an integer output can be 0 */
+    int32_t wordSize;     /* bytes of one integer output word: 4, 8 or 16 */
+    int32_t nBits;        /* significant bits of one output word */
+    BixInitStreamPtr initStream;
+    BixsBRngPtr sGen;
+    BixdBRngPtr dGen;
+    BixiBRngPtr iGen;
+} BrngProperties;
+
+/*
+ * Refill functions of the abstract streams. The stream hands its buffer (the one given when the
+ * stream was made) and its capacity n; the function writes the next numbers to buffer[0..k-1]
+ * and returns k. The stream then serves buffer[0..k-1] in order. A result of 0 makes the
+ * generation fail with BIX_ERROR_ARS_NODATA; a negative result or one above n with
+ * BIX_ERROR_ARS_BADCALLBACK. Numbers of the d and s forms lie on the [a, b) given when the
+ * stream was made; the stream maps them linearly onto the interval a generation call asks for.
+ */
+typedef int (*BixiUpdateFuncPtr)(BixStream *stream, int n, uint32_t buffer[]);
+typedef int (*BixdUpdateFuncPtr)(BixStream *stream, int n, double buffer[]);
+typedef int (*BixsUpdateFuncPtr)(BixStream *stream, int n, float buffer[]);
+
+/*
+ * The registry: the current table (512 rows, 14 built in, registrations appended) and the
+ * legacy table (279 rows). Both are filled when the library loads; callers only read them.
+ */
+KORB_API extern BrngProperties __RegBrngsNew[BIX_MAX_REG_BRNGS];
+KORB_API extern BrngProperties __RegBrngs[BIX_NUM_LEGACY_BRNGS];
+
+KORB_API BrngProperties *__bixGetBrngBaseOffset(int brng, int *row, int *member);
+KORB_API int __bixIsBrngValid(const BrngProperties *table, int row, int member);
+KORB_API int __bixGetBrngProperties(int brng, BrngProperties *properties);
+KORB_API int __bixGetNumRegBrngs(void);
+KORB_API int __bixRegisterBrng(const BrngProperties *properties);
+KORB_API int __bixGetStreamStateBrng(const BixStream *stream);
+KORB_API int __bixAllocateStream(BixStream **stream, const BrngProperties *table, int brng, int row,
+                                 int member);
+
+/* Stream services. */
+KORB_API int __bixNewStreamEx(BixStream **stream, int brng, int n, const uint32_t params[]);
+KORB_API int __bixiNewAbstractStream(BixStream **stream, int n, uint32_t buffer[],
+                                     BixiUpdateFuncPtr refill);
+KORB_API int __bixdNewAbstractStream(BixStream **stream, int n, double buffer[], double a, double b,
+                                     BixdUpdateFuncPtr refill);
+KORB_API int __bixsNewAbstractStream(BixStream **stream, int n, float buffer[], float a, float b,
+                                     BixsUpdateFuncPtr refill);
+KORB_API int __bixDeleteStream(BixStream **stream);
+KORB_API int __bixCopyStream(BixStream **copy, const BixStream *source);
+KORB_API int __bixCopyStreamState(BixStream *destination, const BixStream *source);
+KORB_API int __bixLeapfrogStream(BixStream *stream, int k, int nstreams);
+KORB_API int __bixSkipAheadStream(BixStream *stream, long long nskip);
+KORB_API int __bixGetStreamSize(const BixStream *stream);
+
+/*
+ * Chunks. __bixAddChunk takes ownership of `data` (a korbMalloc block) when it succeeds: the
+ * chunk keeps it, or, when the shared table already holds `id`, frees it and refers to the
+ * shared block instead. On failure the caller keeps `data`.
+ */
+KORB_API int __bixAddChunk(BixStream *stream, uint32_t key, const uint64_t id[2], void *data,
+                           uint32_t size);
+KORB_API void *__bixSearchChunk(const BixStream *stream, uint32_t key);
+KORB_API int __bixGetNumChunks(const BixStream *stream);
+KORB_API void __bixDeleteChunks(BixStream *stream);
+KORB_API int __bixCopyChunks(BixStream *destination, const BixStream *source);
+
+/* The shared read-only data table. An entry's address is valid until the next removal. */
+KORB_API int __bixFindGlobRODataTableEntry(BixGlobRODataEntry **entry, const uint64_t id[2]);
+KORB_API int __bixCreateGlobRODataTableEntry(BixGlobRODataEntry **entry, const uint64_t id[2],
+                                             void *data);
+KORB_API void __bixRegisterGlobRODataReference(BixChunk *chunk, const uint64_t id[2]);
+KORB_API void __bixUnregisterGlobRODataReference(const uint64_t id[2]);
+KORB_API int __bixGenerateNewGlobalRODataTableEntryId(uint64_t id[2], uintptr_t tag);
+
+/*
+ * MCG31M1: x(i+1) = 1132489760 * x(i) mod (2^31 - 1). Leapfrog and skip-ahead supported.
+ * Generation of n <= 0 numbers does nothing and returns 0.
+ */
+KORB_API int __bixBRngMCG31M1InitStream(int method, BixStream *stream, int n,
+                                        const uint32_t params[]);
+KORB_API int __bixsBRngMCG31M1(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngMCG31M1(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngMCG31M1(BixStream *stream, int n, uint32_t r[]);
+
+/* base^exponent mod modulus (0 for a modulus of 0), and base^exponent mod (2^31 - 1). */
+KORB_API uint64_t __bixiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);
+KORB_API uint64_t __bixiPowMod2P31M1(uint32_t base, uint64_t exponent);
+
+/*
+ * Abstract generators (rows 9 to 11): each generates in one precision only; the other
+ * precisions are these stubs, which return BIX_ERROR_ARS_UNSUPPORTED_PRECISION.
+ */
+KORB_API int __bixBRngiAbstractInitStream(int method, BixStream *stream, int n,
+                                          const uint32_t params[]);
+KORB_API int __bixBRngdAbstractInitStream(int method, BixStream *stream, int n,
+                                          const uint32_t params[]);
+KORB_API int __bixBRngsAbstractInitStream(int method, BixStream *stream, int n,
+                                          const uint32_t params[]);
+KORB_API int __bixiBRngiAbstract(BixStream *stream, int n, uint32_t r[]);
+KORB_API int __bixdBRngdAbstract(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixsBRngsAbstract(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixsBRngiAbstract(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngiAbstract(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixsBRngdAbstract(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixiBRngdAbstract(BixStream *stream, int n, uint32_t r[]);
+KORB_API int __bixdBRngsAbstract(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngsAbstract(BixStream *stream, int n, uint32_t r[]);
+
+/*
+ * The non-deterministic generator (row 13): streams are made (the initialiser checks for the
+ * processor's random-number instruction and returns BIX_ERROR_NONDETERM_NOT_SUPPORTED without
+ * it), but this kernel library generates nothing from them: the three generation functions
+ * return BIX_ERROR_NONDETERM_NOT_SUPPORTED.
+ */
+KORB_API int __bixBRngTRNGInitStream(int method, BixStream *stream, int n, const uint32_t params[]);
+KORB_API int __bixsBRngTRNG(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngTRNG(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngTRNG(BixStream *stream, int n, uint32_t r[]);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,40 @@
+// Rows of generators that are not built yet. The rows carry their final sizes so that stream
+// sizes and ids are already right; every function of them is the one placeholder below, which
+// refuses with BIX_ERROR_INVALID_BRNG as an unknown generator would.
+#include "rows.h"
+
+namespace korb::rng {
+namespace {
+
+int not_built_init(int, BixStream *, int, const uint32_t *) {
+    return BIX_ERROR_INVALID_BRNG;
+}
+int not_built_s(BixStream *, int, float *, float, float) {
+    return BIX_ERROR_INVALID_BRNG;
+}
+int not_built_d(BixStream *, int, double *, double, double) {
+    return BIX_ERROR_INVALID_BRNG;
+}
+int not_built_i(BixStream *, int, uint32_t *) {
+    return BIX_ERROR_INVALID_BRNG;
+}
+
+constexpr BrngProperties not_built(int state_size, int state_words, int includes_zero,
+                                   int word_size, int n_bits) {
+    return {state_size,     state_words, includes_zero, word_size,  n_bits,
+            not_built_init, not_built_s, not_built_d,   not_built_i};
+}
+
+}  // namespace
+
+const BrngProperties r250_row = not_built(1024, 252, 1, 4, 32);
+const BrngProperties mrg32k3a_row = not_built(40, 6, 1, 4, 32);
+const BrngProperties mcg59_row = not_built(32, 1, 0, 8, 59);
+const BrngProperties wh_row = not_built(48, 4, 1, 16, 24);
+const BrngProperties sobol_row = not_built(11648, 2604, 0, 4, 32);
+const BrngProperties niederr_row = not_built(43280, 10498, 0, 4, 32);
+const BrngProperties mt19937_row = not_built(2520, 625, 1, 4, 32);
+const BrngProperties mt2203_row = not_built(312, 70, 1, 4, 32);
+const BrngProperties sfmt19937_row = not_built(2536, 625, 1, 16, 128);
+
+}  // namespace korb::rng
