@@ -1,0 +1,120 @@
+// Contracts every built generator keeps, checked through its registry row only. A generator
+// joins by adding its id to kGenerators.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "rng_test.h"
+
+namespace {
+
+using korb::test::Stream;
+
+struct Generator {
+    int id;
+    bool leapfrog;
+    bool skip_ahead;
+};
+
+const Generator kGenerators[] = {
+    {BIX_BRNG_MCG31M1, true, true},
+};
+
+class Contract : public ::testing::TestWithParam<Generator> {
+  protected:
+    BrngProperties row() const {
+        BrngProperties p{};
+        EXPECT_EQ(__bixGetBrngProperties(GetParam().id, &p), BIX_ERROR_OK);
+        return p;
+    }
+    Stream fresh() const { return korb::test::make_stream(GetParam().id, 20261121); }
+    std::vector<uint32_t> ints(BixStream *s, int n) const {
+        const BrngProperties p = row();
+        std::vector<uint32_t> r(static_cast<size_t>(n) * (p.wordSize / 4));
+        EXPECT_EQ(p.iGen(s, n, r.data()), BIX_ERROR_OK);
+        return r;
+    }
+    std::vector<double> doubles(BixStream *s, int n) const {
+        std::vector<double> r(static_cast<size_t>(n));
+        EXPECT_EQ(row().dGen(s, n, r.data(), -1.0, 3.0), BIX_ERROR_OK);
+        return r;
+    }
+    std::vector<float> floats(BixStream *s, int n) const {
+        std::vector<float> r(static_cast<size_t>(n));
+        EXPECT_EQ(row().sGen(s, n, r.data(), 2.0f, 10.0f), BIX_ERROR_OK);
+        return r;
+    }
+};
+
+// Draws k then n - k numbers with `draw` and returns them in order.
+template <class Draw>
+auto split_draw(Draw draw, int k, int n) {
+    auto first = draw(k);
+    auto second = draw(n - k);
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+TEST_P(Contract, EverySplitGivesTheSameNumbers) {
+    for (int n : {1, 2, 7, 8, 9, 15, 16, 17, 24, 33, 40, 1001}) {
+        Stream whole = fresh();
+        const std::vector<uint32_t> iw = ints(whole.get(), n);
+        Stream dw = fresh(), fw = fresh();
+        const std::vector<double> dwhole = doubles(dw.get(), n);
+        const std::vector<float> fwhole = floats(fw.get(), n);
+        for (int k = 1; k<n; k += n> 40 ? 97 : 1) {
+            Stream s = fresh();
+            ASSERT_EQ(split_draw([&](int m) { return ints(s.get(), m); }, k, n), iw)
+                << n << " split at " << k;
+            Stream d = fresh();
+            ASSERT_EQ(split_draw([&](int m) { return doubles(d.get(), m); }, k, n), dwhole) << k;
+            Stream f = fresh();
+            ASSERT_EQ(split_draw([&](int m) { return floats(f.get(), m); }, k, n), fwhole) << k;
+        }
+    }
+}
+
+TEST_P(Contract, CopiesContinueAlike) {
+    Stream s = fresh();
+    ints(s.get(), 13);
+    BixStream *c = nullptr;
+    ASSERT_EQ(__bixCopyStream(&c, s.get()), BIX_ERROR_OK);
+    Stream copy(c);
+    EXPECT_EQ(ints(c, 50), ints(s.get(), 50));
+
+    Stream other = fresh();
+    ASSERT_EQ(__bixCopyStreamState(other.get(), s.get()), BIX_ERROR_OK);
+    EXPECT_EQ(ints(other.get(), 50), ints(s.get(), 50));
+}
+
+TEST_P(Contract, SkipAheadEqualsDiscarding) {
+    if (!GetParam().skip_ahead) GTEST_SKIP() << "no skip-ahead";
+    for (long long nskip : {0LL, 1LL, 8LL, 1000LL, 65537LL}) {
+        Stream s = fresh(), t = fresh();
+        ASSERT_EQ(__bixSkipAheadStream(s.get(), nskip), BIX_ERROR_OK);
+        if (nskip > 0) ints(t.get(), static_cast<int>(nskip));
+        EXPECT_EQ(ints(s.get(), 20), ints(t.get(), 20)) << nskip;
+    }
+}
+
+TEST_P(Contract, LeapfrogEqualsStriding) {
+    if (!GetParam().leapfrog) GTEST_SKIP() << "no leapfrog";
+    Stream plain = fresh();
+    const std::vector<uint32_t> all = ints(plain.get(), 2000);
+    const int words = row().wordSize / 4;
+    for (auto [k, nstreams] : {std::pair{0, 1}, {0, 5}, {4, 5}, {3, 16}}) {
+        Stream s = fresh();
+        ASSERT_EQ(__bixLeapfrogStream(s.get(), k, nstreams), BIX_ERROR_OK);
+        const std::vector<uint32_t> got = ints(s.get(), 100);
+        for (int i = 0; i < 100; ++i) {
+            for (int w = 0; w < words; ++w) {
+                ASSERT_EQ(got[i * words + w], all[(k + i * nstreams) * words + w]) << i;
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Generators, Contract, ::testing::ValuesIn(kGenerators),
+                         [](const auto &info) { return std::to_string(info.param.id); });
+
+}  // namespace

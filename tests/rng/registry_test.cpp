@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "rng_test.h"
+
+namespace {
+
+using korb::test::Stream;
+
+struct ExpectedRow {
+    int id;
+    int state_size, state_words, includes_zero, word_size, n_bits, members;
+};
+
+constexpr ExpectedRow kRows[] = {
+    {BIX_BRNG_MCG31M1, 24, 1, 0, 4, 31, 1},         {BIX_BRNG_R250, 1024, 252, 1, 4, 32, 1},
+    {BIX_BRNG_MRG32K3A, 40, 6, 1, 4, 32, 1},        {BIX_BRNG_MCG59, 32, 1, 0, 8, 59, 1},
+    {BIX_BRNG_WH, 48, 4, 1, 16, 24, 273},           {BIX_BRNG_SOBOL, 11648, 2604, 0, 4, 32, 1},
+    {BIX_BRNG_NIEDERR, 43280, 10498, 0, 4, 32, 1},  {BIX_BRNG_MT19937, 2520, 625, 1, 4, 32, 1},
+    {BIX_BRNG_MT2203, 312, 70, 1, 4, 32, 6024},     {BIX_BRNG_IABSTRACT, 48, 0, 1, 4, 32, 1},
+    {BIX_BRNG_DABSTRACT, 64, 0, 1, 4, 32, 1},       {BIX_BRNG_SABSTRACT, 56, 0, 1, 4, 32, 1},
+    {BIX_BRNG_SFMT19937, 2536, 625, 1, 16, 128, 1}, {BIX_BRNG_NONDETERM, 24, 1, 1, 4, 32, 1},
+};
+
+bool same_row(const BrngProperties &a, const BrngProperties &b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+TEST(Registry, BuiltInRowsHaveTheirSizesAndMemberCounts) {
+    EXPECT_EQ(__bixGetNumRegBrngs(), BIX_NUM_BUILTIN_BRNGS);
+    for (const ExpectedRow &e : kRows) {
+        SCOPED_TRACE(e.id);
+        BrngProperties p{};
+        ASSERT_EQ(__bixGetBrngProperties(e.id + e.members - 1, &p), BIX_ERROR_OK);
+        EXPECT_EQ(p.stateSize, e.state_size);
+        EXPECT_EQ(p.stateWords, e.state_words);
+        EXPECT_EQ(p.includesZero, e.includes_zero);
+        EXPECT_EQ(p.wordSize, e.word_size);
+        EXPECT_EQ(p.nBits, e.n_bits);
+        EXPECT_TRUE(p.initStream && p.sGen && p.dGen && p.iGen);
+        EXPECT_TRUE(same_row(p, __RegBrngsNew[e.id / BIX_BRNG_INC - 1]));
+        EXPECT_EQ(__bixGetBrngProperties(e.id + e.members, &p), BIX_ERROR_INVALID_BRNG);
+    }
+    BrngProperties p{};
+    EXPECT_EQ(__bixGetBrngProperties(0xF00000, &p), BIX_ERROR_INVALID_BRNG);
+    EXPECT_EQ(__bixGetBrngProperties(BIX_BRNG_MCG31M1, nullptr), BIX_ERROR_NULL_PTR);
+}
+
+TEST(Registry, RowsPointAtTheirGeneratorsAndStubs) {
+    const BrngProperties &mcg = __RegBrngsNew[0];
+    EXPECT_EQ(mcg.iGen, __bixiBRngMCG31M1);
+    EXPECT_EQ(mcg.initStream, __bixBRngMCG31M1InitStream);
+    EXPECT_EQ(__RegBrngsNew[9].dGen, __bixdBRngiAbstract);
+    EXPECT_EQ(__RegBrngsNew[10].iGen, __bixiBRngdAbstract);
+    EXPECT_EQ(__RegBrngsNew[11].dGen, __bixdBRngsAbstract);
+    EXPECT_EQ(__RegBrngsNew[13].sGen, __bixsBRngTRNG);
+    double d[1];
+    EXPECT_EQ(__RegBrngsNew[9].dGen(nullptr, 1, d, 0, 1), BIX_ERROR_ARS_UNSUPPORTED_PRECISION);
+    EXPECT_EQ(__RegBrngsNew[13].dGen(nullptr, 1, d, 0, 1), BIX_ERROR_NONDETERM_NOT_SUPPORTED);
+    // Rows whose generators are not built refuse like an unknown generator.
+    EXPECT_EQ(__RegBrngsNew[7].dGen(nullptr, 1, d, 0, 1), BIX_ERROR_INVALID_BRNG);
+}
+
+TEST(Registry, DecodesCurrentAndLegacyIds) {
+    int row = -1, member = -1;
+    EXPECT_EQ(__bixGetBrngBaseOffset(BIX_BRNG_WH + 7, &row, &member), __RegBrngsNew);
+    EXPECT_EQ(row, 4);
+    EXPECT_EQ(member, 7);
+
+    EXPECT_EQ(__bixGetBrngBaseOffset(10, &row, &member), __RegBrngs);
+    EXPECT_EQ(row, 4);
+    EXPECT_EQ(member, 6);
+    EXPECT_EQ(__bixIsBrngValid(__RegBrngs, row, member), BIX_ERROR_OK);
+
+    EXPECT_EQ(__bixGetBrngBaseOffset(277, &row, &member), __RegBrngs);
+    EXPECT_EQ(row, 277);
+    BrngProperties p{};
+    ASSERT_EQ(__bixGetBrngProperties(277, &p), BIX_ERROR_OK);
+    EXPECT_TRUE(same_row(p, __RegBrngsNew[5]));  // Sobol
+    ASSERT_EQ(__bixGetBrngProperties(278, &p), BIX_ERROR_OK);
+    EXPECT_TRUE(same_row(p, __RegBrngsNew[6]));  // Niederreiter
+    EXPECT_EQ(__bixGetBrngProperties(279, &p), BIX_ERROR_INVALID_BRNG);
+    EXPECT_EQ(__bixGetBrngProperties(-1, &p), BIX_ERROR_INVALID_BRNG);
+    EXPECT_EQ(__bixGetBrngProperties(INT32_MIN, &p), BIX_ERROR_INVALID_BRNG);
+
+    // The legacy table mirrors the current rows of the same generators.
+    for (int r = 0; r < BIX_NUM_LEGACY_BRNGS; ++r) {
+        const int current = r < 4 ? r : r <= 276 ? 4 : r - 272;
+        EXPECT_TRUE(same_row(__RegBrngs[r], __RegBrngsNew[current])) << r;
+    }
+    // The legacy check ignores the member; the current one does not.
+    EXPECT_EQ(__bixIsBrngValid(__RegBrngs, 0, 99), BIX_ERROR_OK);
+    EXPECT_EQ(__bixIsBrngValid(__RegBrngsNew, 0, 1), BIX_ERROR_INVALID_BRNG);
+    EXPECT_EQ(__bixIsBrngValid(__RegBrngsNew, 0, -1), BIX_ERROR_INVALID_BRNG);
+    EXPECT_EQ(__bixIsBrngValid(__RegBrngsNew, BIX_NUM_BUILTIN_BRNGS, 0), BIX_ERROR_INVALID_BRNG);
+}
+
+TEST(Registry, AllocatesStreamsOfValidRowsOnly) {
+    const long live = korb_serv_live_blocks();
+    BixStream *s = reinterpret_cast<BixStream *>(0x1);
+    int row = 0, member = 0;
+    const BrngProperties *t = __bixGetBrngBaseOffset(BIX_BRNG_MT2203 + 6024, &row, &member);
+    EXPECT_EQ(__bixAllocateStream(&s, t, BIX_BRNG_MT2203 + 6024, row, member),
+              BIX_ERROR_INVALID_BRNG);
+    korb_serv_fail_after(0);
+    t = __bixGetBrngBaseOffset(BIX_BRNG_MT2203 + 5, &row, &member);
+    EXPECT_EQ(__bixAllocateStream(&s, t, BIX_BRNG_MT2203 + 5, row, member), BIX_ERROR_MEM_FAILURE);
+    korb_serv_fail_after(-1);
+    EXPECT_EQ(s, reinterpret_cast<BixStream *>(0x1));
+    EXPECT_EQ(korb_serv_live_blocks(), live);
+
+    ASSERT_EQ(__bixAllocateStream(&s, t, BIX_BRNG_MT2203 + 5, row, member), BIX_ERROR_OK);
+    Stream owned(s);
+    EXPECT_EQ(__bixGetStreamStateBrng(s), BIX_BRNG_MT2203 + 5);
+    EXPECT_EQ(s->streamFlag, 1u);
+    EXPECT_EQ(s->chunks, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(s) % 64, 0u);
+}
+
+BrngProperties valid_record() {
+    BrngProperties p = __RegBrngsNew[0];
+    p.stateSize = 40;
+    return p;
+}
+
+TEST(Registry, RegistrationChecksFieldsInOrder) {
+    const int rows = __bixGetNumRegBrngs();
+    BrngProperties p = valid_record();
+    p.wordSize = 12;
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_BAD_WORD_SIZE);
+    p.stateSize = -1;
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_BAD_STREAM_STATE_SIZE);
+    p.stateSize = 15;  // smaller than the stream header
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_BAD_STREAM_STATE_SIZE);
+
+    p = valid_record();
+    p.stateWords = 0;
+    p.nBits = 0;
+    p.iGen = nullptr;
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_BAD_NSEEDS);
+    p.stateWords = 1;
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_BAD_NBITS);
+    p.nBits = 32;
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_NULL_PTR);
+    void (*const clear[])(BrngProperties &) = {
+        [](BrngProperties &q) { q.initStream = nullptr; },
+        [](BrngProperties &q) { q.sGen = nullptr; },
+        [](BrngProperties &q) { q.dGen = nullptr; },
+        [](BrngProperties &q) { q.iGen = nullptr; },
+    };
+    for (auto f : clear) {
+        p = valid_record();
+        f(p);
+        EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_NULL_PTR);
+    }
+    EXPECT_EQ(__bixRegisterBrng(nullptr), BIX_ERROR_NULL_PTR);
+    EXPECT_EQ(__bixGetNumRegBrngs(), rows);
+}
+
+TEST(Registry, RegisteredGeneratorMakesStreams) {
+    const int rows = __bixGetNumRegBrngs();
+    BrngProperties p = valid_record();
+    const int id = __bixRegisterBrng(&p);
+    ASSERT_EQ(id, (rows + 1) * BIX_BRNG_INC);
+    if (rows == BIX_NUM_BUILTIN_BRNGS) {
+        EXPECT_EQ(id, 0xF00000);
+    }
+    EXPECT_EQ(__bixGetNumRegBrngs(), rows + 1);
+    BrngProperties q{};
+    ASSERT_EQ(__bixGetBrngProperties(id, &q), BIX_ERROR_OK);
+    EXPECT_TRUE(same_row(p, q));
+    EXPECT_EQ(__bixGetBrngProperties(id + 1, &q), BIX_ERROR_INVALID_BRNG);
+
+    // The new row reuses the MCG31M1 functions in a larger record.
+    Stream s = korb::test::make_stream(id, 1);
+    ASSERT_TRUE(s);
+    EXPECT_EQ(__bixGetStreamSize(s.get()), 44);
+    uint32_t r[2];
+    ASSERT_EQ(q.iGen(s.get(), 2, r), BIX_ERROR_OK);
+    EXPECT_EQ(r[0], 1u);
+    EXPECT_EQ(r[1], 1132489760u);
+}
+
+// Fills the table, so it runs last.
+TEST(Registry, ZzFullTableRefusesRegistration) {
+    BrngProperties p = valid_record();
+    while (__bixGetNumRegBrngs() < BIX_MAX_REG_BRNGS) ASSERT_GT(__bixRegisterBrng(&p), 0);
+    EXPECT_EQ(__bixRegisterBrng(&p), BIX_ERROR_INVALID_BRNG);
+    EXPECT_EQ(__bixGetNumRegBrngs(), BIX_MAX_REG_BRNGS);
+    BrngProperties q{};
+    EXPECT_EQ(__bixGetBrngProperties(BIX_MAX_REG_BRNGS * BIX_BRNG_INC, &q), BIX_ERROR_OK);
+}
+
+}  // namespace
