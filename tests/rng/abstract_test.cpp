@@ -10,20 +10,21 @@ namespace {
 
 using korb::test::Stream;
 
-// Refills write `next_count` numbers counting up from `next_value`.
+// Refills report `next_count` numbers and write as many of them as fit, counting up from
+// `next_value`.
 int next_count = 0;
 uint32_t next_value = 0;
 
-int refill_ints(BixStream *, int, uint32_t buffer[]) {
-    for (int i = 0; i < next_count; ++i) buffer[i] = next_value++;
+int refill_ints(BixStream *, int n, uint32_t buffer[]) {
+    for (int i = 0; i < next_count && i < n; ++i) buffer[i] = next_value++;
     return next_count;
 }
-int refill_doubles(BixStream *, int, double buffer[]) {
-    for (int i = 0; i < next_count; ++i) buffer[i] = 0.125 * next_value++;
+int refill_doubles(BixStream *, int n, double buffer[]) {
+    for (int i = 0; i < next_count && i < n; ++i) buffer[i] = 0.125 * next_value++;
     return next_count;
 }
-int refill_floats(BixStream *, int, float buffer[]) {
-    for (int i = 0; i < next_count; ++i) buffer[i] = 0.5f * static_cast<float>(next_value++);
+int refill_floats(BixStream *, int n, float buffer[]) {
+    for (int i = 0; i < next_count && i < n; ++i) buffer[i] = 0.5f * static_cast<float>(next_value++);
     return next_count;
 }
 
