@@ -138,19 +138,14 @@ TYPED_TEST(DispatchPrecision, RecordHoldsThePiecesElementAndTheWholeVectorsIndex
     }
 }
 
-// Without a registered base (a new thread has none) the index is the kernel's own.
-TYPED_TEST(DispatchPrecision, WithoutABaseTheIndexIsNotShifted) {
-    using E = TypeParam;
-    using P = Precision<E>;
+// A new thread has no vector base: the index is the kernel's own.
+TEST(DispatchNewThread, WithoutABaseTheIndexIsNotShifted) {
     const int index = in_new_thread([] {
-        E a[8] = {}, r[8] = {};
+        double a[8] = {}, r[8] = {};
         int seen = -1;
-        t_callback = [&](ArqErrorContext *c) {
-            seen = c->index;
-            return 1;
-        };
+        t_callback = [&](ArqErrorContext *c) { return seen = c->index, 1; };
         korb_arq_kernel_SetErrorCallBack(callback);
-        P::dispatch(ARQ_STATUS_SING, 5, a + 2, a + 2, r, r, "vxTest");
+        korb::vecmath::dispatch_error_d(ARQ_STATUS_SING, 5, a + 2, a + 2, r, r, "vdLn");
         t_callback = nullptr;
         return seen;
     });

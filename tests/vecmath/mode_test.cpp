@@ -210,22 +210,6 @@ TEST(CallbackServices, ClearingTheOnlyErrorModeBitKeepsIt) {
     });
 }
 
-TEST(ServiceNames, TheUnderscoreNamesReachTheSameState) {
-    in_new_thread([] {
-        _arqSetMode(ARQ_LA);
-        EXPECT_EQ(korb_arq_kernel_GetMode() & ARQ_ACCURACY_MASK, ARQ_LA);
-        _arqSetErrStatus(ARQ_STATUS_SING);
-        EXPECT_EQ(_arqGetErrStatus(), ARQ_STATUS_SING);
-        EXPECT_EQ(_arqClearErrStatus(), ARQ_STATUS_SING);
-        _arqSetErrorCallBack(callback_a);
-        EXPECT_EQ(_arqGetErrorCallBack(), callback_a);
-        EXPECT_EQ(_arqClearErrorCallBack(), callback_a);
-        int base = 0;
-        EXPECT_EQ(_arqSetInterfInputVectorPointer(&base), &base);
-        EXPECT_EQ(_arqGetMode(), korb_arq_kernel_GetMode());
-    });
-}
-
 // Two threads live at the same time, each changing its own state between the other's checks.
 TEST(ThreadState, ThreadsDoNotSeeEachOthersState) {
     unsetenv(kModeVariable);
