@@ -5,6 +5,7 @@
 // Text output by default. A usage error prints one line to standard error and exits with 2; a
 // library status is printed with its name and exits with 1.
 #include <korb/frame.h>
+#include <korb/vm.h>
 
 #include <cstdio>
 #include <cstring>
@@ -50,7 +51,8 @@ int cmd_info(int argc, char **argv) {
         std::puts(
             "usage: korb info\n"
             "Prints the library version, the class the kernel library serves and the\n"
-            "processor class decided for this process (KORB_DEBUG_CPU_TYPE=0..5 forces it).");
+            "processor class decided for this process (KORB_DEBUG_CPU_TYPE=0..5 forces it),\n"
+            "and this thread's vector-math mode word (KORB_ARQ_MODE sets the initial one).");
         return 0;
     }
     if (argc > 0) return usage_error("info takes no arguments, got", argv[0]);
@@ -61,6 +63,7 @@ int cmd_info(int argc, char **argv) {
     std::printf("kernel library class: %d (%s)\n", lib, class_name(lib));
     std::printf("processor class: %d (%s), %s\n", cls, class_name(cls),
                 forced ? "forced by KORB_DEBUG_CPU_TYPE" : "detected");
+    std::printf("vector-math mode: 0x%x\n", korb_arq_kernel_GetMode());
     return 0;
 }
 
@@ -71,7 +74,7 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"info", cmd_info, "library version and processor classes"},
+    {"info", cmd_info, "library version, processor classes, vector-math mode"},
 };
 
 void print_help() {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "capture.h"
 
@@ -64,6 +65,24 @@ TEST(KernelLibrary, ServesTheGenericClassAndFindsItsCoreLibraryBesideIt) {
     void *core = dlopen("libkorb_core.so", RTLD_NOW | RTLD_NOLOAD);
     EXPECT_NE(core, nullptr) << "the core library should have been loaded from " << kLibDir;
     if (core != nullptr) dlclose(core);
+}
+
+// Both names of a vector-math service reach the calling thread's own state; a new thread starts
+// from KORB_ARQ_MODE.
+TEST(KernelLibrary, VectorMathModeIsPerThreadUnderBothNames) {
+    void *lib = dlopen((kLibDir / "libkorb_def.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(lib, nullptr) << dlerror();
+    auto set_mode = symbol<unsigned (*)(unsigned)>(lib, "_arqSetMode");
+    auto get_mode = symbol<unsigned (*)()>(lib, "korb_arq_kernel_GetMode");
+    setenv("KORB_ARQ_MODE", "ARQ_LA,ARQ_ERRMODE_ERRNO", 1);
+    unsigned other = 0;
+    std::thread([&] {
+        EXPECT_EQ(set_mode(0x3u), 0x201u);
+        EXPECT_EQ(get_mode(), 0x203u);
+        std::thread([&] { other = get_mode(); }).join();
+    }).join();
+    unsetenv("KORB_ARQ_MODE");
+    EXPECT_EQ(other, 0x201u);
 }
 
 TEST(KernelLibraryDeathTest, WithoutCoreLibraryAnAllocationIsFatal) {

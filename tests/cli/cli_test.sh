@@ -1,5 +1,6 @@
 #!/bin/sh
-# The korb command: answers, usage errors (one line, exit 2) and the processor-class override.
+# The korb command: answers, usage errors (one line, exit 2), the processor-class override and
+# the initial vector-math mode.
 # usage: cli_test.sh <korb>
 set -u
 korb=$1
@@ -41,6 +42,9 @@ check "forced class" 0 '^processor class: 2 \(avx\), forced by KORB_DEBUG_CPU_TY
     env KORB_DEBUG_CPU_TYPE=2 "$korb" info
 check "abc does not force" 0 'detected$' env KORB_DEBUG_CPU_TYPE=abc "$korb" info
 check "7 is ignored" 0 'detected$' env KORB_DEBUG_CPU_TYPE=7 "$korb" info
+check "vector-math mode default" 0 '^vector-math mode: 0x1a02$' env -u KORB_ARQ_MODE "$korb" info
+check "vector-math mode from KORB_ARQ_MODE" 0 '^vector-math mode: 0x402$' \
+    env KORB_ARQ_MODE=ARQ_HA,ARQ_ERRMODE_STDERR "$korb" info
 check "help" 0 '^usage: korb' "$korb" --help
 check "info help" 0 '^usage: korb info' "$korb" info --help
 one_line_error "no command" "$korb"

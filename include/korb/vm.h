@@ -1,0 +1,141 @@
+/*
+ * korb: vector mathematics, mode word and error status.
+ *
+ * Every vector-math kernel runs under the calling thread's mode word, which chooses the accuracy
+ * variant, the handling of denormal numbers and how errors are reported, and records its last
+ * error in the thread's status. Mode, status, error callback and vector base are per thread: a
+ * thread's state is created on its first use (the mode from the environment variable
+ * KORB_ARQ_MODE, else ARQ_MODE_DEFAULT) and released when the thread exits.
+ *
+ * The services are exported as korb_arq_kernel_<Op>; all but the two table-index functions also
+ * as _arq<Op>, the same function under a second name.
+ */
+#ifndef KORB_VM_H
+#define KORB_VM_H
+
+#include "frame.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Error status of the calling thread. */
+#define ARQ_STATUS_OK 0
+#define ARQ_STATUS_BADSIZE (-1) /* an array size is not positive */
+#define ARQ_STATUS_BADMEM (-2)  /* a null pointer was passed */
+#define ARQ_STATUS_ERRDOM 1     /* an argument is out of the function's domain */
+#define ARQ_STATUS_SING 2       /* an argument caused a singularity */
+#define ARQ_STATUS_OVERFLOW 3
+#define ARQ_STATUS_UNDERFLOW 4
+
+/*
+ * The mode word: four groups of bits, each replaced as a whole by korb_arq_kernel_SetMode (a
+ * group that is 0 in the requested word is kept). The precision-control group can only be set
+ * through KORB_ARQ_MODE; no kernel of this library reads it.
+ */
+#define ARQ_ACCURACY_MASK 0x0000000Fu
+#define ARQ_DEFAULT_PRECISION 0x0u
+#define ARQ_LA 0x1u /* low accuracy, table slot 0 */
+#define ARQ_HA 0x2u /* high accuracy, table slot 1 */
+#define ARQ_EP 0x3u /* enhanced performance, table slot 2 */
+
+#define ARQ_FPUMODE_MASK 0x000000F0u
+#define ARQ_FLOAT_CONSISTENT 0x10u
+#define ARQ_DOUBLE_CONSISTENT 0x20u
+#define ARQ_RESTORE 0x30u
+
+#define ARQ_ERRMODE_MASK 0x0000FF00u
+#define ARQ_ERRMODE_IGNORE 0x100u    /* nothing beyond the status */
+#define ARQ_ERRMODE_ERRNO 0x200u     /* set errno */
+#define ARQ_ERRMODE_STDERR 0x400u    /* print a message (to standard output) */
+#define ARQ_ERRMODE_EXCEPT 0x800u    /* raise the matching floating-point exception */
+#define ARQ_ERRMODE_CALLBACK 0x1000u /* call the registered callback */
+#define ARQ_ERRMODE_DEFAULT 0x1A00u  /* ERRNO, EXCEPT and CALLBACK */
+
+#define ARQ_DENORMALS_MASK 0x003C0000u
+#define ARQ_DENORMALS_FLUSH 0x280000u /* kernels run with flush-to-zero and denormals-are-zero */
+#define ARQ_DENORMALS_KEEP 0x140000u  /* kernels run with both off */
+
+/* The mode of a thread whose environment gives no valid setting: ARQ_HA | ARQ_ERRMODE_DEFAULT. */
+#define ARQ_MODE_DEFAULT 0x1A02u
+
+/*
+ * The record handed to an error callback, built for one offending element. Single-precision
+ * values are widened to double here; results written into r1, r2 (and r1_im, r2_im for complex
+ * functions) are narrowed back and stored into the kernel's result vectors when the callback
+ * returns 0.
+ *
+ * name holds the public function name ("vdExp"). A name shorter than 64 characters is
+ * NUL-terminated; a longer one is cut to its first 64 characters, which fill the field with no
+ * terminator. name_len always gives the number of characters (at most 64), so read the name as
+ * ("%.*s", name_len, name).
+ */
+typedef struct ArqErrorContext {
+    int code;  /* the status */
+    int index; /* the element's position in the caller's whole vector; for BADSIZE the size */
+    double a1; /* first argument (real part) */
+    double a2; /* second argument (real part); equals a1 for one-argument functions */
+    double r1; /* first result (real part), as computed */
+    double r2; /* second result (real part); equals r1 for one-result functions */
+    char name[64];
+    int name_len;
+    double a1_im; /* imaginary parts, complex functions only */
+    double a2_im;
+    double r1_im;
+    double r2_im;
+} ArqErrorContext;
+
+/* An error callback. A non-zero return ends the report: no errno, message or exception, and
+   the kernel's results are kept as they are. */
+typedef int (*ArqErrorCallBack)(ArqErrorContext *context);
+
+/* The thread's mode word (read from KORB_ARQ_MODE first while it is 0). */
+KORB_API unsigned int korb_arq_kernel_GetMode(void);
+KORB_API unsigned int _arqGetMode(void);
+
+/* Replaces each of the accuracy, error-mode and denormal groups in which mode has a bit set;
+   other bits of mode are ignored. Returns the mode word before the call. */
+KORB_API unsigned int korb_arq_kernel_SetMode(unsigned int mode);
+KORB_API unsigned int _arqSetMode(unsigned int mode);
+
+/* The kernel-table slot of the thread's accuracy: 0 LA, 1 HA, 2 EP, -1 when none is chosen. */
+KORB_API int korb_arq_kernel_GetTTableIndex(void);
+
+/* The kernel-table slot of the accuracy in mode; the first argument is not read. */
+KORB_API int korb_arq_kernel_GetTTableIndexM(const void *unused, unsigned int mode);
+
+/* Status: Set stores and returns the previous one, Clear stores ARQ_STATUS_OK and returns the
+   previous one. Kernels overwrite it at every reported element, so the last error wins. */
+KORB_API int korb_arq_kernel_SetErrStatus(int status);
+KORB_API int _arqSetErrStatus(int status);
+KORB_API int korb_arq_kernel_GetErrStatus(void);
+KORB_API int _arqGetErrStatus(void);
+KORB_API int korb_arq_kernel_ClearErrStatus(void);
+KORB_API int _arqClearErrStatus(void);
+
+/*
+ * Error callback. Set stores callback and returns the previous one, then sets
+ * ARQ_ERRMODE_CALLBACK in the mode (clears it when callback is NULL). Clear stores NULL, clears
+ * ARQ_ERRMODE_CALLBACK and returns the previous callback. Both change the mode through SetMode,
+ * so clearing the callback bit when it is the only error-mode bit leaves the mode as it was.
+ */
+KORB_API ArqErrorCallBack korb_arq_kernel_SetErrorCallBack(ArqErrorCallBack callback);
+KORB_API ArqErrorCallBack _arqSetErrorCallBack(ArqErrorCallBack callback);
+KORB_API ArqErrorCallBack korb_arq_kernel_GetErrorCallBack(void);
+KORB_API ArqErrorCallBack _arqGetErrorCallBack(void);
+KORB_API ArqErrorCallBack korb_arq_kernel_ClearErrorCallBack(void);
+KORB_API ArqErrorCallBack _arqClearErrorCallBack(void);
+
+/*
+ * Stores the start of the caller's whole first-argument vector and returns base. A kernel called
+ * on a piece of that vector then reports an element's index counted from base. A thread starts
+ * with no base (NULL), and then indices are counted from the kernel's own argument vector.
+ */
+KORB_API const void *korb_arq_kernel_SetInterfInputVectorPointer(const void *base);
+KORB_API const void *_arqSetInterfInputVectorPointer(const void *base);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KORB_VM_H */
