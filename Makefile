@@ -15,6 +15,8 @@ build: deps
 
 run: build
 	./build/bin/korb info
+	./build/bin/korb rng --brng MCG31M1 --seed 7 --n 5
+	./build/bin/korb rng --brng MCG31M1 --seed 7 --n 5 --format double --a -1 --b 1
 
 test: build
 	cd build && ctest $(CTEST_FLAGS)

@@ -11,9 +11,23 @@
 #include <cstring>
 #include <string_view>
 
-namespace {
+#include "commands.h"
 
-constexpr int kExitUsage = 2;
+namespace korb::cli {
+
+bool wants_help(int argc, char **argv) {
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) return true;
+    }
+    return false;
+}
+
+int usage_error(const char *what, const char *arg) {
+    std::fprintf(stderr, "korb: %s '%s' (see 'korb --help')\n", what, arg);
+    return kExitUsage;
+}
+
+namespace {
 
 const char *class_name(int c) {
     switch (c) {
@@ -34,18 +48,6 @@ const char *class_name(int c) {
     }
 }
 
-bool wants_help(int argc, char **argv) {
-    for (int i = 0; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) return true;
-    }
-    return false;
-}
-
-int usage_error(const char *what, const char *arg) {
-    std::fprintf(stderr, "korb: %s '%s' (see 'korb --help')\n", what, arg);
-    return kExitUsage;
-}
-
 int cmd_info(int argc, char **argv) {
     if (wants_help(argc, argv)) {
         std::puts(
@@ -64,6 +66,7 @@ int cmd_info(int argc, char **argv) {
     std::printf("processor class: %d (%s), %s\n", cls, class_name(cls),
                 forced ? "forced by KORB_DEBUG_CPU_TYPE" : "detected");
     std::printf("vector-math mode: 0x%x\n", korb_arq_kernel_GetMode());
+    print_rng_registry();
     return 0;
 }
 
@@ -74,7 +77,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"info", cmd_info, "library version, processor classes, vector-math mode"},
+    {"info", cmd_info, "library version, processor classes, vector-math mode, generators"},
+    {"rng", cmd_rng, "draw numbers from a basic random generator"},
 };
 
 void print_help() {
@@ -84,8 +88,10 @@ void print_help() {
 }
 
 }  // namespace
+}  // namespace korb::cli
 
 int main(int argc, char **argv) {
+    using namespace korb::cli;
     if (argc < 2) {
         std::fputs("korb: missing command (see 'korb --help')\n", stderr);
         return kExitUsage;

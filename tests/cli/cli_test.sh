@@ -51,5 +51,30 @@ one_line_error "no command" "$korb"
 one_line_error "unknown command" "$korb" frobnicate
 one_line_error "extra argument" "$korb" info extra
 
+# korb rng
+check "rng default" 0 '^1$' "$korb" rng
+check "rng seed 1" 0 '^1132489760$' "$korb" rng --seed 1 --n 2
+check "rng count" 0 '^7$' sh -c "'$korb' rng --n 7 | wc -l"
+check "rng doubles" 0 '^0\.[0-9]+' "$korb" rng --format double --n 3
+check "rng bounds" 0 '^-0\.99999999' "$korb" rng --format double --a -1 --b 1 --n 1
+check "rng skip" 0 '^826537482$' "$korb" rng --skip 2 --n 1
+check "rng leapfrog" 0 '^289798557$' sh -c "'$korb' rng --leapfrog 1,2 --n 2 | tail -n 1"
+check "rng by number" 0 '^1132489760$' sh -c "'$korb' rng --brng 0x100000 --n 2 | tail -n 1"
+check "rng binary ints" 0 '^12$' sh -c "'$korb' rng --n 3 --binary | wc -c"
+check "rng binary doubles" 0 '^24$' sh -c "'$korb' rng --n 3 --format double --binary | wc -c"
+check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng R250
+check "rng abstract" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng IABSTRACT
+check "rng no member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH+273
+check "rng help" 0 '^usage: korb rng' "$korb" rng --help
+check "info registry" 0 'MCG31M1 .* yes$' "$korb" info
+check "info not built" 0 'MT19937 .* not yet$' "$korb" info
+for bad in "--brng foo" "--brng" "--n 0" "--n -3" "--n 1x" "--format hex" "--a 0.5" \
+    "--format double --a 2 --b 1" "--format float --a 1 --b 1.00000001" "--seed -1" \
+    "--seed 4294967296" "--seed 1,,2" "--leapfrog 1" "--leapfrog 1,0" "--skip -1" \
+    "--format double --a nan --b 1" "--brng MCG31M1+x" "--frobnicate"; do
+    # shellcheck disable=SC2086
+    one_line_error "rng $bad" "$korb" rng $bad
+done
+
 echo "$passes passed, $fails failed"
 [ "$fails" -eq 0 ]

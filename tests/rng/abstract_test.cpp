@@ -24,7 +24,8 @@ int refill_doubles(BixStream *, int n, double buffer[]) {
     return next_count;
 }
 int refill_floats(BixStream *, int n, float buffer[]) {
-    for (int i = 0; i < next_count && i < n; ++i) buffer[i] = 0.5f * static_cast<float>(next_value++);
+    for (int i = 0; i < next_count && i < n; ++i)
+        buffer[i] = 0.5f * static_cast<float>(next_value++);
     return next_count;
 }
 

@@ -1,0 +1,16 @@
+// The korb command's families. Each takes the arguments after its own name and returns the
+// exit status: 0, 1 for a library status, 2 for a usage error.
+#pragma once
+
+namespace korb::cli {
+
+constexpr int kExitStatus = 1;
+constexpr int kExitUsage = 2;
+
+bool wants_help(int argc, char **argv);
+int usage_error(const char *what, const char *arg);
+
+int cmd_rng(int argc, char **argv);
+void print_rng_registry();
+
+}  // namespace korb::cli

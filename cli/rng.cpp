@@ -1,0 +1,355 @@
+// korb rng: draw numbers from a basic generator and print them; the registry listing of
+// korb info.
+#include <korb/rng.h>
+
+#include <cerrno>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commands.h"
+
+namespace korb::cli {
+namespace {
+
+struct NamedBrng {
+    const char *name;
+    int id;
+};
+
+constexpr NamedBrng kBrngs[] = {
+    {"MCG31M1", BIX_BRNG_MCG31M1},
+    {"R250", BIX_BRNG_R250},
+    {"MRG32K3A", BIX_BRNG_MRG32K3A},
+    {"MCG59", BIX_BRNG_MCG59},
+    {"WH", BIX_BRNG_WH},
+    {"SOBOL", BIX_BRNG_SOBOL},
+    {"NIEDERR", BIX_BRNG_NIEDERR},
+    {"MT19937", BIX_BRNG_MT19937},
+    {"MT2203", BIX_BRNG_MT2203},
+    {"IABSTRACT", BIX_BRNG_IABSTRACT},
+    {"DABSTRACT", BIX_BRNG_DABSTRACT},
+    {"SABSTRACT", BIX_BRNG_SABSTRACT},
+    {"SFMT19937", BIX_BRNG_SFMT19937},
+    {"NONDETERM", BIX_BRNG_NONDETERM},
+};
+
+struct NamedStatus {
+    int code;
+    const char *name;
+};
+
+constexpr NamedStatus kStatuses[] = {
+    {BIX_ERROR_BADMETHOD, "BIX_ERROR_BADMETHOD"},
+    {BIX_ERROR_BADARGS, "BIX_ERROR_BADARGS"},
+    {BIX_ERROR_MEM_FAILURE, "BIX_ERROR_MEM_FAILURE"},
+    {BIX_ERROR_NULL_PTR, "BIX_ERROR_NULL_PTR"},
+    {BIX_ERROR_INVALID_BRNG, "BIX_ERROR_INVALID_BRNG"},
+    {BIX_ERROR_LEAPFROG_UNSUPPORTED, "BIX_ERROR_LEAPFROG_UNSUPPORTED"},
+    {BIX_ERROR_SKIPAHEAD_UNSUPPORTED, "BIX_ERROR_SKIPAHEAD_UNSUPPORTED"},
+    {BIX_ERROR_QRNG_PERIOD_ELAPSED, "BIX_ERROR_QRNG_PERIOD_ELAPSED"},
+    {BIX_ERROR_LEAPFROG_NSTREAMS_TOO_BIG, "BIX_ERROR_LEAPFROG_NSTREAMS_TOO_BIG"},
+    {BIX_ERROR_BRNG_NOT_SUPPORTED, "BIX_ERROR_BRNG_NOT_SUPPORTED"},
+    {BIX_ERROR_ARS_UNSUPPORTED_PRECISION, "BIX_ERROR_ARS_UNSUPPORTED_PRECISION"},
+    {BIX_ERROR_NONDETERM_NOT_SUPPORTED, "BIX_ERROR_NONDETERM_NOT_SUPPORTED"},
+};
+
+const char *status_name(int code) {
+    for (const NamedStatus &s : kStatuses) {
+        if (s.code == code) return s.name;
+    }
+    return "unknown status";
+}
+
+int library_error(const char *what, int status) {
+    std::fprintf(stderr, "korb: %s: %s (%d)\n", what, status_name(status), status);
+    return kExitStatus;
+}
+
+const char *brng_name(int id) {
+    for (const NamedBrng &b : kBrngs) {
+        if (b.id == (id & ~0xFFFFF)) return b.name;
+    }
+    return "registered";
+}
+
+// Whole numbers in decimal or 0x hexadecimal, within [lo, hi].
+bool parse_integer(const char *s, long long lo, long long hi, long long *out) {
+    if (*s == '\0' || std::isspace(static_cast<unsigned char>(*s))) return false;
+    errno = 0;
+    char *end = nullptr;
+    long long v = std::strtoll(s, &end, 0);
+    if (errno != 0 || *end != '\0' || v < lo || v > hi) return false;
+    *out = v;
+    return true;
+}
+
+bool parse_real(const char *s, double *out) {
+    if (*s == '\0' || std::isspace(static_cast<unsigned char>(*s))) return false;
+    char *end = nullptr;
+    errno = 0;
+    double v = std::strtod(s, &end);
+    if (errno != 0 || *end != '\0' || !std::isfinite(v)) return false;
+    *out = v;
+    return true;
+}
+
+// A generator by name (optionally NAME+member) or by numeric id.
+bool parse_brng(const char *s, int *id) {
+    std::string_view text = s;
+    std::string_view member_text;
+    if (size_t plus = text.find('+'); plus != std::string_view::npos) {
+        member_text = text.substr(plus + 1);
+        text = text.substr(0, plus);
+    }
+    for (const NamedBrng &b : kBrngs) {
+        if (text.size() != std::strlen(b.name) ||
+            strncasecmp(text.data(), b.name, text.size()) != 0) {
+            continue;
+        }
+        long long member = 0;
+        if (!member_text.empty() &&
+            !parse_integer(std::string(member_text).c_str(), 0, 0xFFFFF, &member)) {
+            return false;
+        }
+        *id = b.id + static_cast<int>(member);
+        return true;
+    }
+    long long v = 0;
+    if (!member_text.empty() || !parse_integer(s, INT32_MIN, INT32_MAX, &v)) return false;
+    *id = static_cast<int>(v);
+    return true;
+}
+
+bool parse_seeds(const char *s, std::vector<uint32_t> *seeds) {
+    seeds->clear();
+    std::string text = s;
+    size_t start = 0;
+    for (;;) {
+        size_t comma = text.find(',', start);
+        std::string part = text.substr(start, comma - start);
+        long long v = 0;
+        if (!parse_integer(part.c_str(), 0, UINT32_MAX, &v)) return false;
+        seeds->push_back(static_cast<uint32_t>(v));
+        if (comma == std::string::npos) return true;
+        start = comma + 1;
+    }
+}
+
+enum class Format { Int, Double, Float };
+
+struct Options {
+    int brng = BIX_BRNG_MCG31M1;
+    std::vector<uint32_t> seeds{1};
+    long long n = 10;
+    Format format = Format::Int;
+    double a = 0.0;
+    double b = 1.0;
+    bool bounds_given = false;
+    long long skip = -1;
+    long long leap_k = -1;
+    long long leap_nstreams = 0;
+    bool binary = false;
+};
+
+bool parse_leapfrog(const char *s, Options *o) {
+    const char *comma = std::strchr(s, ',');
+    if (comma == nullptr) return false;
+    std::string k(s, comma);
+    return parse_integer(k.c_str(), 0, INT32_MAX, &o->leap_k) &&
+           parse_integer(comma + 1, 1, INT32_MAX, &o->leap_nstreams);
+}
+
+// Parses the options; on a usage error prints it and returns false with *exit set.
+bool parse_options(int argc, char **argv, Options *o, int *exit) {
+    for (int i = 0; i < argc; ++i) {
+        std::string_view opt = argv[i];
+        if (opt == "--binary") {
+            o->binary = true;
+            continue;
+        }
+        const bool known = opt == "--brng" || opt == "--seed" || opt == "--n" ||
+                           opt == "--format" || opt == "--a" || opt == "--b" || opt == "--skip" ||
+                           opt == "--leapfrog";
+        if (!known) {
+            *exit = usage_error("rng: unknown option", argv[i]);
+            return false;
+        }
+        if (i + 1 >= argc) {
+            *exit = usage_error("rng: missing value after", argv[i]);
+            return false;
+        }
+        const char *v = argv[++i];
+        bool ok = true;
+        if (opt == "--brng") {
+            ok = parse_brng(v, &o->brng);
+        } else if (opt == "--seed") {
+            ok = parse_seeds(v, &o->seeds);
+        } else if (opt == "--n") {
+            ok = parse_integer(v, 1, INT64_MAX, &o->n);
+        } else if (opt == "--format") {
+            std::string_view f = v;
+            ok = f == "int" || f == "double" || f == "float";
+            o->format = f == "double" ? Format::Double : f == "float" ? Format::Float : Format::Int;
+        } else if (opt == "--a" || opt == "--b") {
+            ok = parse_real(v, opt == "--a" ? &o->a : &o->b);
+            o->bounds_given = true;
+        } else if (opt == "--skip") {
+            ok = parse_integer(v, 0, INT64_MAX, &o->skip);
+        } else {
+            ok = parse_leapfrog(v, o);
+        }
+        if (!ok) {
+            std::string what = "rng: bad value for " + std::string(opt) + ":";
+            *exit = usage_error(what.c_str(), v);
+            return false;
+        }
+    }
+    if (o->bounds_given && o->format == Format::Int) {
+        *exit = usage_error("rng: --a and --b need --format double or float, got", "int");
+        return false;
+    }
+    const bool ordered = o->format == Format::Float
+                             ? static_cast<float>(o->a) < static_cast<float>(o->b)
+                             : o->a < o->b;
+    if (!ordered) {
+        const std::string bounds = std::to_string(o->a) + " >= " + std::to_string(o->b);
+        *exit =
+            usage_error("rng: --a must be below --b in the output precision, got", bounds.c_str());
+        return false;
+    }
+    return true;
+}
+
+template <class T>
+void emit(const std::vector<T> &r, size_t n, bool binary, const char *format) {
+    if (binary) {
+        std::fwrite(r.data(), sizeof(T), n, stdout);
+        return;
+    }
+    for (size_t i = 0; i < n; ++i) std::printf(format, r[i]);
+}
+
+void print_help() {
+    std::puts(
+        "usage: korb rng [--brng NAME|ID] [--seed S[,S...]] [--n N]\n"
+        "                [--format int|double|float] [--a A --b B]\n"
+        "                [--skip N] [--leapfrog K,NSTREAMS] [--binary]\n"
+        "Draws N numbers (default 10) from a stream of the generator (default MCG31M1,\n"
+        "seed 1) and prints one per line: raw output words for int, numbers on [A, B)\n"
+        "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
+        "first (skip-ahead, then leapfrog). --binary writes the raw values instead.\n"
+        "NAME is a generator of 'korb info', optionally NAME+MEMBER.");
+}
+
+}  // namespace
+
+int cmd_rng(int argc, char **argv) {
+    if (wants_help(argc, argv)) {
+        print_help();
+        return 0;
+    }
+    Options o;
+    int exit = 0;
+    if (!parse_options(argc, argv, &o, &exit)) return exit;
+
+    BrngProperties row{};
+    if (int s = __bixGetBrngProperties(o.brng, &row); s != BIX_ERROR_OK) {
+        return library_error("__bixGetBrngProperties", s);
+    }
+    BixStream *stream = nullptr;
+    int status =
+        __bixNewStreamEx(&stream, o.brng, static_cast<int>(o.seeds.size()), o.seeds.data());
+    if (status == BIX_ERROR_OK && o.skip >= 0) status = __bixSkipAheadStream(stream, o.skip);
+    if (status == BIX_ERROR_OK && o.leap_k >= 0) {
+        status = __bixLeapfrogStream(stream, static_cast<int>(o.leap_k),
+                                     static_cast<int>(o.leap_nstreams));
+    }
+    if (status != BIX_ERROR_OK) {
+        __bixDeleteStream(&stream);
+        return library_error("making the stream", status);
+    }
+
+    // Blocks bound the memory; every split of n gives the same numbers.
+    constexpr long long kBlock = 1 << 16;
+    const int words = row.wordSize / 4;
+    std::vector<uint32_t> ints;
+    std::vector<double> doubles;
+    std::vector<float> floats;
+    for (long long done = 0; done < o.n && status == BIX_ERROR_OK;) {
+        const int m = static_cast<int>(o.n - done < kBlock ? o.n - done : kBlock);
+        const size_t count = static_cast<size_t>(m);
+        switch (o.format) {
+            case Format::Int:
+                ints.resize(count * words);
+                status = row.iGen(stream, m, ints.data());
+                if (status == BIX_ERROR_OK) emit(ints, ints.size(), o.binary, "%" PRIu32 "\n");
+                break;
+            case Format::Double:
+                doubles.resize(count);
+                status = row.dGen(stream, m, doubles.data(), o.a, o.b);
+                if (status == BIX_ERROR_OK) emit(doubles, count, o.binary, "%.17g\n");
+                break;
+            case Format::Float:
+                floats.resize(count);
+                status = row.sGen(stream, m, floats.data(), static_cast<float>(o.a),
+                                  static_cast<float>(o.b));
+                if (status == BIX_ERROR_OK) {
+                    if (o.binary) {
+                        emit(floats, count, true, "");
+                    } else {
+                        for (float f : floats) std::printf("%.9g\n", static_cast<double>(f));
+                    }
+                }
+                break;
+        }
+        done += m;
+    }
+    __bixDeleteStream(&stream);
+    if (status != BIX_ERROR_OK) return library_error("generating", status);
+    return std::fflush(stdout) == 0 ? 0 : kExitStatus;
+}
+
+void print_rng_registry() {
+    const int rows = __bixGetNumRegBrngs();
+    std::printf("random generators: %d rows\n", rows);
+    std::puts("  row  id        name       stateSize words zero wordSize bits members  built");
+    for (int r = 0; r < rows; ++r) {
+        const int id = (r + 1) * 0x100000;
+        BrngProperties p{};
+        if (__bixGetBrngProperties(id, &p) != BIX_ERROR_OK) continue;
+        // The member count is the first member number that is refused.
+        int lo = 1, hi = 0x100000;
+        while (lo < hi) {
+            const int mid = lo + (hi - lo) / 2;
+            BrngProperties q{};
+            if (__bixGetBrngProperties(id + mid, &q) == BIX_ERROR_OK) {
+                lo = mid + 1;
+            } else {
+                hi = mid;
+            }
+        }
+        const char *built = "yes";
+        if (id == BIX_BRNG_IABSTRACT || id == BIX_BRNG_DABSTRACT || id == BIX_BRNG_SABSTRACT) {
+            built = "abstract";
+        } else {
+            BixStream *s = nullptr;
+            const uint32_t seed = 1;
+            int status = __bixNewStreamEx(&s, id, 1, &seed);
+            double d = 0;
+            if (status == BIX_ERROR_OK) status = p.dGen(s, 1, &d, 0.0, 1.0);
+            if (status == BIX_ERROR_INVALID_BRNG) built = "not yet";
+            if (status == BIX_ERROR_NONDETERM_NOT_SUPPORTED) built = "seeds only";
+            __bixDeleteStream(&s);
+        }
+        std::printf("  %3d  0x%06X  %-10s %9d %5d %4d %8d %4d %7d  %s\n", r, id, brng_name(id),
+                    p.stateSize, p.stateWords, p.includesZero, p.wordSize, p.nBits, lo, built);
+    }
+}
+
+}  // namespace korb::cli
