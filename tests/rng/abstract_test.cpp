@@ -41,6 +41,15 @@ TEST(AbstractStreams, MakersCheckTheirArguments) {
     EXPECT_EQ(__bixdNewAbstractStream(&s, 4, db, 1.0, 1.0, refill_doubles), BIX_ERROR_BADARGS);
     EXPECT_EQ(__bixsNewAbstractStream(&s, 4, fb, 2.0f, 1.0f, refill_floats), BIX_ERROR_BADARGS);
     EXPECT_EQ(s, nullptr);
+    korb::test::sweep_allocation_failures([&] {
+        BixStream *made = nullptr;
+        const int status = __bixdNewAbstractStream(&made, 4, db, 0.0, 1.0, refill_doubles);
+        if (status != BIX_ERROR_OK) {
+            EXPECT_EQ(made, nullptr);
+        }
+        __bixDeleteStream(&made);
+        return status;
+    });
     // A NaN bound is not caught by the a >= b test.
     ASSERT_EQ(__bixdNewAbstractStream(&s, 4, db, NAN, 1.0, refill_doubles), BIX_ERROR_OK);
     __bixDeleteStream(&s);

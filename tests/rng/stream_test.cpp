@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "rng/stream.h"
@@ -278,6 +279,29 @@ TEST(SharedTable, ReferencesAndNewIds) {
     EXPECT_EQ(shared_table_count(), entries);
     __bixUnregisterGlobRODataReference(id);
     EXPECT_EQ(shared_table_count(), entries - 1);
+}
+
+// Threads attaching and releasing chunks of the same ids: the lock keeps the counts exact.
+TEST(SharedTable, ConcurrentSharingKeepsCountsExact) {
+    const uint64_t ids[2][2] = {{900, 1}, {901, 1}};
+    auto worker = [&](int seed) {
+        for (int i = 0; i < 2000; ++i) {
+            BixStream *s = make_stream(BIX_BRNG_MCG31M1, static_cast<uint32_t>(seed)).release();
+            EXPECT_EQ(__bixAddChunk(s, 1, ids[i % 2], block(16, 1), 16), BIX_ERROR_OK);
+            BixStream *c = nullptr;
+            EXPECT_EQ(__bixCopyStream(&c, s), BIX_ERROR_OK);
+            __bixDeleteStream(&s);
+            __bixDeleteStream(&c);
+        }
+    };
+    const int entries = shared_table_count();
+    const long live = korb_serv_live_blocks();
+    std::thread a(worker, 1), b(worker, 2);
+    worker(3);
+    a.join();
+    b.join();
+    EXPECT_EQ(shared_table_count(), entries);
+    EXPECT_EQ(korb_serv_live_blocks(), live);
 }
 
 }  // namespace
