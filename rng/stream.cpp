@@ -35,6 +35,17 @@ int new_abstract(BixStream **stream, int brng, int words, const void *const *arg
                            reinterpret_cast<const uint32_t *>(args));
 }
 
+// The d and s makers: a buffer of numbers on [a, b). A NaN bound passes the a >= b test.
+template <class T, class Refill>
+int new_bounded_abstract(BixStream **stream, int brng, int n, T *buffer, T a, T b,
+                         Refill refill) {
+    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr || a >= b) {
+        return BIX_ERROR_BADARGS;
+    }
+    const void *args[] = {&n, buffer, &a, &b, reinterpret_cast<const void *>(refill)};
+    return new_abstract(stream, brng, 10, args);
+}
+
 size_t state_bytes(const BrngProperties &row) {
     return static_cast<size_t>(row.stateSize) - kStreamHeaderBytes;
 }
@@ -68,20 +79,12 @@ int __bixiNewAbstractStream(BixStream **stream, int n, uint32_t buffer[],
 
 int __bixdNewAbstractStream(BixStream **stream, int n, double buffer[], double a, double b,
                             BixdUpdateFuncPtr refill) {
-    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr || a >= b) {
-        return BIX_ERROR_BADARGS;
-    }
-    const void *args[] = {&n, buffer, &a, &b, reinterpret_cast<const void *>(refill)};
-    return new_abstract(stream, BIX_BRNG_DABSTRACT, 10, args);
+    return new_bounded_abstract(stream, BIX_BRNG_DABSTRACT, n, buffer, a, b, refill);
 }
 
 int __bixsNewAbstractStream(BixStream **stream, int n, float buffer[], float a, float b,
                             BixsUpdateFuncPtr refill) {
-    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr || a >= b) {
-        return BIX_ERROR_BADARGS;
-    }
-    const void *args[] = {&n, buffer, &a, &b, reinterpret_cast<const void *>(refill)};
-    return new_abstract(stream, BIX_BRNG_SABSTRACT, 10, args);
+    return new_bounded_abstract(stream, BIX_BRNG_SABSTRACT, n, buffer, a, b, refill);
 }
 
 int __bixDeleteStream(BixStream **stream) {
