@@ -12,6 +12,7 @@
 
 namespace korb::test {
 
+// The entry points of one precision, so that typed tests run both.
 struct DoubleForms {
     using Real = double;
     static constexpr auto new_task = korb_df_kernel_dNewTask1D;
@@ -37,15 +38,23 @@ struct TaskDeleter {
 };
 using Task = std::unique_ptr<DfTask, TaskDeleter>;
 
-// A task over x[0..nx-1] with ny functions in y (null for none); the test fails if it cannot be
-// made.
+// Typed fixture: a partition x, a scratch block v for values and coefficients, and tasks over
+// them in the precision of F.
 template <class F>
-Task make_task(int64_t nx, const typename F::Real *x, int64_t ny, const typename F::Real *y,
-               int64_t yhint = DF_NO_HINT) {
-    DfTask *t = nullptr;
-    EXPECT_EQ(F::new_task(&t, nx, x, DF_NO_HINT, ny, y, yhint, 0), DF_STATUS_OK);
-    return Task(t);
-}
+class DfTest : public ::testing::Test {
+  protected:
+    using Real = typename F::Real;
+    Real x[5] = {0, 1, 2, 3, 4};
+    Real v[64] = {};
+
+    // A task over x[0..nx-1] whose ny functions lie in v (no values when ny is 0).
+    Task make(int64_t nx, int64_t ny, int64_t yhint = DF_NO_HINT) {
+        DfTask *t = nullptr;
+        EXPECT_EQ(F::new_task(&t, nx, x, DF_NO_HINT, ny, ny == 0 ? nullptr : v, yhint, 0),
+                  DF_STATUS_OK);
+        return Task(t);
+    }
+};
 
 // Runs `attempt` with the k-th allocation failing, for k = 0, 1, ... until an attempt succeeds.
 // `attempt` returns its status and must release whatever it made, failed or not; every failure
