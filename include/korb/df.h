@@ -1,0 +1,221 @@
+/*
+ * korb: data fitting, the task record and its editors.
+ *
+ * A task describes one partition of an interval (nx points x), ny functions sampled on it, and
+ * one piecewise-polynomial spline model for them. The caller makes it with
+ * korb_df_kernel_[d|s]NewTask1D, adjusts it with the editors and releases it with
+ * korb_df_kernel_DeleteTask. The task keeps the caller's pointers and never copies the data; it
+ * owns only two arrays of per-function pointers (values and coefficients), built by the editors
+ * so that kernels reach function i's data directly.
+ *
+ * Every entry point returns a 64-bit status: DF_STATUS_OK or one of the negative codes below,
+ * returned at the first failed check. The d and s forms differ only in the element size used to
+ * step from one function's block to the next (8 or 4 bytes); the element size is the entry
+ * point's own, whatever precision the task was made with.
+ */
+#ifndef KORB_DF_H
+#define KORB_DF_H
+
+#include <stdint.h>
+
+#include "frame.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define DF_STATUS_OK 0
+#define DF_ERROR_NULL_TASK (-1000)   /* task null */
+#define DF_ERROR_MEM_FAILURE (-1001) /* an allocation failed */
+#define DF_ERROR_BAD_NX (-1004)      /* nx < 2 */
+#define DF_ERROR_NULL_X (-1005)      /* x null */
+#define DF_ERROR_BAD_XHINT (-1006)   /* x hint not accepted */
+#define DF_ERROR_BAD_NY (-1007)      /* ny < 1, or ny 0 where function data are given */
+#define DF_ERROR_NULL_Y (-1008)      /* y null */
+#define DF_ERROR_BAD_YHINT (-1009)   /* y hint not accepted */
+#define DF_ERROR_BAD_SPLINE_ORDER \
+    (-1010)                              /* negative order (or 0 where coefficients are laid out) */
+#define DF_ERROR_BAD_SPLINE_TYPE (-1011) /* spline type not accepted */
+#define DF_ERROR_BAD_BC_TYPE (-1012)     /* bc type not accepted, or values given with type 0 */
+#define DF_ERROR_NULL_BC (-1013)         /* boundary-condition values null */
+#define DF_ERROR_BAD_IC_TYPE (-1014)     /* negative internal-condition type */
+#define DF_ERROR_NULL_IC (-1015)         /* internal-condition values null */
+#define DF_ERROR_NULL_COEFF (-1016)      /* coefficients null */
+#define DF_ERROR_BAD_COEFF_HINT (-1017)  /* coefficient hint not accepted */
+#define DF_ERROR_BAD_PARAM_ID (-1019)    /* attribute id not accepted by the editor */
+#define DF_ERROR_BAD_FUNC_INDEX (-1020)  /* function index outside [0, ny) or the built array */
+
+/* Pointer attributes of korb_df_kernel_[d|s]EditPtr (and ids 2 and 5 of EditIdxPtr). */
+#define DF_PTR_X 1
+#define DF_PTR_Y 2
+#define DF_PTR_BC 3
+#define DF_PTR_IC 4
+#define DF_PTR_COEFF 5
+
+/* Integer attributes of korb_df_kernel_iEditVal. */
+#define DF_VAL_NX 14
+#define DF_VAL_XHINT 15
+#define DF_VAL_NY 16
+#define DF_VAL_YHINT 17
+#define DF_VAL_SPLINE_ORDER 18
+#define DF_VAL_SPLINE_TYPE 19
+#define DF_VAL_BC_TYPE 20
+#define DF_VAL_IC_TYPE 21
+#define DF_VAL_COEFF_HINT 22
+
+/*
+ * Layout hints of the function values and of the coefficients (both accept exactly these four).
+ * x hints accept 0, 1, 2 and 4; like the spline types 0 to 5 and the condition types, what they
+ * mean belongs to the construction and search kernels: the task only checks and stores them.
+ */
+#define DF_NO_HINT 0
+#define DF_HINT_CONTIGUOUS 16     /* function i's block follows function i-1's (as 0) */
+#define DF_HINT_SINGLE_POINTER 32 /* values: one pointer entry, the whole block */
+#define DF_HINT_PER_FUNCTION 128  /* entry 0 is the given block; set others with EditIdxPtr */
+#define DF_HINT_PER_FUNCTION_BIT 0x80
+
+#define DF_SPLINE_TYPE_MAX 5
+#define DF_BC_NONE 0      /* no boundary-condition values: bc must be null */
+#define DF_BC_TYPE_FLAG 8 /* any boundary-condition type with this bit set is accepted */
+
+#define DF_MODEL_PP 4 /* model kind of every task made here */
+#define DF_PRECISION_SINGLE 0
+#define DF_PRECISION_DOUBLE 1
+#define DF_TASK_ALIGNMENT 128
+
+/*
+ * The task record: one korbAlignedAlloc(sizeof(DfTask), 128) block, zero-filled when made.
+ * Callers may read it; they change it only through the editors. `y` and `coeffs` are the task's
+ * own arrays (entry i points at function i's block), built as follows, e being the editor's
+ * element size:
+ *
+ *   y, hint 0 or 16:       ny entries, entry i = y + i * nx * e
+ *   y, hint 32:            one entry, y
+ *   y, hint 128:           ny entries, entry 0 = y, the others null until EditIdxPtr sets them
+ *   coeffs, hint without bit 0x80: ny entries, entry i = c + i * s * e, with s = nx * order for
+ *                          spline type 1 and s = (nx - 1) * order for every other type
+ *   coeffs, hint with bit 0x80: ny entries, entry 0 = c, the others null
+ *
+ * Changing nx, ny, the order, the type or a hint with iEditVal does not rebuild the arrays: set y
+ * and the coefficients again afterwards. An array keeps the number of entries it was built with;
+ * EditIdxPtr refuses an index beyond it. Never replace the arrays with arrays of your own.
+ */
+typedef struct DfTask {
+    int32_t callerWord; /* the last argument of NewTask1D, never examined */
+    int32_t modelKind;  /* DF_MODEL_PP */
+    int32_t precision;  /* DF_PRECISION_DOUBLE or DF_PRECISION_SINGLE */
+    int32_t editable;   /* 1 once NewTask1D completed; EditPtr, EditIdxPtr, iEditVal need it */
+    int64_t nx;
+    const void *x;
+    int64_t xHint;
+    int64_t ny;
+    const void **y;
+    int64_t yHint;
+    int64_t splineOrder;
+    int64_t splineType;
+    int64_t bcType;
+    const void *bc;
+    int64_t icType;
+    const void *ic;
+    void **coeffs;
+    int64_t coeffHint;
+} DfTask;
+
+/*
+ * Makes a task. Checks, in order: task null (DF_ERROR_NULL_TASK); nx < 2; x null; x hint; ny
+ * non-zero with y null (DF_ERROR_NULL_Y); ny zero or negative with y given (DF_ERROR_BAD_NY); y
+ * hint. Then the record is allocated and stored in *task, and, when y is given, the y array is
+ * built. If that fails (DF_ERROR_MEM_FAILURE, or DF_ERROR_BAD_NY when ny blocks of nx elements
+ * cannot fit in memory) the half-made record stays in *task, not editable: release it with
+ * korb_df_kernel_DeleteTask. A task made with ny 0 has no y array.
+ */
+KORB_API int64_t korb_df_kernel_dNewTask1D(DfTask **task, int64_t nx, const double x[],
+                                           int64_t xhint, int64_t ny, const double y[],
+                                           int64_t yhint, int32_t word);
+KORB_API int64_t korb_df_kernel_sNewTask1D(DfTask **task, int64_t nx, const float x[],
+                                           int64_t xhint, int64_t ny, const float y[],
+                                           int64_t yhint, int32_t word);
+
+/*
+ * Sets one integer attribute (DF_VAL_*). Null task: DF_ERROR_NULL_TASK; a task that is not
+ * editable: nothing done, DF_STATUS_OK; an id outside 14 to 22: DF_ERROR_BAD_PARAM_ID; a value
+ * the attribute does not accept: that attribute's code.
+ */
+KORB_API int64_t korb_df_kernel_iEditVal(DfTask *task, int64_t id, int64_t value);
+
+/*
+ * Sets one pointer attribute (DF_PTR_*). Null task: DF_ERROR_NULL_TASK; a task that is not
+ * editable: nothing done, DF_STATUS_OK; null ptr: the attribute's code; unknown id:
+ * DF_ERROR_BAD_PARAM_ID. Y and the coefficients need ny > 0 (DF_ERROR_BAD_NY); the coefficients
+ * laid out per cell (hint without bit 0x80) need an order of at least 1
+ * (DF_ERROR_BAD_SPLINE_ORDER). A layout whose ny blocks cannot fit in memory gives
+ * DF_ERROR_BAD_NY. These checks leave the old array in place; once they pass, the old array is
+ * released and a new one built (DF_ERROR_MEM_FAILURE leaves the task without one). The
+ * coefficient block is written by the construction kernels: pass writable memory.
+ */
+KORB_API int64_t korb_df_kernel_dEditPtr(DfTask *task, int64_t id, const double *ptr);
+KORB_API int64_t korb_df_kernel_sEditPtr(DfTask *task, int64_t id, const float *ptr);
+
+/*
+ * Sets entry `index` of the y array (id DF_PTR_Y) or of the coefficient array (DF_PTR_COEFF).
+ * Null task: DF_ERROR_NULL_TASK; not editable: nothing done, DF_STATUS_OK; other id:
+ * DF_ERROR_BAD_PARAM_ID; index outside [0, ny): DF_ERROR_BAD_FUNC_INDEX; null ptr:
+ * DF_ERROR_NULL_Y or DF_ERROR_NULL_COEFF. The array must exist (set y or the coefficients with
+ * EditPtr or EditPPSpline1D first): without it the same null code is returned. An index beyond
+ * the entries the array was built with (one entry for y hint 32, or ny raised since) gives
+ * DF_ERROR_BAD_FUNC_INDEX.
+ */
+KORB_API int64_t korb_df_kernel_dEditIdxPtr(DfTask *task, int64_t id, int64_t index,
+                                            const double *ptr);
+KORB_API int64_t korb_df_kernel_sEditIdxPtr(DfTask *task, int64_t id, int64_t index,
+                                            const float *ptr);
+
+/*
+ * Sets the whole spline model. Steps, each storing as it goes, so that a failure keeps what the
+ * earlier steps stored: (1) null task: DF_ERROR_NULL_TASK; order < 0; type < 0; order and type
+ * stored. (2) ic_type other than 0, 1, 2 with ic null: DF_ERROR_NULL_IC; ic_type and ic stored.
+ * (3) bc_type non-zero with bc null: DF_ERROR_NULL_BC; bc_type 0 with bc given:
+ * DF_ERROR_BAD_BC_TYPE; bc_type and bc stored. (4) when coeffs is given, the coefficient array is
+ * built as by EditPtr, with this call's order, type and coeff_hint. (5) coeff_hint stored.
+ * The editable flag is not consulted.
+ */
+KORB_API int64_t korb_df_kernel_dEditPPSpline1D(DfTask *task, int64_t order, int64_t type,
+                                                int64_t ic_type, const double ic[], int64_t bc_type,
+                                                const double bc[], double coeffs[],
+                                                int64_t coeff_hint);
+KORB_API int64_t korb_df_kernel_sEditPPSpline1D(DfTask *task, int64_t order, int64_t type,
+                                                int64_t ic_type, const float ic[], int64_t bc_type,
+                                                const float bc[], float coeffs[],
+                                                int64_t coeff_hint);
+
+/*
+ * Releases the task's arrays and the record and sets *task to null. A null task or *task:
+ * DF_ERROR_NULL_TASK.
+ */
+KORB_API int64_t korb_df_kernel_DeleteTask(DfTask **task);
+
+#ifdef __cplusplus
+}
+
+static_assert(sizeof(DfTask) == 128, "DfTask layout");
+static_assert(offsetof(DfTask, callerWord) == 0, "DfTask layout");
+static_assert(offsetof(DfTask, modelKind) == 4, "DfTask layout");
+static_assert(offsetof(DfTask, precision) == 8, "DfTask layout");
+static_assert(offsetof(DfTask, editable) == 12, "DfTask layout");
+static_assert(offsetof(DfTask, nx) == 16, "DfTask layout");
+static_assert(offsetof(DfTask, x) == 24, "DfTask layout");
+static_assert(offsetof(DfTask, xHint) == 32, "DfTask layout");
+static_assert(offsetof(DfTask, ny) == 40, "DfTask layout");
+static_assert(offsetof(DfTask, y) == 48, "DfTask layout");
+static_assert(offsetof(DfTask, yHint) == 56, "DfTask layout");
+static_assert(offsetof(DfTask, splineOrder) == 64, "DfTask layout");
+static_assert(offsetof(DfTask, splineType) == 72, "DfTask layout");
+static_assert(offsetof(DfTask, bcType) == 80, "DfTask layout");
+static_assert(offsetof(DfTask, bc) == 88, "DfTask layout");
+static_assert(offsetof(DfTask, icType) == 96, "DfTask layout");
+static_assert(offsetof(DfTask, ic) == 104, "DfTask layout");
+static_assert(offsetof(DfTask, coeffs) == 112, "DfTask layout");
+static_assert(offsetof(DfTask, coeffHint) == 120, "DfTask layout");
+#endif
+
+#endif /* KORB_DF_H */
