@@ -31,7 +31,7 @@ bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 
 format:
-	find include frame core rng cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+	find include frame core rng stats cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
 	rm -rf build build-asan
