@@ -25,6 +25,8 @@ constexpr int kUnroll = 4;
 // Observation-major data is processed in blocks of rows of about this many bytes, so that the
 // passes over the variable groups of a block read it from the first-level cache.
 constexpr size_t kBlockBytes = 16384;
+// Rows longer than this are processed a few whole rows at a time instead.
+constexpr size_t kWideRowBytes = 256;
 
 template <class T>
 inline T lower(T x, T m) {
@@ -100,6 +102,31 @@ void run_extremes(const T *x, size_t n, T *lo_out, T *hi_out) {
     if (hi_out != nullptr) *hi_out = hi != 0 ? hi : hi0 == 0 ? hi0 : first_zero(x, n);
 }
 
+// Rows of many variables: one row at a time in memory order, each vector of results loaded,
+// lowered and stored. Groups of several rows per load, or passes per variable group over a
+// block of rows, measured much slower at this width (the rows are read out of memory order).
+template <class T>
+void wide_rows_extremes(const T *x, size_t p, size_t n, T *lo, T *hi) {
+    using V = typename simd::VectorOf<T>::type;
+    constexpr size_t L = kLanes<T>;
+    T dummy[2 * L] = {};
+    for (size_t j = 0; j < n; ++j) {
+        const T *r = x + j * p;
+        size_t i = 0;
+        for (; i + L <= p; i += L) {
+            T *li = lo != nullptr ? lo + i : dummy;
+            T *hi_i = hi != nullptr ? hi + i : dummy + L;
+            const V v = simd::load<V>(r + i);
+            simd::store(li, simd::min_lanes(v, simd::load<V>(li)));
+            simd::store(hi_i, simd::max_lanes(v, simd::load<V>(hi_i)));
+        }
+        for (; i < p; ++i) {
+            if (lo != nullptr) lo[i] = lower(r[i], lo[i]);
+            if (hi != nullptr) hi[i] = raise(r[i], hi[i]);
+        }
+    }
+}
+
 // Observation-major rows x[j*p, j*p + p) for j in [0, n) lower lo[0, p) and raise hi[0, p)
 // (either may be null), which must not overlap x. Lanes run across variables, so each lane
 // applies its variable's observations in order.
@@ -109,6 +136,10 @@ void rows_extremes(const T *x, size_t p, size_t n, T *lo, T *hi) {
     constexpr size_t L = kLanes<T>;
     if (p == 1) {
         run_extremes(x, n, lo, hi);
+        return;
+    }
+    if (p * sizeof(T) > kWideRowBytes) {
+        wide_rows_extremes(x, p, n, lo, hi);
         return;
     }
     const size_t block = p * sizeof(T) >= kBlockBytes ? 1 : kBlockBytes / (p * sizeof(T));
