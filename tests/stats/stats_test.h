@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "alloc_sweep.h"
 #include "korb/ss.h"
 #include "korb_core.h"
 
@@ -15,20 +16,10 @@ struct TaskDeleter {
 };
 using Task = std::unique_ptr<BixSSTask, TaskDeleter>;
 
-// Runs `attempt` with the k-th allocation failing, for k = 0, 1, ... until it succeeds; every
-// failure must be the statistics family's memory status, and no attempt may leave a block.
+// Every allocation failure of a statistics call must give BIX_SS_ERROR_MEM_FAILURE.
 template <class F>
 void sweep_ss_allocation_failures(F attempt) {
-    const long live = korb_serv_live_blocks();
-    for (long k = 0;; ++k) {
-        korb_serv_fail_after(k);
-        const int status = attempt();
-        korb_serv_fail_after(-1);
-        EXPECT_EQ(korb_serv_live_blocks(), live) << "after failing allocation " << k;
-        if (status == BIX_ERROR_OK) return;
-        ASSERT_EQ(status, BIX_SS_ERROR_MEM_FAILURE) << "failing allocation " << k;
-        ASSERT_LT(k, 100) << "never succeeded";
-    }
+    sweep_allocation_failures_with(BIX_SS_ERROR_MEM_FAILURE, attempt);
 }
 
 }  // namespace korb::test
