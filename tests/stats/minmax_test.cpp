@@ -135,7 +135,7 @@ TYPED_TEST(MinmaxTest, MatchesTheReferenceInBothLayouts) {
     const T nan = std::numeric_limits<T>::quiet_NaN();
     uint32_t seed = 1;
     for (int storage : {kRows, kCols, kRows | kCols}) {
-        for (size_t p : {1, 2, 3, 5, 8, 17, 40}) {
+        for (size_t p : {1, 2, 3, 5, 8, 17, 40, 70}) {
             for (size_t n : {1, 3, 16, 61, 1000}) {
                 for (bool with_indices : {false, true}) {
                     SCOPED_TRACE(::testing::Message() << "storage " << storage << " p " << p
