@@ -28,10 +28,12 @@ test-sanitize: deps
 	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest $(CTEST_FLAGS)
 
 bench: build
+	@sh .ci/deps bench
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+	/usr/bin/python3 bench/numpy_minmax.py
 
 format:
-	find include frame core rng vecmath datafit cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+	find include frame core rng vecmath stats datafit cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
 	rm -rf build build-asan

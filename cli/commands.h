@@ -13,4 +13,6 @@ int usage_error(const char *what, const char *arg);
 int cmd_rng(int argc, char **argv);
 void print_rng_registry();
 
+int cmd_stats(int argc, char **argv);
+
 }  // namespace korb::cli

@@ -61,4 +61,51 @@ inline void store(T *dst, V v) {
     std::memcpy(dst, &v, sizeof v);
 }
 
+// The vector type holding lanes of T, and its lane count.
+template <class T>
+struct VectorOf;
+template <>
+struct VectorOf<double> {
+    using type = f64v;
+};
+template <>
+struct VectorOf<float> {
+    using type = f32v;
+};
+template <class T>
+constexpr int kLanes = kVectorBytes / static_cast<int>(sizeof(T));
+
+template <class V, class T>
+inline V load(const T *src) {
+    V v;
+    std::memcpy(&v, src, sizeof v);
+    return v;
+}
+
+// src must be aligned to kVectorBytes.
+template <class V, class T>
+inline V load_aligned(const T *src) {
+    return *reinterpret_cast<const V *>(__builtin_assume_aligned(src, kVectorBytes));
+}
+
+template <class V, class T>
+inline V splat(T v) {
+    return V{} + v;
+}
+
+// Lane by lane a < b ? a : b and a > b ? a : b: b is kept on ties and whenever either lane is
+// NaN, exactly as the scalar expressions do.
+inline f64v min_lanes(f64v a, f64v b) {
+    return _mm_min_pd(a, b);
+}
+inline f32v min_lanes(f32v a, f32v b) {
+    return _mm_min_ps(a, b);
+}
+inline f64v max_lanes(f64v a, f64v b) {
+    return _mm_max_pd(a, b);
+}
+inline f32v max_lanes(f32v a, f32v b) {
+    return _mm_max_ps(a, b);
+}
+
 }  // namespace korb::simd

@@ -76,5 +76,29 @@ for bad in "--brng foo" "--brng" "--n 0" "--n -3" "--n 1x" "--format hex" "--a 0
     one_line_error "rng $bad" "$korb" rng $bad
 done
 
+# korb stats minmax
+data=$(mktemp)
+bad=$(mktemp)
+trap 'rm -f "$data" "$bad"' EXIT
+printf '1 2 3\n-4 nan 6\n\n7 0 inf\n' >"$data"
+check "minmax cols" 0 '^1 0 2$' "$korb" stats minmax "$data"
+check "minmax nan ignored" 0 '^1 0 2$' "$korb" stats minmax "$data" --layout cols
+check "minmax rows" 0 '^1 -4 6$' "$korb" stats minmax "$data" --layout rows
+check "minmax flat" 0 '^0 -4 inf$' "$korb" stats minmax --p 1 "$data"
+check "minmax stdin" 0 '^0 5 5$' sh -c "echo 5 | '$korb' stats minmax -"
+z6='\000\000\000\000\000\000'
+printf "${z6}\\360\\077${z6}\\000\\300${z6}\\010\\100${z6}\\020\\100" >"$bad"  # 1, -2, 3, 4
+check "minmax binary" 0 '^1 -2 4$' "$korb" stats minmax --binary --p 2 "$bad"
+check "minmax help" 0 '^usage: korb stats minmax' "$korb" stats minmax --help
+printf '1 2\n3 x\n' >"$bad"
+check "minmax bad number" 2 "^korb: stats: .*:2: not a number 'x'$" "$korb" stats minmax "$bad"
+printf '1 2\n\n3\n' >"$bad"
+check "minmax ragged" 2 ':3: expected 2 numbers, got 1$' "$korb" stats minmax "$bad"
+for args in "" "minmax" "frobnicate" "minmax $data --layout diagonal" "minmax $data --p 0" \
+    "minmax $data $data" "minmax $data --frobnicate" "minmax /nonexistent/file" "minmax $bad"; do
+    # shellcheck disable=SC2086
+    one_line_error "stats $args" "$korb" stats $args
+done
+
 echo "$passes passed, $fails failed"
 [ "$fails" -eq 0 ]
