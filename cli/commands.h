@@ -2,6 +2,8 @@
 // exit status: 0, 1 for a library status, 2 for a usage error.
 #pragma once
 
+#include <span>
+
 namespace korb::cli {
 
 constexpr int kExitStatus = 1;
@@ -9,6 +11,16 @@ constexpr int kExitUsage = 2;
 
 bool wants_help(int argc, char **argv);
 int usage_error(const char *what, const char *arg);
+
+// A library status and the name a family's header gives it.
+struct NamedStatus {
+    int code;
+    const char *name;
+};
+
+// Prints "korb: <what>: <NAME> (<code>)" to standard error, the name looked up in `names`, and
+// returns kExitStatus.
+int library_error(const char *what, int status, std::span<const NamedStatus> names);
 
 int cmd_rng(int argc, char **argv);
 void print_rng_registry();

@@ -27,6 +27,15 @@ int usage_error(const char *what, const char *arg) {
     return kExitUsage;
 }
 
+int library_error(const char *what, int status, std::span<const NamedStatus> names) {
+    const char *name = "unknown status";
+    for (const NamedStatus &s : names) {
+        if (s.code == status) name = s.name;
+    }
+    std::fprintf(stderr, "korb: %s: %s (%d)\n", what, name, status);
+    return kExitStatus;
+}
+
 namespace {
 
 const char *class_name(int c) {

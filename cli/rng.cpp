@@ -39,11 +39,6 @@ constexpr NamedBrng kBrngs[] = {
     {"NONDETERM", BIX_BRNG_NONDETERM},
 };
 
-struct NamedStatus {
-    int code;
-    const char *name;
-};
-
 constexpr NamedStatus kStatuses[] = {
     {BIX_ERROR_BADMETHOD, "BIX_ERROR_BADMETHOD"},
     {BIX_ERROR_BADARGS, "BIX_ERROR_BADARGS"},
@@ -59,16 +54,8 @@ constexpr NamedStatus kStatuses[] = {
     {BIX_ERROR_NONDETERM_NOT_SUPPORTED, "BIX_ERROR_NONDETERM_NOT_SUPPORTED"},
 };
 
-const char *status_name(int code) {
-    for (const NamedStatus &s : kStatuses) {
-        if (s.code == code) return s.name;
-    }
-    return "unknown status";
-}
-
 int library_error(const char *what, int status) {
-    std::fprintf(stderr, "korb: %s: %s (%d)\n", what, status_name(status), status);
-    return kExitStatus;
+    return cli::library_error(what, status, kStatuses);
 }
 
 const char *brng_name(int id) {

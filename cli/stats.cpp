@@ -17,11 +17,6 @@
 namespace korb::cli {
 namespace {
 
-struct NamedStatus {
-    int code;
-    const char *name;
-};
-
 constexpr NamedStatus kStatuses[] = {
     {BIX_SS_ERROR_MEM_FAILURE, "BIX_SS_ERROR_MEM_FAILURE"},
     {BIX_SS_ERROR_BAD_DIMENSION, "BIX_SS_ERROR_BAD_DIMENSION"},
@@ -34,12 +29,8 @@ constexpr NamedStatus kStatuses[] = {
 };
 
 int library_error(const char *what, int status) {
-    const char *name = "unknown status";
-    for (const NamedStatus &s : kStatuses) {
-        if (s.code == status) name = s.name;
-    }
-    std::fprintf(stderr, "korb: stats: %s: %s (%d)\n", what, name, status);
-    return kExitStatus;
+    const std::string where = std::string("stats: ") + what;
+    return cli::library_error(where.c_str(), status, kStatuses);
 }
 
 // A bad data file: one line naming the file (and line), exit 2 like a usage error.
