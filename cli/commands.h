@@ -12,6 +12,9 @@ constexpr int kExitUsage = 2;
 bool wants_help(int argc, char **argv);
 int usage_error(const char *what, const char *arg);
 
+// A whole number in decimal or 0x hexadecimal, the whole text, within [lo, hi].
+bool parse_integer(const char *s, long long lo, long long hi, long long *out);
+
 // A library status and the name a family's header gives it.
 struct NamedStatus {
     int code;

@@ -7,7 +7,10 @@
 #include <korb/frame.h>
 #include <korb/vm.h>
 
+#include <cctype>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -25,6 +28,17 @@ bool wants_help(int argc, char **argv) {
 int usage_error(const char *what, const char *arg) {
     std::fprintf(stderr, "korb: %s '%s' (see 'korb --help')\n", what, arg);
     return kExitUsage;
+}
+
+// Whole numbers in decimal or 0x hexadecimal, within [lo, hi].
+bool parse_integer(const char *s, long long lo, long long hi, long long *out) {
+    if (*s == '\0' || std::isspace(static_cast<unsigned char>(*s))) return false;
+    errno = 0;
+    char *end = nullptr;
+    long long v = std::strtoll(s, &end, 0);
+    if (errno != 0 || *end != '\0' || v < lo || v > hi) return false;
+    *out = v;
+    return true;
 }
 
 int library_error(const char *what, int status, std::span<const NamedStatus> names) {

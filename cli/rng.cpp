@@ -65,17 +65,6 @@ const char *brng_name(int id) {
     return "registered";
 }
 
-// Whole numbers in decimal or 0x hexadecimal, within [lo, hi].
-bool parse_integer(const char *s, long long lo, long long hi, long long *out) {
-    if (*s == '\0' || std::isspace(static_cast<unsigned char>(*s))) return false;
-    errno = 0;
-    char *end = nullptr;
-    long long v = std::strtoll(s, &end, 0);
-    if (errno != 0 || *end != '\0' || v < lo || v > hi) return false;
-    *out = v;
-    return true;
-}
-
 bool parse_real(const char *s, double *out) {
     if (*s == '\0' || std::isspace(static_cast<unsigned char>(*s))) return false;
     char *end = nullptr;

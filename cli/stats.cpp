@@ -128,14 +128,9 @@ int cmd_minmax(int argc, char **argv) {
                 }
                 d.rows = std::strcmp(v, "rows") == 0;
             } else {
-                char *end = nullptr;
-                errno = 0;
-                const long long p = std::strtoll(v, &end, 10);
-                if (errno != 0 || end == v || *end != '\0' || p < 1 ||
-                    p > std::numeric_limits<int32_t>::max()) {
+                if (!parse_integer(v, 1, std::numeric_limits<int32_t>::max(), &d.p)) {
                     return usage_error("stats minmax: bad value for --p:", v);
                 }
-                d.p = p;
             }
         } else if (opt.size() > 1 && opt[0] == '-') {
             return usage_error("stats minmax: unknown option", argv[i]);
