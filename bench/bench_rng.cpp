@@ -25,42 +25,25 @@ BixStream *make(int brng) {
     return s;
 }
 
-template <int Brng>
-void BM_korb_ints(benchmark::State &state) {
-    BixStream *s = make(Brng);
-    BrngProperties p{};
-    __bixGetBrngProperties(Brng, &p);
-    std::vector<uint32_t> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        p.iGen(s, static_cast<int>(r.size()), r.data());
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
-    __bixDeleteStream(&s);
+// One call of the row's generation function for the element type of r.
+int fill(const BrngProperties &p, BixStream *s, std::vector<uint32_t> &r) {
+    return p.iGen(s, static_cast<int>(r.size()), r.data());
+}
+int fill(const BrngProperties &p, BixStream *s, std::vector<double> &r) {
+    return p.dGen(s, static_cast<int>(r.size()), r.data(), 0.0, 1.0);
+}
+int fill(const BrngProperties &p, BixStream *s, std::vector<float> &r) {
+    return p.sGen(s, static_cast<int>(r.size()), r.data(), 0.0f, 1.0f);
 }
 
-template <int Brng>
-void BM_korb_doubles(benchmark::State &state) {
+template <int Brng, class T>
+void BM_korb(benchmark::State &state) {
     BixStream *s = make(Brng);
     BrngProperties p{};
     __bixGetBrngProperties(Brng, &p);
-    std::vector<double> r(static_cast<size_t>(state.range(0)));
+    std::vector<T> r(static_cast<size_t>(state.range(0)));
     for (auto _ : state) {
-        p.dGen(s, static_cast<int>(r.size()), r.data(), 0.0, 1.0);
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
-    __bixDeleteStream(&s);
-}
-
-template <int Brng>
-void BM_korb_floats(benchmark::State &state) {
-    BixStream *s = make(Brng);
-    BrngProperties p{};
-    __bixGetBrngProperties(Brng, &p);
-    std::vector<float> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        p.sGen(s, static_cast<int>(r.size()), r.data(), 0.0f, 1.0f);
+        fill(p, s, r);
         benchmark::ClobberMemory();
     }
     report(state, r);
@@ -90,10 +73,13 @@ void BM_libstdcxx_doubles(benchmark::State &state) {
 
 #define KORB_BENCH_SIZES ->Arg(1000)->Arg(1000000)
 
-// The generators benchmarked; a generator joins with one line per precision.
-BENCHMARK(BM_korb_ints<BIX_BRNG_MCG31M1>) KORB_BENCH_SIZES;
-BENCHMARK(BM_korb_doubles<BIX_BRNG_MCG31M1>) KORB_BENCH_SIZES;
-BENCHMARK(BM_korb_floats<BIX_BRNG_MCG31M1>) KORB_BENCH_SIZES;
+// The generators benchmarked; a generator joins with one line.
+#define KORB_BENCH_BRNG(brng)                                                              \
+    BENCHMARK(BM_korb<brng, uint32_t>)->Name("BM_korb_ints<" #brng ">") KORB_BENCH_SIZES;  \
+    BENCHMARK(BM_korb<brng, double>)->Name("BM_korb_doubles<" #brng ">") KORB_BENCH_SIZES; \
+    BENCHMARK(BM_korb<brng, float>)->Name("BM_korb_floats<" #brng ">") KORB_BENCH_SIZES;
+
+KORB_BENCH_BRNG(BIX_BRNG_MCG31M1)
 BENCHMARK(BM_libstdcxx_ints) KORB_BENCH_SIZES;
 BENCHMARK(BM_libstdcxx_doubles) KORB_BENCH_SIZES;
 
