@@ -47,21 +47,6 @@ TEST(Registry, BuiltInRowsHaveTheirSizesAndMemberCounts) {
     EXPECT_EQ(__bixGetBrngProperties(BIX_BRNG_MCG31M1, nullptr), BIX_ERROR_NULL_PTR);
 }
 
-TEST(Registry, RowsPointAtTheirGeneratorsAndStubs) {
-    const BrngProperties &mcg = __RegBrngsNew[0];
-    EXPECT_EQ(mcg.iGen, __bixiBRngMCG31M1);
-    EXPECT_EQ(mcg.initStream, __bixBRngMCG31M1InitStream);
-    EXPECT_EQ(__RegBrngsNew[9].dGen, __bixdBRngiAbstract);
-    EXPECT_EQ(__RegBrngsNew[10].iGen, __bixiBRngdAbstract);
-    EXPECT_EQ(__RegBrngsNew[11].dGen, __bixdBRngsAbstract);
-    EXPECT_EQ(__RegBrngsNew[13].sGen, __bixsBRngTRNG);
-    double d[1];
-    EXPECT_EQ(__RegBrngsNew[9].dGen(nullptr, 1, d, 0, 1), BIX_ERROR_ARS_UNSUPPORTED_PRECISION);
-    EXPECT_EQ(__RegBrngsNew[13].dGen(nullptr, 1, d, 0, 1), BIX_ERROR_NONDETERM_NOT_SUPPORTED);
-    // Rows whose generators are not built refuse like an unknown generator.
-    EXPECT_EQ(__RegBrngsNew[7].dGen(nullptr, 1, d, 0, 1), BIX_ERROR_INVALID_BRNG);
-}
-
 TEST(Registry, DecodesCurrentAndLegacyIds) {
     int row = -1, member = -1;
     EXPECT_EQ(__bixGetBrngBaseOffset(BIX_BRNG_WH + 7, &row, &member), __RegBrngsNew);

@@ -44,6 +44,8 @@ TEST(Streams, FailedInitialiserLeavesTheStreamToTheCaller) {
     EXPECT_EQ(__bixNewStreamEx(&s, BIX_BRNG_MT19937, 0, nullptr), BIX_ERROR_INVALID_BRNG);
     ASSERT_NE(s, nullptr);
     EXPECT_EQ(s->brng, BIX_BRNG_MT19937);
+    double d[1];
+    EXPECT_EQ(__RegBrngsNew[7].dGen(s, 1, d, 0, 1), BIX_ERROR_INVALID_BRNG);  // not built yet
     EXPECT_EQ(__bixDeleteStream(&s), BIX_ERROR_OK);
     EXPECT_EQ(s, nullptr);
     EXPECT_EQ(__bixDeleteStream(&s), BIX_ERROR_OK);

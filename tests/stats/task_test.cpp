@@ -4,7 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include "stats/task.h"
 #include "stats_test.h"
 
 namespace {
@@ -426,18 +425,6 @@ TEST(SSDeleteTask, RunsHooksFreesAndNulls) {
     EXPECT_EQ(hook_calls, 2);
     EXPECT_EQ(t, nullptr);
     EXPECT_EQ(korb_serv_live_blocks(), live);
-}
-
-TEST(SSIntegers, ReadAtTheTaskWidth) {
-    BixSSTask narrow{}, wide{};
-    wide.int_width = 1;
-    const int64_t values[2] = {-(int64_t{1} << 40) + 7, 5};
-    EXPECT_EQ(korb::stats::read_int(&wide, values), values[0]);
-    EXPECT_EQ(korb::stats::read_int(&wide, values, 1), 5);
-    EXPECT_EQ(korb::stats::read_int(&narrow, values), 7);
-    const int32_t small[2] = {-2, 9};
-    EXPECT_EQ(korb::stats::read_int(&narrow, small, 1), 9);
-    EXPECT_EQ(korb::stats::read_int(&narrow, small, 0), -2);
 }
 
 }  // namespace
