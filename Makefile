@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 
-.PHONY: all build run test test-sanitize bench deps format clean
+.PHONY: all build run test test-sanitize bench accuracy tables deps format clean
 
 all: build
 
@@ -32,8 +32,12 @@ bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
 
+# Regenerates the committed kernel tables from their rules.
+tables: build
+	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
+
 format:
-	find include frame core rng vecmath stats datafit cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
 	rm -rf build build-asan

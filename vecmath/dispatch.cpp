@@ -176,9 +176,10 @@ void raise_exception(int status) {
     (void)result;
 }
 
+// `args`, when given, holds the element's two arguments in place of a[index] and b[index].
 template <class Elem>
 void dispatch(int status, int index, const Elem *a, const Elem *b, Elem *r1, Elem *r2,
-              const char *name) {
+              const char *name, const Elem *args = nullptr) {
     ThreadState &state = thread_state();
     state.status = status;
     const std::uint32_t mode = current_mode(state);
@@ -195,8 +196,8 @@ void dispatch(int status, int index, const Elem *a, const Elem *b, Elem *r1, Ele
     c.name_len = copy_name(name, c, printable);
     // The values are those of the element at the kernel's own index, whatever the shift.
     if (element) {
-        read_element(a[index], c.a1, c.a1_im);
-        read_element(b[index], c.a2, c.a2_im);
+        read_element(args != nullptr ? args[0] : a[index], c.a1, c.a1_im);
+        read_element(args != nullptr ? args[1] : b[index], c.a2, c.a2_im);
         read_element(r1[index], c.r1, c.r1_im);
         read_element(r2[index], c.r2, c.r2_im);
     }
@@ -226,6 +227,18 @@ void dispatch_error_s(int status, int index, const float *a, const float *b, flo
 void dispatch_error_d(int status, int index, const double *a, const double *b, double *r1,
                       double *r2, const char *name) {
     dispatch(status, index, a, b, r1, r2, name);
+}
+
+void dispatch_error_d_in_place(int status, int index, const double *a, const double *b, double *r1,
+                               double *r2, const char *name, double a1, double a2) {
+    const double args[2] = {a1, a2};
+    dispatch(status, index, a, b, r1, r2, name, args);
+}
+
+void dispatch_error_s_in_place(int status, int index, const float *a, const float *b, float *r1,
+                               float *r2, const char *name, float a1, float a2) {
+    const float args[2] = {a1, a2};
+    dispatch(status, index, a, b, r1, r2, name, args);
 }
 
 void dispatch_error_c(int status, int index, const ComplexFloat *a, const ComplexFloat *b,

@@ -25,6 +25,12 @@ void dispatch_error_s(int status, int index, const float *a, const float *b, flo
                       const char *name);
 void dispatch_error_d(int status, int index, const double *a, const double *b, double *r1,
                       double *r2, const char *name);
+// The same for a kernel that may run in place: a1 and a2 are the element's arguments as read
+// before its result overwrote them, and go into the record instead of a[index] and b[index].
+void dispatch_error_d_in_place(int status, int index, const double *a, const double *b, double *r1,
+                               double *r2, const char *name, double a1, double a2);
+void dispatch_error_s_in_place(int status, int index, const float *a, const float *b, float *r1,
+                               float *r2, const char *name, float a1, float a2);
 void dispatch_error_c(int status, int index, const ComplexFloat *a, const ComplexFloat *b,
                       ComplexFloat *r1, ComplexFloat *r2, const char *name);
 void dispatch_error_z(int status, int index, const ComplexDouble *a, const ComplexDouble *b,

@@ -134,6 +134,43 @@ KORB_API ArqErrorCallBack _arqClearErrorCallBack(void);
 KORB_API const void *korb_arq_kernel_SetInterfInputVectorPointer(const void *base);
 KORB_API const void *_arqSetInterfInputVectorPointer(const void *base);
 
+/*
+ * Kernels. Every function <p><Func> (p: s float, d double, c complex float, z complex double)
+ * has three accuracy variants in the slots of its kernel table: 0 low accuracy (LA), 1 high
+ * accuracy (HA), 2 enhanced performance (EP); a thread's mode picks one through
+ * korb_arq_kernel_GetTTableIndex. Its four entry points reach them directly:
+ *   _arq<p><Func>_HA and _arq<p><Func>      slot 1
+ *   _arq<p><Func>_21 (s, c), _50 (d, z)     slot 0
+ *   _arq<p><Func>_11 (s, c), _26 (d, z)     slot 2
+ * korb_arq_kernel_<p><Func>_ctab, placed right after the kernel table, holds each slot's
+ * relative cost per element (three floats, then four zero bytes).
+ *
+ * A kernel computes r[i] = f(a[i]) for i < n (n <= 0: nothing), may run in place (r == a), runs
+ * with round-to-nearest and with flush-to-zero and denormals-are-zero exactly when the mode's
+ * denormal group is ARQ_DENORMALS_FLUSH, and gives the caller's control register back. It does
+ * not check n or the pointers. An element with a special result is written first and then
+ * reported with its status (ARQ_STATUS_*) as the mode says, under the name "v<p><Func>".
+ */
+typedef void (*ArqKernelD)(int n, const double *a, double *r);
+
+/* Exp: e^a. NaN gives the NaN with all bits set; overflow (a >= 709.7827128933841) +Inf with
+ * ARQ_STATUS_OVERFLOW; a <= -708.3964185322642 a subnormal or zero with ARQ_STATUS_UNDERFLOW. */
+KORB_API void _arqdExp(int n, const double *a, double *r);
+KORB_API void _arqdExp_HA(int n, const double *a, double *r);
+KORB_API void _arqdExp_50(int n, const double *a, double *r);
+KORB_API void _arqdExp_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dExp_ttab[3];
+KORB_API extern const float korb_arq_kernel_dExp_ctab[3];
+
+/* Ln: natural logarithm. +-0 gives -Inf with ARQ_STATUS_SING, a negative argument or -Inf the
+ * NaN 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN itself unchanged. */
+KORB_API void _arqdLn(int n, const double *a, double *r);
+KORB_API void _arqdLn_HA(int n, const double *a, double *r);
+KORB_API void _arqdLn_50(int n, const double *a, double *r);
+KORB_API void _arqdLn_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dLn_ttab[3];
+KORB_API extern const float korb_arq_kernel_dLn_ctab[3];
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,350 @@
+// The double exponential and logarithm kernels: special values and statuses, the vector path
+// against the element path, in-place calls, and the control-register frame.
+#include <gtest/gtest.h>
+#include <xmmintrin.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "korb/vm.h"
+
+namespace {
+
+using Kernel = void (*)(int, const double *, double *);
+
+struct Report {
+    int code;
+    int index;
+    double a1;
+    double r1;
+    bool operator==(const Report &) const = default;
+};
+
+thread_local std::vector<Report> t_reports;
+
+int record(ArqErrorContext *c) {
+    t_reports.push_back({c->code, c->index, c->a1, c->r1});
+    return 0;
+}
+
+std::uint64_t bits(double x) {
+    return std::bit_cast<std::uint64_t>(x);
+}
+double from_bits(std::uint64_t b) {
+    return std::bit_cast<double>(b);
+}
+
+// Every test runs with the callback as the only error channel, and restores the mode after.
+class ExpLn : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        saved_mode_ = korb_arq_kernel_GetMode();
+        korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_KEEP);
+        korb_arq_kernel_SetErrorCallBack(record);
+        t_reports.clear();
+    }
+    void TearDown() override {
+        korb_arq_kernel_ClearErrorCallBack();
+        korb_arq_kernel_SetMode(saved_mode_);
+    }
+
+    // The results of one call, and what it reported.
+    struct Run {
+        std::vector<double> r;
+        std::vector<Report> reports;
+    };
+    static Run run(Kernel k, const std::vector<double> &a) {
+        t_reports.clear();
+        Run out{std::vector<double>(a.size(), -1234.5), {}};
+        k(static_cast<int>(a.size()), a.data(), out.r.data());
+        out.reports = t_reports;
+        return out;
+    }
+    // One element at a time: the element path only (a block needs 2 or 8 elements).
+    static Run run_elements(Kernel k, const std::vector<double> &a) {
+        Run out{std::vector<double>(a.size()), {}};
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            t_reports.clear();
+            k(1, &a[i], &out.r[i]);
+            for (Report rep : t_reports) {
+                rep.index += static_cast<int>(i);
+                out.reports.push_back(rep);
+            }
+        }
+        return out;
+    }
+
+  private:
+    unsigned saved_mode_ = 0;
+};
+
+struct Special {
+    double x;
+    std::uint64_t result;  // expected bits
+    int status;
+};
+
+TEST_F(ExpLn, ExpSpecialValuesAndStatuses) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    const double below_overflow = std::nextafter(709.7827128933841, 0.0);
+    const Special cases[] = {
+        {0.0, bits(1.0), 0},
+        {-0.0, bits(1.0), 0},
+        {kInf, bits(kInf), 0},
+        {-kInf, 0, 0},
+        {std::numeric_limits<double>::quiet_NaN(), ~0ull, 0},
+        {-std::numeric_limits<double>::quiet_NaN(), ~0ull, 0},
+        {std::numeric_limits<double>::signaling_NaN(), ~0ull, 0},
+        {709.7827128933841, bits(kInf), ARQ_STATUS_OVERFLOW},
+        {1e300, bits(kInf), ARQ_STATUS_OVERFLOW},
+        {-745.1332191019412, 0, ARQ_STATUS_UNDERFLOW},
+        {-745.2, 0, ARQ_STATUS_UNDERFLOW},
+        {-1e300, 0, ARQ_STATUS_UNDERFLOW},
+        // The largest argument whose result rounds to the smallest subnormal.
+        {std::nextafter(-745.1332191019412, 0.0), 1, ARQ_STATUS_UNDERFLOW},
+    };
+    for (const Special &c : cases) {
+        const Run got = run(_arqdExp, {c.x});
+        EXPECT_EQ(bits(got.r[0]), c.result) << c.x;
+        ASSERT_EQ(got.reports.size(), c.status == 0 ? 0u : 1u) << c.x;
+        if (c.status != 0) {
+            EXPECT_EQ(got.reports[0], (Report{c.status, 0, c.x, from_bits(c.result)})) << c.x;
+        }
+    }
+
+    // Near the thresholds: finite without status, subnormal with status, normal without.
+    for (double x : {709.78, below_overflow, 709.7772976810359, 708.4, -708.39}) {
+        const Run got = run(_arqdExp, {x});
+        EXPECT_TRUE(std::isfinite(got.r[0])) << x;
+        EXPECT_NEAR(got.r[0] / std::exp(x), 1.0, 1e-15) << x;
+        EXPECT_TRUE(got.reports.empty()) << x;
+    }
+    EXPECT_EQ(run(_arqdExp, {below_overflow}).r[0], 1.7976931348622732e308);
+    for (double x : {-708.4, -708.3964185322642, -730.0}) {
+        const Run got = run(_arqdExp, {x});
+        EXPECT_GT(got.r[0], 0.0) << x;
+        EXPECT_LT(got.r[0], std::numeric_limits<double>::min()) << x;
+        EXPECT_EQ(got.r[0], std::exp(x)) << x;  // one rounding, as the C library's
+        ASSERT_EQ(got.reports.size(), 1u) << x;
+        EXPECT_EQ(got.reports[0].code, ARQ_STATUS_UNDERFLOW);
+    }
+    const double just_normal = std::nextafter(-708.3964185322642, 0.0);
+    EXPECT_GE(run(_arqdExp, {just_normal}).r[0], std::numeric_limits<double>::min());
+    EXPECT_TRUE(run(_arqdExp, {just_normal}).reports.empty());
+}
+
+TEST_F(ExpLn, LnSpecialValuesAndStatuses) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    const std::uint64_t snan = 0x7FF0000000000001, negative_qnan = 0xFFF8000000000123;
+    const Special cases[] = {
+        {1.0, bits(0.0), 0},
+        {kInf, bits(kInf), 0},
+        {0.0, bits(-kInf), ARQ_STATUS_SING},
+        {-0.0, bits(-kInf), ARQ_STATUS_SING},
+        {-1.0, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
+        {-kInf, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
+        {-4.9406564584124654e-324, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
+        {-1e-310, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
+        {from_bits(snan), snan, 0},
+        {from_bits(negative_qnan), negative_qnan, 0},
+    };
+    for (const Special &c : cases) {
+        const Run got = run(_arqdLn, {c.x});
+        EXPECT_EQ(bits(got.r[0]), c.result) << c.x;
+        ASSERT_EQ(got.reports.size(), c.status == 0 ? 0u : 1u) << c.x;
+        if (c.status != 0) {
+            EXPECT_EQ(got.reports[0].code, c.status);
+            EXPECT_EQ(bits(got.reports[0].r1), c.result);
+        }
+    }
+    // Subnormal arguments are scaled into the normal range: finite, correct, no status.
+    for (double x : {4.9406564584124654e-324, 1e-310, 2.2250738585072009e-308}) {
+        const Run got = run(_arqdLn, {x});
+        EXPECT_TRUE(got.reports.empty());
+        EXPECT_NEAR(got.r[0], std::log(x), 2e-13) << x;
+    }
+    EXPECT_NEAR(run(_arqdLn, {4.9406564584124654e-324}).r[0], -744.4400719213812, 1e-12);
+}
+
+// Inputs that exercise every path: ordinary values, the thresholds and their neighbours,
+// subnormals, zeros, infinities, NaNs and huge values.
+std::vector<double> mixed_inputs(std::mt19937_64 &rng, std::size_t n, double lo, double hi,
+                                 const std::vector<double> &specials, int special_percent) {
+    std::uniform_real_distribution<double> ordinary(lo, hi);
+    std::uniform_int_distribution<std::size_t> pick(0, specials.size() - 1);
+    std::uniform_int_distribution<int> percent(0, 99);
+    std::vector<double> v(n);
+    for (double &x : v) x = percent(rng) < special_percent ? specials[pick(rng)] : ordinary(rng);
+    return v;
+}
+
+const std::vector<double> &exp_specials() {
+    static const std::vector<double> v = {0.0,
+                                          -0.0,
+                                          INFINITY,
+                                          -INFINITY,
+                                          NAN,
+                                          -NAN,
+                                          708.39599609375,
+                                          -708.39599609375,
+                                          std::nextafter(708.39599609375, 0.0),
+                                          709.7772976810359,
+                                          709.7827128933841,
+                                          std::nextafter(709.7827128933841, 0.0),
+                                          -708.3964185322642,
+                                          -745.1332191019412,
+                                          std::nextafter(-745.1332191019412, 0.0),
+                                          -740.0,
+                                          1e-310,
+                                          -1e-310,
+                                          1e300,
+                                          -1e300};
+    return v;
+}
+
+const std::vector<double> &ln_specials() {
+    static const std::vector<double> v = {0.0,
+                                          -0.0,
+                                          INFINITY,
+                                          -INFINITY,
+                                          NAN,
+                                          -1.0,
+                                          1.0,
+                                          4.9406564584124654e-324,
+                                          1e-310,
+                                          2.2250738585072014e-308,
+                                          std::nextafter(2.2250738585072014e-308, 0.0),
+                                          -1e-310,
+                                          1.7976931348623157e308,
+                                          0.9990234375,
+                                          1.0009765625,
+                                          1.4990234375,
+                                          std::nextafter(1.4990234375, 0.0)};
+    return v;
+}
+
+TEST_F(ExpLn, VectorPathGivesTheElementPathsBitsAndReports) {
+    std::mt19937_64 rng(2026);
+    struct Case {
+        Kernel k;
+        double lo, hi;
+        const std::vector<double> &specials;
+    };
+    const Case cases[] = {{_arqdExp, -720.0, 720.0, exp_specials()},
+                          {_arqdExp, -1.0, 1.0, exp_specials()},
+                          {_arqdLn, 0.0, 1e6, ln_specials()},
+                          {_arqdLn, 0.99, 1.01, ln_specials()}};
+    for (const Case &c : cases) {
+        for (int special_percent : {0, 3, 30}) {
+            for (std::size_t n : {1u, 2u, 7u, 8u, 9u, 15u, 16u, 17u, 33u, 1000u}) {
+                const std::vector<double> a =
+                    mixed_inputs(rng, n, c.lo, c.hi, c.specials, special_percent);
+                const Run whole = run(c.k, a);
+                const Run single = run_elements(c.k, a);
+                for (std::size_t i = 0; i < n; ++i) {
+                    ASSERT_EQ(bits(whole.r[i]), bits(single.r[i])) << "x=" << a[i] << " n=" << n;
+                }
+                ASSERT_EQ(whole.reports.size(), single.reports.size());
+                for (std::size_t i = 0; i < whole.reports.size(); ++i) {
+                    EXPECT_EQ(whole.reports[i].code, single.reports[i].code);
+                    EXPECT_EQ(whole.reports[i].index, single.reports[i].index);
+                }
+
+                // In place: the same bits, and the reports carry the original arguments.
+                std::vector<double> in_place = a;
+                t_reports.clear();
+                c.k(static_cast<int>(n), in_place.data(), in_place.data());
+                for (std::size_t i = 0; i < n; ++i) {
+                    ASSERT_EQ(bits(in_place[i]), bits(whole.r[i])) << "in place x=" << a[i];
+                }
+                ASSERT_EQ(t_reports.size(), whole.reports.size());
+                for (const Report &rep : t_reports) {
+                    EXPECT_EQ(bits(rep.a1), bits(a[rep.index]));
+                    EXPECT_EQ(bits(rep.r1), bits(whole.r[rep.index]));
+                }
+            }
+        }
+    }
+}
+
+TEST_F(ExpLn, ANaNInABlockLeavesTheOtherElementsBits) {
+    std::vector<double> a = {0.5, -3.25, 10.0, NAN, 700.0, -700.0, 1e-5, 2.0, 3.0};
+    std::vector<double> clean = a;
+    clean[3] = 1.0;
+    const Run with_nan = run(_arqdExp, a);
+    const Run without = run(_arqdExp, clean);
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (i != 3) {
+            EXPECT_EQ(bits(with_nan.r[i]), bits(without.r[i])) << i;
+        }
+    }
+    EXPECT_EQ(bits(with_nan.r[3]), ~0ull);
+    EXPECT_TRUE(with_nan.reports.empty());
+}
+
+TEST_F(ExpLn, ZeroAndNegativeCountsWriteAndReportNothing) {
+    for (Kernel k : {_arqdExp, _arqdLn}) {
+        for (int n : {0, -1, -1000}) {
+            const double a[2] = {0.0, -1.0};
+            double r[2] = {7.0, 7.0};
+            t_reports.clear();
+            k(n, a, r);
+            EXPECT_EQ(r[0], 7.0);
+            EXPECT_EQ(r[1], 7.0);
+            EXPECT_TRUE(t_reports.empty());
+        }
+    }
+}
+
+TEST_F(ExpLn, ErrorsReachTheCallbackWithTheOriginalArgumentInPlace) {
+    double v[3] = {2.0, 0.0, 1.0};
+    _arqdLn(3, v, v);
+    ASSERT_EQ(t_reports.size(), 1u);
+    EXPECT_EQ(t_reports[0], (Report{ARQ_STATUS_SING, 1, 0.0, -INFINITY}));
+
+    // A callback's result replaces the written one.
+    korb_arq_kernel_SetErrorCallBack([](ArqErrorContext *c) {
+        c->r1 = 42.0;
+        return 0;
+    });
+    double w[9] = {0, 0, 0, 0, 0, 0, 0, 710.0, 0};
+    _arqdExp(9, w, w);
+    EXPECT_EQ(w[7], 42.0);
+    EXPECT_EQ(w[0], 1.0);
+    EXPECT_EQ(korb_arq_kernel_GetErrStatus(), ARQ_STATUS_OVERFLOW);
+}
+
+TEST_F(ExpLn, TheCallersControlRegisterIsGivenBack) {
+    const unsigned original = _mm_getcsr();
+    const std::vector<double> a = {-708.4, 0.1, 1e-310, 2.5, -1.0, 3.0, 0.7, 100.0, 1e-320};
+    const Run nearest_exp = run(_arqdExp, a);
+    const Run nearest_ln = run(_arqdLn, a);
+    // Caller: rounding toward zero, denormals-are-zero on, flush-to-zero off.
+    const unsigned caller = (original & ~0xE040u) | 0x6000u | 0x0040u;
+    for (unsigned denormals : {ARQ_DENORMALS_KEEP, ARQ_DENORMALS_FLUSH}) {
+        korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | denormals);
+        _mm_setcsr(caller);
+        const Run e = run(_arqdExp, a);
+        const Run l = run(_arqdLn, a);
+        const unsigned after = _mm_getcsr();
+        _mm_setcsr(original);
+        EXPECT_EQ(after & ~0x3Fu, caller & ~0x3Fu) << std::hex << after;
+        if (denormals == ARQ_DENORMALS_KEEP) {
+            // The kernels ran with round-to-nearest and gradual underflow all the same.
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                EXPECT_EQ(bits(e.r[i]), bits(nearest_exp.r[i])) << a[i];
+                EXPECT_EQ(bits(l.r[i]), bits(nearest_ln.r[i])) << a[i];
+            }
+        } else {
+            EXPECT_EQ(e.r[0], 0.0);  // the subnormal result is flushed, the status stays
+            EXPECT_EQ(e.reports.at(0).code, ARQ_STATUS_UNDERFLOW);
+            EXPECT_EQ(e.r[2], 1.0);  // a subnormal argument reads as zero
+        }
+    }
+}
+
+}  // namespace

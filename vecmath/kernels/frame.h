@@ -1,0 +1,63 @@
+// What every table-driven vector-math kernel shares: the control-register frame and bit access.
+#pragma once
+
+#include <xmmintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "korb/vm.h"
+#include "vecmath/mode.h"
+
+namespace korb::vecmath {
+
+// Sets the SSE control register for the run of one kernel and gives the caller's back at scope
+// exit. The thread's denormal group decides flush-to-zero and denormals-are-zero (both with
+// ARQ_DENORMALS_FLUSH, neither otherwise); rounding is always to nearest. The exception masks
+// and flags are the caller's: only the bits 0xE040 are touched, and only when they differ.
+class KernelFrame {
+  public:
+    KernelFrame() {
+        constexpr std::uint32_t kControlBits = 0xE040;  // FZ, RC, DAZ
+        constexpr std::uint32_t kFlushBits = 0x8040;    // FZ and DAZ, RC = nearest
+        const std::uint32_t mode = current_mode(thread_state());
+        const std::uint32_t target =
+            (mode & ARQ_DENORMALS_MASK) == ARQ_DENORMALS_FLUSH ? kFlushBits : 0;
+        saved_ = _mm_getcsr();
+        if ((saved_ & kControlBits) != target) {
+            _mm_setcsr((saved_ & ~kControlBits) | target);
+            changed_ = true;
+        }
+    }
+    ~KernelFrame() {
+        if (changed_) {
+            // Exception flags raised by the kernel stay raised, as they would without the frame.
+            _mm_setcsr((saved_ & ~0x3Fu) | (_mm_getcsr() & 0x3Fu));
+        }
+    }
+    KernelFrame(const KernelFrame &) = delete;
+    KernelFrame &operator=(const KernelFrame &) = delete;
+
+  private:
+    std::uint32_t saved_ = 0;
+    bool changed_ = false;
+};
+
+inline std::uint64_t bits_of(double x) {
+    std::uint64_t b;
+    std::memcpy(&b, &x, sizeof b);
+    return b;
+}
+
+inline double double_from(std::uint64_t b) {
+    double x;
+    std::memcpy(&x, &b, sizeof x);
+    return x;
+}
+
+// The high 32 bits of a double's pattern, the word the kernels' range tests look at.
+inline std::uint32_t high_word(double x) {
+    return static_cast<std::uint32_t>(bits_of(x) >> 32);
+}
+
+}  // namespace korb::vecmath

@@ -1,0 +1,174 @@
+// The double natural logarithm: ln(x) = k·ln 2 - ln rcp(j) + ln(1 + r).
+//
+// x = 2^k · m with the split between exponents at a significand of 1.499 (so that m is near 1
+// on both sides), rcp(j) ≈ 1/m from a 513-entry table indexed by m's top 9 bits rounded, and
+// r = m·rcp(j) - 1 computed exactly in a high and a low part. ln(1 + r) - r comes from a
+// degree-5 polynomial. Pairs of positive normal numbers take the vector path; every other pair,
+// and an odd last element, go element by element through the path that also handles specials
+// and reports errors. Both paths do the same operations in the same order.
+#include <cstdint>
+
+#include "frame/simd.h"
+#include "vecmath/dispatch.h"
+#include "vecmath/kernels/frame.h"
+
+namespace korb::vecmath {
+namespace {
+
+using simd::f64v;
+using simd::u64v;
+
+struct LnEntry {
+    double rcp;
+    double rcp_again;  // kept for the table's 32-byte rows; not read
+    double hi;
+    double lo;
+};
+
+#include "vecmath/kernels/exp_ln_tables.inc"
+
+alignas(32) constexpr LnEntry kLnTable[513] = {KORB_LN_TABLE_ENTRIES};
+
+constexpr double kLn2Hi = 0.6931471805598903;  // 42 significant bits: k·LN2_HI is exact
+constexpr double kLn2Lo = 5.497923018708371e-14;
+constexpr std::uint32_t kSplit = 0x3FE7FC00;  // high word of 0.74951171875
+constexpr std::uint64_t kMantissa = 0x000FFFFFFFFFFFFF;
+constexpr std::uint64_t kHighHalf = 0x7FFFFFFF00000000;
+constexpr std::uint64_t kOneBits = 0x3FF0000000000000;
+constexpr double kTwo52 = 4503599627370496.0;
+constexpr double kD52 = 36.04365338911715;  // 52·ln 2
+constexpr double kG2 = -0.49999999999995254;
+constexpr double kG3 = 0.3333333333332741;
+constexpr double kG4 = -0.2500001988694339;
+constexpr double kG5 = 0.2000001934420511;
+
+constexpr std::uint64_t kMinusZeroBits = 0x8000000000000000;
+constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
+constexpr std::uint64_t kMinusInfBits = 0xFFF0000000000000;
+constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
+
+constexpr const char *kName = "vdLn";
+
+// High words 0x00100000..0x7FEFFFFF (positive, normal, finite) are exactly those for which
+// hi - 0x80100000, read as signed, is below -0x200000.
+bool is_positive_normal(std::uint32_t hi) {
+    return static_cast<std::int32_t>(hi - 0x80100000u) < -0x200000;
+}
+
+// The value path for positive normal x, less d (52·ln 2 for a subnormal scaled by 2^52).
+double ln_value(double x, double d) {
+    const std::uint64_t b = bits_of(x);
+    const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
+    const double k = static_cast<double>(static_cast<std::int32_t>(hi - kSplit) >> 20);
+    const std::uint32_t j = (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
+    const double m = double_from((b & kMantissa) | kOneBits);
+    const double m_hi = double_from(bits_of(m) & kHighHalf);
+    const double m_lo = m - m_hi;
+    const LnEntry &e = kLnTable[j];
+    const double r_hi = m_hi * e.rcp - 1.0;
+    const double r_lo = m_lo * e.rcp;
+    const double r = r_hi + r_lo;
+    const double a = k * kLn2Hi + e.hi;
+    const double b_sum = k * kLn2Lo + e.lo;
+    // r_lo joins the exact high sum when there is no low part to carry it (x near 1).
+    const bool near_one = b_sum == 0.0;
+    const double h = (r_hi + a) + (near_one ? r_lo : 0.0);
+    double t = (r * r) * (kG2 + r * (kG3 + r * (kG4 + r * kG5)));
+    t = t + b_sum;
+    t = t + (near_one ? 0.0 : r_lo);
+    t = t - d;
+    return t + h;
+}
+
+double ln_element(double x, int &status) {
+    const std::uint64_t b = bits_of(x);
+    const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
+    status = ARQ_STATUS_OK;
+    if (is_positive_normal(hi)) return ln_value(x, 0.0);
+    if ((b & ~kMinusZeroBits) == 0) {
+        status = ARQ_STATUS_SING;
+        return double_from(kMinusInfBits);
+    }
+    if ((b & ~kMinusInfBits) != 0 && (b & kPlusInfBits) == kPlusInfBits) {
+        // NaN: the input bits unchanged; the product only raises invalid for a signalling NaN.
+        volatile double raise = x * 1.0;
+        (void)raise;
+        return x;
+    }
+    if (b == kPlusInfBits) return x;
+    if ((b & kMinusZeroBits) != 0) {
+        status = ARQ_STATUS_ERRDOM;
+        return double_from(kDomainNaN);
+    }
+    return ln_value(x * kTwo52, kD52);  // positive subnormal
+}
+
+void ln_elements(int begin, int end, const double *a, double *r) {
+    for (int i = begin; i < end; ++i) {
+        const double x = a[i];
+        int status;
+        r[i] = ln_element(x, status);
+        if (status != ARQ_STATUS_OK) dispatch_error_d_in_place(status, i, a, a, r, r, kName, x, x);
+    }
+}
+
+using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
+
+// Two lanes of the value path (d = 0), the same operations as ln_value().
+f64v ln_lanes(f64v x) {
+    const u64v b = reinterpret_cast<u64v>(x);
+    const i32v words = reinterpret_cast<i32v>(b);
+    const i32v hi = __builtin_shufflevector(words, words, 1, 3, 1, 3);
+    const f64v k =
+        _mm_cvtepi32_pd(reinterpret_cast<__m128i>((hi - static_cast<int>(kSplit)) >> 20));
+    const i32v j = (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
+    const u64v m_bits = (b & kMantissa) | kOneBits;
+    const f64v m = reinterpret_cast<f64v>(m_bits);
+    const f64v m_hi = reinterpret_cast<f64v>(m_bits & kHighHalf);
+    const f64v m_lo = m - m_hi;
+    const LnEntry &e0 = kLnTable[j[0]];
+    const LnEntry &e1 = kLnTable[j[1]];
+    const f64v rcp = __builtin_shufflevector(simd::load_aligned<f64v>(&e0.rcp),
+                                             simd::load_aligned<f64v>(&e1.rcp), 0, 2);
+    const f64v l0 = simd::load_aligned<f64v>(&e0.hi);
+    const f64v l1 = simd::load_aligned<f64v>(&e1.hi);
+    const f64v l_hi = __builtin_shufflevector(l0, l1, 0, 2);
+    const f64v l_lo = __builtin_shufflevector(l0, l1, 1, 3);
+    const f64v r_hi = m_hi * rcp - 1.0;
+    const f64v r_lo = m_lo * rcp;
+    const f64v r = r_hi + r_lo;
+    const f64v a = k * kLn2Hi + l_hi;
+    const f64v b_sum = k * kLn2Lo + l_lo;
+    const u64v near_one = reinterpret_cast<u64v>(b_sum == 0.0);
+    const f64v lo_to_h = reinterpret_cast<f64v>(reinterpret_cast<u64v>(r_lo) & near_one);
+    const f64v lo_to_t = reinterpret_cast<f64v>(reinterpret_cast<u64v>(r_lo) & ~near_one);
+    const f64v h = (r_hi + a) + lo_to_h;
+    f64v t = (r * r) * (kG2 + r * (kG3 + r * (kG4 + r * kG5)));
+    t = t + b_sum;
+    t = t + lo_to_t;
+    t = t - 0.0;
+    return t + h;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_dLn_A(int n, const double *a,
+                                                                    double *r) {
+    if (n <= 0) return;
+    KernelFrame frame;
+    const int pairs_end = n - n % 2;
+    for (int i = 0; i < pairs_end; i += 2) {
+        const f64v x = simd::load<f64v>(a + i);
+        const i32v words = reinterpret_cast<i32v>(x);
+        // Both high words at once: lanes 1 and 3 hold them.
+        const i32v test = (words - static_cast<int>(0x80100000u)) < -0x200000;
+        if (test[1] == 0 || test[3] == 0) {
+            ln_elements(i, i + 2, a, r);
+            continue;
+        }
+        simd::store(r + i, ln_lanes(x));
+    }
+    ln_elements(pairs_end, n, a, r);
+}
+
+}  // namespace korb::vecmath
