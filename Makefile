@@ -32,6 +32,10 @@ bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
 
+# The long accuracy run against MPFR: 10^8 points per double function.
+accuracy: build
+	./build/bin/korb_vm_accuracy --points 100000000
+
 # Regenerates the committed kernel tables from their rules.
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc

@@ -13,10 +13,11 @@
 
 namespace korb::vecmath {
 
+// clang-format off
 #define KORB_ARQ_KERNEL(p, F, X) "korb_vm_" #p #F "_" #X
-#define KORB_ARQ_QUADS(p, F, x, y, z)                                                            \
-    "  .quad " KORB_ARQ_KERNEL(p, F, x) ", " KORB_ARQ_KERNEL(p, F, y) ", " KORB_ARQ_KERNEL(p, F, \
-                                                                                           z) "\n"
+#define KORB_ARQ_QUADS(p, F, x, y, z) \
+    "  .quad " KORB_ARQ_KERNEL(p, F, x) ", " KORB_ARQ_KERNEL(p, F, y) ", " \
+    KORB_ARQ_KERNEL(p, F, z) "\n"
 #define KORB_ARQ_SLOTS_AAA(p, F) KORB_ARQ_QUADS(p, F, A, A, A)
 #define KORB_ARQ_SLOTS_AAB(p, F) KORB_ARQ_QUADS(p, F, A, A, B)
 #define KORB_ARQ_SLOTS_ABA(p, F) KORB_ARQ_QUADS(p, F, A, B, A)
@@ -31,40 +32,37 @@ namespace korb::vecmath {
 #define KORB_ARQ_EP_d "_26"
 #define KORB_ARQ_EP_z "_26"
 
-#define KORB_ARQ_OBJECT(name, size) \
-    "  .globl " name                \
-    "\n"                            \
-    "  .type " name                 \
-    ", @object\n"                   \
-    "  .size " name ", " #size "\n" name ":\n"
+#define KORB_ARQ_OBJECT(name, size)              \
+    "  .globl " name "\n"                        \
+    "  .type " name ", @object\n"                \
+    "  .size " name ", " #size "\n"              \
+    name ":\n"
 
-#define KORB_ARQ_ENTRY(name, local, offset) \
-    "  .globl " name                        \
-    "\n"                                    \
-    "  .type " name                         \
-    ", @function\n"                         \
-    "  .p2align 4\n" name                   \
-    ":\n"                                   \
-    "  jmp *" local "+" #offset             \
-    "(%rip)\n"                              \
+#define KORB_ARQ_ENTRY(name, table, offset)      \
+    "  .globl " name "\n"                        \
+    "  .type " name ", @function\n"              \
+    "  .p2align 4\n"                             \
+    name ":\n"                                   \
+    "  jmp *" table "+" #offset "(%rip)\n"       \
     "  .size " name ", . - " name "\n"
 
-#define KORB_ARQ_EMIT(p, F, slots, c0, c1, c2)                                                     \
-    asm("  .pushsection .data.rel.ro, \"aw\", @progbits\n"                                         \
-        "  .p2align 4\n"                                                                           \
-        ".Lkorb_ttab_" #p #F ":\n" KORB_ARQ_OBJECT("korb_arq_kernel_" #p #F "_ttab", 24)           \
-            KORB_ARQ_SLOTS_##slots(p, F) KORB_ARQ_OBJECT(                                          \
-                "korb_arq_kernel_" #p #F "_ctab",                                                  \
-                16) "  .float " #c0 ", " #c1 ", " #c2                                              \
-                    "\n"                                                                           \
-                    "  .long 0\n"                                                                  \
-                    "  .popsection\n"                                                              \
-                    "  .pushsection .text\n" KORB_ARQ_ENTRY("_arq" #p #F "_HA",                    \
-                                                            ".Lkorb_ttab_" #p #F, 8)               \
-                        KORB_ARQ_ENTRY("_arq" #p #F, ".Lkorb_ttab_" #p #F, 8)                      \
-                            KORB_ARQ_ENTRY("_arq" #p #F KORB_ARQ_LA_##p, ".Lkorb_ttab_" #p #F, 0)  \
-                                KORB_ARQ_ENTRY("_arq" #p #F KORB_ARQ_EP_##p, ".Lkorb_ttab_" #p #F, \
-                                               16) "  .popsection\n");
+#define KORB_ARQ_EMIT(p, F, slots, c0, c1, c2)                                 \
+    asm("  .pushsection .data.rel.ro, \"aw\", @progbits\n"                   \
+        "  .p2align 4\n"                                                       \
+        ".Lkorb_ttab_" #p #F ":\n"                                             \
+        KORB_ARQ_OBJECT("korb_arq_kernel_" #p #F "_ttab", 24)                  \
+        KORB_ARQ_SLOTS_##slots(p, F)                                           \
+        KORB_ARQ_OBJECT("korb_arq_kernel_" #p #F "_ctab", 16)                  \
+        "  .float " #c0 ", " #c1 ", " #c2 "\n"                                 \
+        "  .long 0\n"                                                          \
+        "  .popsection\n"                                                      \
+        "  .pushsection .text\n"                                               \
+        KORB_ARQ_ENTRY("_arq" #p #F "_HA", ".Lkorb_ttab_" #p #F, 8)            \
+        KORB_ARQ_ENTRY("_arq" #p #F, ".Lkorb_ttab_" #p #F, 8)                  \
+        KORB_ARQ_ENTRY("_arq" #p #F KORB_ARQ_LA_##p, ".Lkorb_ttab_" #p #F, 0)  \
+        KORB_ARQ_ENTRY("_arq" #p #F KORB_ARQ_EP_##p, ".Lkorb_ttab_" #p #F, 16) \
+        "  .popsection\n");
+// clang-format on
 
 #define KORB_ARQ_BUILT_0(p, F, slots, c0, c1, c2)
 #define KORB_ARQ_BUILT_1(p, F, slots, c0, c1, c2) KORB_ARQ_EMIT(p, F, slots, c0, c1, c2)
@@ -72,5 +70,7 @@ namespace korb::vecmath {
     KORB_ARQ_BUILT_##built(p, F, slots, c0, c1, c2)
 #include "vecmath/functions.def"
 #undef KORB_ARQ_FUNCTION
+
+static_assert(kFunctionCount == 180);
 
 }  // namespace korb::vecmath

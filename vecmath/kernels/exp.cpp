@@ -116,27 +116,44 @@ void exp_elements(int begin, int end, const double *a, double *r) {
     }
 }
 
-// Two lanes of the value path: the same operations as reduce() and scale().
-f64v exp_lanes(f64v x) {
-    const f64v t = x * kInvL + kShifter;
+// The vector path's constants, one vector each, read through simd::opaque so that they stay
+// memory operands.
+struct ExpVectors {
+    f64v inv_l, shifter, l_hi, l_lo, e2, e3, e4, e5;
+    u64v sign_and_exponent;
+};
+alignas(16) constexpr ExpVectors kExpVectors = {
+    f64v{} + kInvL, f64v{} + kShifter, f64v{} + kLHi,
+    f64v{} + kLLo,  f64v{} + kE2,      f64v{} + kE3,
+    f64v{} + kE4,   f64v{} + kE5,      u64v{} + 0xFFF0000000000000};
+
+// Two lanes of the value path: the same operations as reduce() and scale(), except that the
+// power of two is added to the exponent field instead of multiplied in. On this path the result
+// is a normal number, where both are exact and give the same bits.
+f64v exp_lanes(f64v x, const ExpVectors &c) {
+    const f64v t = x * c.inv_l + c.shifter;
     const u64v t_bits = reinterpret_cast<u64v>(t);
-    const f64v k = t - kShifter;
-    const f64v r = (x - k * kLHi) - k * kLLo;
-    const f64v e0 = simd::load_aligned<f64v>(&kExpTable[t_bits[0] & 63].hi);
-    const f64v e1 = simd::load_aligned<f64v>(&kExpTable[t_bits[1] & 63].hi);
+    const f64v k = t - c.shifter;
+    const f64v r = (x - k * c.l_hi) - k * c.l_lo;
+    // The indices go through memory: a store and two loads keep the vector units free, where
+    // moving the lanes to integer registers would take three of their instructions.
+    alignas(16) std::uint64_t stored[2];
+    simd::store(stored, t_bits);
+    const std::uint64_t *j = simd::opaque(stored);
+    const f64v e0 = simd::load_aligned<f64v>(&kExpTable[j[0] & 63].hi);
+    const f64v e1 = simd::load_aligned<f64v>(&kExpTable[j[1] & 63].hi);
     const f64v hi = __builtin_shufflevector(e0, e1, 0, 2);
     const f64v lo = __builtin_shufflevector(e0, e1, 1, 3);
     const f64v r2 = r * r;
-    const f64v p = r + r2 * (kE2 + r * (kE3 + r * (kE4 + r * kE5)));
+    const f64v p = r + r2 * (c.e2 + r * (c.e3 + r * (c.e4 + r * c.e5)));
     const f64v y = (p * (hi + lo) + lo) + hi;
-    const u64v s = ((t_bits + kBias) << 46) & kExponentField;
-    return y * reinterpret_cast<f64v>(s);
+    // floor(N/64) as a signed exponent-field increment: N fits in 18 signed bits here.
+    const u64v power = (t_bits << 46) & c.sign_and_exponent;
+    return reinterpret_cast<f64v>(reinterpret_cast<u64v>(y) + power);
 }
 
 constexpr int kBlock = 8;
 constexpr int kVectors = kBlock / simd::kLanes<double>;
-
-using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
 
 }  // namespace
 
@@ -144,23 +161,22 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dExp_A(int n, cons
                                                                      double *r) {
     if (n <= 0) return;
     KernelFrame frame;
-    // Each double's high word, made absolute, is compared as a signed integer (low words are
-    // masked to 0, which always passes).
-    constexpr i32v kHighAbs = {0, 0x7FFFFFFF, 0, 0x7FFFFFFF};
+    const ExpVectors &c = *simd::opaque(&kExpVectors);
     const int blocks_end = n - n % kBlock;
     for (int i = 0; i < blocks_end; i += kBlock) {
-        f64v x[kVectors];
-        i32v outside = {};
-        for (int v = 0; v < kVectors; ++v) {
-            x[v] = simd::load<f64v>(a + i + v * simd::kLanes<double>);
-            outside |= (reinterpret_cast<i32v>(x[v]) & kHighAbs) > static_cast<int>(kFastLimit);
-        }
-        if (_mm_movemask_epi8(reinterpret_cast<__m128i>(outside)) != 0) {
+        // The range test on the high words in integer registers leaves the vector units to
+        // the arithmetic.
+        bool outside = false;
+        for (int e = 0; e < kBlock; ++e) outside |= (high_word(a[i + e]) & 0x7FFFFFFF) > kFastLimit;
+        if (outside) {
             exp_elements(i, i + kBlock, a, r);
             continue;
         }
+        f64v x[kVectors];
+        for (int v = 0; v < kVectors; ++v)
+            x[v] = simd::load<f64v>(a + i + v * simd::kLanes<double>);
         for (int v = 0; v < kVectors; ++v) {
-            simd::store(r + i + v * simd::kLanes<double>, exp_lanes(x[v]));
+            simd::store(r + i + v * simd::kLanes<double>, exp_lanes(x[v], c));
         }
     }
     exp_elements(blocks_end, n, a, r);

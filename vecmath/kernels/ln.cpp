@@ -55,12 +55,17 @@ bool is_positive_normal(std::uint32_t hi) {
     return static_cast<std::int32_t>(hi - 0x80100000u) < -0x200000;
 }
 
+// The top 9 significand bits rounded to nearest, 0..512.
+std::uint32_t table_index(std::uint32_t hi) {
+    return (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
+}
+
 // The value path for positive normal x, less d (52·ln 2 for a subnormal scaled by 2^52).
 double ln_value(double x, double d) {
     const std::uint64_t b = bits_of(x);
     const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
     const double k = static_cast<double>(static_cast<std::int32_t>(hi - kSplit) >> 20);
-    const std::uint32_t j = (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
+    const std::uint32_t j = table_index(hi);
     const double m = double_from((b & kMantissa) | kOneBits);
     const double m_hi = double_from(bits_of(m) & kHighHalf);
     const double m_lo = m - m_hi;
@@ -114,17 +119,31 @@ void ln_elements(int begin, int end, const double *a, double *r) {
 
 using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
 
-// Two lanes of the value path (d = 0), the same operations as ln_value().
-f64v ln_lanes(f64v x) {
+// The vector path's constants, one vector each, read through simd::opaque so that they stay
+// memory operands.
+struct LnVectors {
+    u64v mantissa, one, high_half;
+    i32v split;
+    f64v ln2_hi, ln2_lo, g2, g3, g4, g5, minus_one;
+};
+alignas(16) constexpr LnVectors kLnVectors = {
+    u64v{} + kMantissa, u64v{} + kOneBits, u64v{} + kHighHalf, i32v{} + static_cast<int>(kSplit),
+    f64v{} + kLn2Hi,    f64v{} + kLn2Lo,   f64v{} + kG2,       f64v{} + kG3,
+    f64v{} + kG4,       f64v{} + kG5,      f64v{} - 1.0,
+};
+
+// Two lanes of the value path (d = 0), the same operations as ln_value(); x holds src[0] and
+// src[1]. The table indices are computed in integer registers from the high words read from
+// memory again, which leaves the vector units to the arithmetic.
+f64v ln_lanes(f64v x, const double *src, const LnVectors &c) {
     const u64v b = reinterpret_cast<u64v>(x);
     const i32v words = reinterpret_cast<i32v>(b);
     const i32v hi = __builtin_shufflevector(words, words, 1, 3, 1, 3);
-    const f64v k =
-        _mm_cvtepi32_pd(reinterpret_cast<__m128i>((hi - static_cast<int>(kSplit)) >> 20));
-    const i32v j = (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
-    const u64v m_bits = (b & kMantissa) | kOneBits;
+    const f64v k = _mm_cvtepi32_pd(reinterpret_cast<__m128i>((hi - c.split) >> 20));
+    const std::uint32_t j[2] = {table_index(high_word(src[0])), table_index(high_word(src[1]))};
+    const u64v m_bits = (b & c.mantissa) | c.one;
     const f64v m = reinterpret_cast<f64v>(m_bits);
-    const f64v m_hi = reinterpret_cast<f64v>(m_bits & kHighHalf);
+    const f64v m_hi = reinterpret_cast<f64v>(m_bits & c.high_half);
     const f64v m_lo = m - m_hi;
     const LnEntry &e0 = kLnTable[j[0]];
     const LnEntry &e1 = kLnTable[j[1]];
@@ -134,21 +153,29 @@ f64v ln_lanes(f64v x) {
     const f64v l1 = simd::load_aligned<f64v>(&e1.hi);
     const f64v l_hi = __builtin_shufflevector(l0, l1, 0, 2);
     const f64v l_lo = __builtin_shufflevector(l0, l1, 1, 3);
-    const f64v r_hi = m_hi * rcp - 1.0;
+    const f64v r_hi = m_hi * rcp + c.minus_one;  // x + (-1) and x - 1 are the same operation
     const f64v r_lo = m_lo * rcp;
     const f64v r = r_hi + r_lo;
-    const f64v a = k * kLn2Hi + l_hi;
-    const f64v b_sum = k * kLn2Lo + l_lo;
+    const f64v a = k * c.ln2_hi + l_hi;
+    const f64v b_sum = k * c.ln2_lo + l_lo;
     const u64v near_one = reinterpret_cast<u64v>(b_sum == 0.0);
     const f64v lo_to_h = reinterpret_cast<f64v>(reinterpret_cast<u64v>(r_lo) & near_one);
     const f64v lo_to_t = reinterpret_cast<f64v>(reinterpret_cast<u64v>(r_lo) & ~near_one);
     const f64v h = (r_hi + a) + lo_to_h;
-    f64v t = (r * r) * (kG2 + r * (kG3 + r * (kG4 + r * kG5)));
+    f64v t = (r * r) * (c.g2 + r * (c.g3 + r * (c.g4 + r * c.g5)));
     t = t + b_sum;
     t = t + lo_to_t;
-    t = t - 0.0;
-    return t + h;
+    return t + h;  // t - 0 is t
 }
+
+// 1 when both elements of the pair are positive, normal and finite. Tested in integer registers,
+// like the table indices, to keep the vector units free.
+int pair_is_ordinary(const double *src) {
+    return static_cast<int>(is_positive_normal(high_word(src[0])) &
+                            is_positive_normal(high_word(src[1])));
+}
+
+constexpr int kPairsPerBlock = 4;
 
 }  // namespace
 
@@ -156,19 +183,34 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dLn_A(int n, const
                                                                     double *r) {
     if (n <= 0) return;
     KernelFrame frame;
-    const int pairs_end = n - n % 2;
-    for (int i = 0; i < pairs_end; i += 2) {
-        const f64v x = simd::load<f64v>(a + i);
-        const i32v words = reinterpret_cast<i32v>(x);
-        // Both high words at once: lanes 1 and 3 hold them.
-        const i32v test = (words - static_cast<int>(0x80100000u)) < -0x200000;
-        if (test[1] == 0 || test[3] == 0) {
-            ln_elements(i, i + 2, a, r);
-            continue;
+    const LnVectors &c = *simd::opaque(&kLnVectors);
+    // Pairs are decided one by one; looking at four at a time saves branches when all pass.
+    constexpr int kBlock = 2 * kPairsPerBlock;
+    int i = 0;
+    for (; i + kBlock <= n; i += kBlock) {
+        f64v x[kPairsPerBlock];
+        int ordinary = 0;
+        for (int p = 0; p < kPairsPerBlock; ++p) {
+            x[p] = simd::load<f64v>(a + i + 2 * p);
+            ordinary |= pair_is_ordinary(a + i + 2 * p) << p;
         }
-        simd::store(r + i, ln_lanes(x));
+        for (int p = 0; p < kPairsPerBlock; ++p) {
+            if ((ordinary >> p) & 1) {
+                simd::store(r + i + 2 * p, ln_lanes(x[p], a + i + 2 * p, c));
+            } else {
+                ln_elements(i + 2 * p, i + 2 * p + 2, a, r);
+            }
+        }
     }
-    ln_elements(pairs_end, n, a, r);
+    for (; i + 2 <= n; i += 2) {
+        const f64v x = simd::load<f64v>(a + i);
+        if (pair_is_ordinary(a + i)) {
+            simd::store(r + i, ln_lanes(x, a + i, c));
+        } else {
+            ln_elements(i, i + 2, a, r);
+        }
+    }
+    ln_elements(i, n, a, r);
 }
 
 }  // namespace korb::vecmath
