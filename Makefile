@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 
-.PHONY: all build run test test-sanitize bench accuracy tables deps format clean
+.PHONY: all build run test test-sanitize bench accuracy costs tables deps format clean
 
 all: build
 
@@ -35,6 +35,11 @@ bench: build
 # The long accuracy run against MPFR: 10^8 points per double function.
 accuracy: build
 	./build/bin/korb_vm_accuracy --points 100000000
+
+# Measures the vector-math cost weights on this machine and writes them into the function list.
+costs: build
+	@sh .ci/deps bench
+	python3 tools/arq_costs.py build/bin/korb_bench
 
 # Regenerates the committed kernel tables from their rules.
 tables: build

@@ -1,7 +1,8 @@
 // Vector-math kernels beside their peers on the same inputs, n = 1000 (in cache) and 1,000,000:
 // the C library's scalar function in a loop, its SSE2-width vector variant (libmvec) and
 // SLEEF's SSE2 variant of 1-ulp accuracy, when SLEEF is installed. "copy" is the cost unit of
-// the cost tables: a plain loop copying the same vector (tools/arq_costs.py divides by it).
+// the cost tables: a plain loop copying the same vector; "slot0".."slot2" run the kernel of
+// each table slot at n = 1000, and tools/arq_costs.py divides their times by the copy's.
 // Items are elements; each benchmark reports a checksum of its results.
 #include <benchmark/benchmark.h>
 #include <emmintrin.h>
@@ -65,6 +66,7 @@ struct Subject {
 
 struct Function {
     const char *name;
+    const ArqKernelD *slots;  // the kernel table, for the cost measurement
     std::function<double(std::mt19937_64 &)> input;
     std::vector<Subject> subjects;
 };
@@ -73,6 +75,7 @@ struct Function {
 std::vector<Function> functions() {
     return {
         {"dExp",
+         korb_arq_kernel_dExp_ttab,
          [](std::mt19937_64 &g) { return std::uniform_real_distribution<double>(-700, 700)(g); },
          {{"korb", _arqdExp},
           {"glibc", scalar_loop<libm_exp>},
@@ -82,6 +85,7 @@ std::vector<Function> functions() {
 #endif
           {"copy", copy_loop}}},
         {"dLn",
+         korb_arq_kernel_dLn_ttab,
          [](std::mt19937_64 &g) {
              return std::exp(std::uniform_real_distribution<double>(-700, 700)(g));
          },
@@ -119,6 +123,14 @@ const bool kRegistered = [] {
                 name.c_str(), [&f, loop = s.loop](benchmark::State &st) { run(st, f, loop); })
                 ->Arg(1000)
                 ->Arg(1000000);
+        }
+        // Each slot's kernel in cache, for tools/arq_costs.py.
+        for (int slot = 0; slot < 3; ++slot) {
+            const std::string name =
+                std::string("BM_vm/") + f.name + "/slot" + std::to_string(slot);
+            benchmark::RegisterBenchmark(name.c_str(), [&f, slot](benchmark::State &st) {
+                run(st, f, f.slots[slot]);
+            })->Arg(1000);
         }
     }
     return true;

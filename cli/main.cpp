@@ -4,6 +4,7 @@
 //
 // Text output by default. A usage error prints one line to standard error and exits with 2; a
 // library status is printed with its name and exits with 1.
+#include <dlfcn.h>
 #include <korb/frame.h>
 #include <korb/vm.h>
 
@@ -12,9 +13,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "commands.h"
+#include "vecmath/functions.h"
 
 namespace korb::cli {
 
@@ -71,6 +74,17 @@ const char *class_name(int c) {
     }
 }
 
+// How many functions of the vector-math list the loaded kernel library provides, by their entry
+// points.
+void print_vm_functions() {
+    int built = 0;
+    for (const korb::vecmath::FunctionInfo &f : korb::vecmath::kFunctions) {
+        const std::string entry = std::string("_arq") + f.precision + f.name;
+        built += dlsym(RTLD_DEFAULT, entry.c_str()) != nullptr ? 1 : 0;
+    }
+    std::printf("vector-math functions: %d of %d built\n", built, korb::vecmath::kFunctionCount);
+}
+
 int cmd_info(int argc, char **argv) {
     if (wants_help(argc, argv)) {
         std::puts(
@@ -89,6 +103,7 @@ int cmd_info(int argc, char **argv) {
     std::printf("processor class: %d (%s), %s\n", cls, class_name(cls),
                 forced ? "forced by KORB_DEBUG_CPU_TYPE" : "detected");
     std::printf("vector-math mode: 0x%x\n", korb_arq_kernel_GetMode());
+    print_vm_functions();
     print_rng_registry();
     return 0;
 }

@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "capture.h"
+#include "vecmath/functions.h"
 
 namespace fs = std::filesystem;
 using korb::test::stdout_to_stderr;
@@ -110,6 +114,57 @@ TEST(KernelLibraryDeathTest, CoreLibraryWithoutTheFunctionIsFatal) {
         },
         testing::ExitedWithCode(1),
         "^KORB FATAL ERROR on loading the function korb_serv_free\\.\n$");
+}
+
+// Every built vector-math function: its two tables, placed one after the other, and its four
+// entry points, which reach the kernels of their slots.
+TEST(KernelLibrary, ExportsTheTablesAndEntryPointsOfEveryBuiltFunction) {
+    void *lib = dlopen((kLibDir / "libkorb_def.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(lib, nullptr) << dlerror();
+    using Kernel = void (*)(int, const double *, double *);
+    int built = 0;
+    for (const korb::vecmath::FunctionInfo &f : korb::vecmath::kFunctions) {
+        const std::string func = std::string(1, f.precision) + f.name;
+        void *entry = dlsym(lib, ("_arq" + func).c_str());
+        ASSERT_EQ(entry != nullptr, f.built) << func;
+        if (!f.built) continue;
+        ++built;
+        auto ttab =
+            static_cast<void *const *>(dlsym(lib, ("korb_arq_kernel_" + func + "_ttab").c_str()));
+        auto ctab =
+            static_cast<const float *>(dlsym(lib, ("korb_arq_kernel_" + func + "_ctab").c_str()));
+        ASSERT_NE(ttab, nullptr) << func;
+        ASSERT_EQ(static_cast<const void *>(ctab), static_cast<const void *>(ttab + 3)) << func;
+        std::uint32_t pad;
+        std::memcpy(&pad, ctab + 3, sizeof pad);
+        EXPECT_EQ(pad, 0u) << func;
+        for (int slot = 0; slot < 3; ++slot) {
+            EXPECT_EQ(ctab[slot], f.cost[slot]) << func;
+            EXPECT_GT(ctab[slot], 0.0f) << func;
+            for (int other = 0; other < 3; ++other) {
+                EXPECT_EQ(ttab[slot] == ttab[other], f.slots[slot] == f.slots[other]) << func;
+            }
+        }
+        const bool single = f.precision == 's' || f.precision == 'c';
+        const char *entries[4][2] = {
+            {"_HA", "1"}, {"", "1"}, {single ? "_21" : "_50", "0"}, {single ? "_11" : "_26", "2"}};
+        for (auto [suffix, slot] : entries) {
+            void *p = dlsym(lib, ("_arq" + func + suffix).c_str());
+            ASSERT_NE(p, nullptr) << func << suffix;
+            if (f.precision != 'd' || f.kind != korb::vecmath::KernelKind::one) continue;
+            // The same bits through the entry point as through its slot of the table.
+            const std::vector<double> a = {0.5, 1.0, 2.0, 3.5, 10.0, 0.1, 7.0, 0.25, 100.0};
+            std::vector<double> r1(a.size()), r2(a.size());
+            reinterpret_cast<Kernel>(p)(9, a.data(), r1.data());
+            reinterpret_cast<Kernel>(ttab[*slot - '0'])(9, a.data(), r2.data());
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                EXPECT_EQ(std::bit_cast<std::uint64_t>(r1[i]), std::bit_cast<std::uint64_t>(r2[i]))
+                    << func << suffix;
+            }
+        }
+    }
+    EXPECT_EQ(built, korb::vecmath::built_function_count());
+    EXPECT_EQ(korb::vecmath::kFunctionCount, 180);
 }
 
 }  // namespace
