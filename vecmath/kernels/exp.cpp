@@ -108,12 +108,7 @@ double exp_element(double x, int &status) {
 }
 
 void exp_elements(int begin, int end, const double *a, double *r) {
-    for (int i = begin; i < end; ++i) {
-        const double x = a[i];
-        int status;
-        r[i] = exp_element(x, status);
-        if (status != ARQ_STATUS_OK) dispatch_error_d_in_place(status, i, a, a, r, r, kName, x, x);
-    }
+    run_elements<exp_element>(begin, end, a, r, kName);
 }
 
 // The vector path's constants, one vector each, read through simd::opaque so that they stay

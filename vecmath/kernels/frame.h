@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "korb/vm.h"
+#include "vecmath/dispatch.h"
 #include "vecmath/mode.h"
 
 namespace korb::vecmath {
@@ -58,6 +59,19 @@ inline double double_from(std::uint64_t b) {
 // The high 32 bits of a double's pattern, the word the kernels' range tests look at.
 inline std::uint32_t high_word(double x) {
     return static_cast<std::uint32_t>(bits_of(x) >> 32);
+}
+
+// The element path of a one-argument double kernel over [begin, end): each result is written,
+// then a special one is reported with the argument as read before (the call may be in place).
+// Element(x, status) returns the result and sets status, 0 when there is nothing to report.
+template <double (*Element)(double, int &)>
+void run_elements(int begin, int end, const double *a, double *r, const char *name) {
+    for (int i = begin; i < end; ++i) {
+        const double x = a[i];
+        int status;
+        r[i] = Element(x, status);
+        if (status != ARQ_STATUS_OK) dispatch_error_d_in_place(status, i, a, a, r, r, name, x, x);
+    }
 }
 
 }  // namespace korb::vecmath

@@ -109,12 +109,7 @@ double ln_element(double x, int &status) {
 }
 
 void ln_elements(int begin, int end, const double *a, double *r) {
-    for (int i = begin; i < end; ++i) {
-        const double x = a[i];
-        int status;
-        r[i] = ln_element(x, status);
-        if (status != ARQ_STATUS_OK) dispatch_error_d_in_place(status, i, a, a, r, r, kName, x, x);
-    }
+    run_elements<ln_element>(begin, end, a, r, kName);
 }
 
 using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
