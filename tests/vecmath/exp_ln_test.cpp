@@ -348,3 +348,37 @@ TEST_F(ExpLn, TheCallersControlRegisterIsGivenBack) {
 }
 
 }  // namespace
+
+namespace {
+
+// The committed tables hold the published sample entries.
+struct ExpEntry {
+    double hi, lo;
+};
+struct LnEntry {
+    double rcp, rcp_again, hi, lo;
+};
+#include "vecmath/kernels/exp_ln_tables.inc"
+constexpr ExpEntry kExpTable[64] = {KORB_EXP_TABLE_ENTRIES};
+constexpr LnEntry kLnTable[513] = {KORB_LN_TABLE_ENTRIES};
+
+TEST(ExpLnTables, HoldThePublishedSampleEntries) {
+    EXPECT_EQ(kExpTable[0].hi, 1.0);
+    EXPECT_EQ(kExpTable[0].lo, 0.0);
+    EXPECT_EQ(kExpTable[1].hi, 1.010889286051679);
+    EXPECT_EQ(kExpTable[1].lo, 2.152309189912467e-14);
+    EXPECT_EQ(kLnTable[1].rcp, 0.9980506896972656);
+    EXPECT_EQ(kLnTable[256].rcp, 0.6666666269302368);
+    EXPECT_EQ(kLnTable[512].rcp, 0.5);
+    EXPECT_EQ(kLnTable[256].hi, -0.28768201172351837);
+    EXPECT_EQ(kLnTable[256].lo, -1.1236160041096528e-09);
+    for (int j : {0, 512}) {
+        EXPECT_EQ(kLnTable[j].hi, 0.0);
+        EXPECT_EQ(kLnTable[j].lo, 0.0);
+    }
+    // Short significands keep the kernels' products exact: T_hi and rcp end in zero bits.
+    for (const ExpEntry &e : kExpTable) EXPECT_EQ(bits(e.hi) & 0xFF, 0u);
+    for (const LnEntry &e : kLnTable) EXPECT_EQ(bits(e.rcp) & ((1ull << 30) - 1), 0u);
+}
+
+}  // namespace
