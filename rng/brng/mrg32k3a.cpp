@@ -5,8 +5,8 @@
 // raises each recurrence's companion matrix to the skip; there is no leapfrog.
 //
 // A step needs no division: 2^32 is congruent to 209 (mod m1) and to 22853 (mod m2), so the high
-// 32 bits of a sum of products fold onto the low ones; two folds and one conditional subtraction
-// give the residue.
+// 32 bits of a sum of products fold onto the low ones; one fold (x) or two (y) and one
+// conditional subtraction give the residue.
 //
 // Large requests run in lanes: a chunk of kLanes * S outputs is cut into kLanes segments of S
 // consecutive outputs, lane j starting from the state advanced by j * S steps (matrices computed
@@ -14,6 +14,7 @@
 // ends where the chunk ends, so its state carries on. Results equal the one-step recurrence.
 #include <array>
 #include <bit>
+#include <iterator>
 
 #include "frame/simd.h"
 #include "rng/stream.h"
@@ -115,35 +116,59 @@ inline u64v mul32(u64v a, uint64_t b) {
     return simd::mul_lo32(a, simd::broadcast(b));
 }
 
-// p mod (2^32 - Offset) for p < 2^54: two folds leave p below 2^32 + 2^20, then m is subtracted
-// once if p reached it (p + Offset carries into bit 32 exactly then).
-template <uint32_t Offset, class V>
-inline V fold(V p) {
+// The two recurrences: next = (newest * kNewest + middle * kMiddle - oldest * kOldest) mod m,
+// m = 2^32 - kOffset, with kFolds folds in the reduction below.
+struct RecurrenceX {
+    static constexpr uint32_t kOffset = kOffset1;
+    static constexpr int kFolds = 1;
+    static constexpr uint64_t kNewest = 0, kMiddle = kX1, kOldest = kX0;
+};
+struct RecurrenceY {
+    static constexpr uint32_t kOffset = kOffset2;
+    static constexpr int kFolds = 2;
+    static constexpr uint64_t kNewest = kY2, kMiddle = 0, kOldest = kY0;
+};
+
+// p mod (2^32 - Offset) for p < 2^54. A fold replaces the high part h = p >> 32 by h * Offset.
+// One fold (Offset 209) leaves p below 2^32 + 2^30, two (Offset 22853) below 2^32 + 2^19: below
+// twice the modulus either way, so m is subtracted once if p reached it, which is exactly when
+// p + Offset carries into bit 32.
+template <uint32_t Offset, int Folds, class V>
+inline V reduce(V p) {
     constexpr uint64_t kLow = 0xFFFFFFFF;
-    p = mul32(p >> 32, Offset) + (p & kLow);
-    p = mul32(p >> 32, Offset) + (p & kLow);
+    for (int i = 0; i < Folds; ++i) p = mul32(p >> 32, Offset) + (p & kLow);
     const V carry = (p + Offset) >> 32;
     return p - ((0 - carry) & ((uint64_t{1} << 32) - Offset));
 }
 
-// The six state words, one generator per lane (V = uint64_t for one, u64v for several).
-template <class V>
-struct Words {
-    V x0, x1, x2, y0, y1, y2;
+// The next word of recurrence R from its last three, in one word or in each lane. The oldest
+// term enters as kOldest * (m - oldest), which keeps the sum positive (and below 2^54).
+template <class R, class V>
+inline V next(V oldest, V middle, V newest) {
+    constexpr uint64_t m = (uint64_t{1} << 32) - R::kOffset;
+    V p = mul32(m - oldest, R::kOldest);
+    if constexpr (R::kMiddle != 0) p += mul32(middle, R::kMiddle);
+    if constexpr (R::kNewest != 0) p += mul32(newest, R::kNewest);
+    return reduce<R::kOffset, R::kFolds>(p);
+}
 
-    // Advances by one step and returns the output z in 0 to m1 - 1.
-    V step() {
-        // kX0 * (m1 - x0) is kX0 * m1 - kX0 * x0: the sum stays positive and below 2^54.
-        const V xn = fold<kOffset1>(mul32(x1, kX1) + mul32(kM1 - x0, kX0));
-        const V yn = fold<kOffset2>(mul32(y2, kY2) + mul32(kM2 - y0, kY0));
-        x0 = x1;
-        x1 = x2;
-        x2 = xn;
-        y0 = y1;
-        y1 = y2;
-        y2 = yn;
-        const V d = xn - yn;  // wraps around when negative: add m1 back then
-        return d + ((0 - (d >> 63)) & kM1);
+// The output from the two new words: x - y, plus m1 when that is negative (it wraps then).
+template <class V>
+inline V combine(V x, V y) {
+    const V d = x - y;
+    return d + ((0 - (d >> 63)) & kM1);
+}
+
+// One generator's six words, one step at a time.
+struct Words {
+    uint64_t x[3], y[3];  // oldest to newest
+
+    uint64_t step() {
+        const uint64_t xn = next<RecurrenceX>(x[0], x[1], x[2]);
+        const uint64_t yn = next<RecurrenceY>(y[0], y[1], y[2]);
+        x[0] = x[1], x[1] = x[2], x[2] = xn;
+        y[0] = y[1], y[1] = y[2], y[2] = yn;
+        return combine(xn, yn);
     }
 };
 
@@ -152,8 +177,17 @@ struct Words {
 constexpr int kLanes = 8;
 constexpr int kVectors = kLanes / simd::kU64Lanes;
 
-// Segment lengths: long ones for the bulk, short ones so that mid-sized requests use lanes too.
-constexpr int kSegments[] = {1024, 32};
+// Segment lengths: long ones for the bulk, shorter ones so that mid-sized requests and the
+// remainder use lanes too (the one-at-a-time step is bound by its latency).
+constexpr int kPass = 24;
+constexpr int kSegments[] = {960, 24, 6};
+constexpr bool segments_fit_passes() {
+    for (int length : kSegments) {
+        if (length % 3 != 0 || (length > kPass && length % kPass != 0)) return false;
+    }
+    return true;
+}
+static_assert(segments_fit_passes(), "a segment is a multiple of 3, and of kPass when longer");
 
 // For each segment length S and lane j, the matrices advancing each component by j * S steps.
 struct LaneJumps {
@@ -179,34 +213,57 @@ constexpr std::array<LaneJumps, std::size(kSegments)> make_lane_jumps() {
 
 constexpr auto kLaneJumps = make_lane_jumps();
 
-// Produces segment_length outputs in each lane; lane l writes outputs
-// first + l * segment_length + t, t = 0, 1, ...; then moves s past the whole chunk.
+// One component of every lane: w[0..2] hold the words oldest to newest, vector j holding lanes
+// j * kU64Lanes and up.
+using LaneWords = u64v[3][kVectors];
+
+// Runs `steps` steps (a multiple of 3) of recurrence R in every lane and writes the new words
+// to out[t]. The three words rotate roles instead of moving: each new word replaces the oldest,
+// and after three steps w[0] is the oldest again.
+template <class R>
+void run_component(LaneWords &w, u64v (*out)[kVectors], int steps) {
+    for (int t = 0; t < steps; t += 3) {
+        for (int j = 0; j < kVectors; ++j) out[t][j] = w[0][j] = next<R>(w[0][j], w[1][j], w[2][j]);
+        for (int j = 0; j < kVectors; ++j) {
+            out[t + 1][j] = w[1][j] = next<R>(w[1][j], w[2][j], w[0][j]);
+        }
+        for (int j = 0; j < kVectors; ++j) {
+            out[t + 2][j] = w[2][j] = next<R>(w[2][j], w[0][j], w[1][j]);
+        }
+    }
+}
+
+// Produces `length` outputs in each lane: lane l writes outputs first + l * length + t, t = 0,
+// 1, ...; then moves s past the whole chunk. The components run separately, kPass steps at a
+// time, so that each one's lanes stay in registers.
 template <class Sink>
-void run_lanes(Words<uint64_t> &s, const LaneJumps &jumps, int segment_length, int first,
-               Sink &sink) {
+void run_lanes(Words &s, const LaneJumps &jumps, int length, int first, const Sink &shared_sink) {
+    Sink sink = shared_sink;  // a local copy: its fields cannot alias the output
     const Modulus mx{kOffset1}, my{kOffset2};
-    const Vec3 x{s.x0, s.x1, s.x2}, y{s.y0, s.y1, s.y2};
-    Words<u64v> v[kVectors];
+    const Vec3 x{s.x[0], s.x[1], s.x[2]}, y{s.y[0], s.y[1], s.y[2]};
+    LaneWords wx, wy;
     for (int l = 0; l < kLanes; ++l) {
         const Vec3 lx = mat_apply(jumps.x[l], x, mx);
         const Vec3 ly = mat_apply(jumps.y[l], y, my);
-        Words<u64v> &w = v[l / simd::kU64Lanes];
-        const int k = l % simd::kU64Lanes;
-        w.x0[k] = lx[0];
-        w.x1[k] = lx[1];
-        w.x2[k] = lx[2];
-        w.y0[k] = ly[0];
-        w.y1[k] = ly[1];
-        w.y2[k] = ly[2];
-    }
-    for (int t = 0; t < segment_length; ++t) {
-        for (int j = 0; j < kVectors; ++j) {
-            sink.lanes(first + t, segment_length, j * simd::kU64Lanes, v[j].step());
+        for (int k = 0; k < 3; ++k) {
+            wx[k][l / simd::kU64Lanes][l % simd::kU64Lanes] = lx[k];
+            wy[k][l / simd::kU64Lanes][l % simd::kU64Lanes] = ly[k];
         }
     }
-    const Words<u64v> &last = v[kVectors - 1];
-    constexpr int k = simd::kU64Lanes - 1;
-    s = {last.x0[k], last.x1[k], last.x2[k], last.y0[k], last.y1[k], last.y2[k]};
+    u64v new_x[kPass][kVectors], new_y[kPass][kVectors];
+    for (int t0 = 0; t0 < length; t0 += kPass) {
+        const int steps = length - t0 < kPass ? length - t0 : kPass;
+        run_component<RecurrenceX>(wx, new_x, steps);
+        run_component<RecurrenceY>(wy, new_y, steps);
+        for (int t = 0; t < steps; ++t) {
+            for (int j = 0; j < kVectors; ++j) {
+                sink.lanes(first + t0 + t, length, j * simd::kU64Lanes,
+                           combine(new_x[t][j], new_y[t][j]));
+            }
+        }
+    }
+    constexpr int j = kVectors - 1, k = simd::kU64Lanes - 1;
+    s = {{wx[0][j][k], wx[1][j][k], wx[2][j][k]}, {wy[0][j][k], wy[1][j][k], wy[2][j][k]}};
 }
 
 // Runs the recurrence for n outputs, handing each to the sink: one at a time through
@@ -214,19 +271,17 @@ void run_lanes(Words<uint64_t> &s, const LaneJumps &jumps, int segment_length, i
 // is output i + (lane + l) * stride.
 template <class Sink>
 void generate(State *st, int n, Sink &sink) {
-    Words<uint64_t> s{st->x[0], st->x[1], st->x[2], st->y[0], st->y[1], st->y[2]};
+    Words s{{st->x[0], st->x[1], st->x[2]}, {st->y[0], st->y[1], st->y[2]}};
     int i = 0;
     for (size_t k = 0; k < std::size(kSegments); ++k) {
         const int chunk = kLanes * kSegments[k];
         for (; n - i >= chunk; i += chunk) run_lanes(s, kLaneJumps[k], kSegments[k], i, sink);
     }
     for (; i < n; ++i) sink.one(i, s.step());
-    st->x[0] = static_cast<uint32_t>(s.x0);
-    st->x[1] = static_cast<uint32_t>(s.x1);
-    st->x[2] = static_cast<uint32_t>(s.x2);
-    st->y[0] = static_cast<uint32_t>(s.y0);
-    st->y[1] = static_cast<uint32_t>(s.y1);
-    st->y[2] = static_cast<uint32_t>(s.y2);
+    for (int k = 0; k < 3; ++k) {
+        st->x[k] = static_cast<uint32_t>(s.x[k]);
+        st->y[k] = static_cast<uint32_t>(s.y[k]);
+    }
 }
 
 inline ptrdiff_t lane_index(int i, int stride, int lane) {
