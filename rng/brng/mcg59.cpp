@@ -7,6 +7,7 @@
 // a^8 times the output eight places earlier, eight independent 64-bit products. Doubles are
 // x * s + a with x rounded to the nearest double (exact below 2^53) and s = (b - a) * 2^-59, a
 // multiply and an add, never fused. Every split of n gives the same numbers as one call.
+#include "congruential.h"
 #include "frame/simd.h"
 #include "rng/stream.h"
 #include "rows.h"
@@ -135,34 +136,18 @@ extern "C" {
 int __bixBRngMCG59InitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
     using namespace korb::rng;
     State *st = state_of<State>(stream);
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            // One seed word is x itself; two make a 64-bit word (low first) cut to 59 bits.
-            uint64_t x = 1;
-            if (n >= 1 && params != nullptr) {
-                x = n == 1 ? params[0] : (params[0] | static_cast<uint64_t>(params[1]) << 32);
-                x &= kMask;
-            }
-            st->x = x == 0 ? 1 : x;
-            st->a = kMultiplier;
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_LEAPFROG: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            // Outputs k, k + nstreams, ... of the stream as it stands.
-            st->x = mul_mod(pow_mod(st->a, params[0]), st->x);
-            st->a = pow_mod(st->a, static_cast<uint32_t>(n));
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_SKIPAHEAD: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            const uint64_t nskip = params[0] | static_cast<uint64_t>(params[1]) << 32;
-            st->x = mul_mod(pow_mod(st->a, nskip), st->x);
-            return BIX_ERROR_OK;
-        }
-        default:
-            return BIX_ERROR_BADMETHOD;
+    if (method != BIX_INIT_METHOD_STANDARD) {
+        return split_congruential(method, st->x, st->a, n, params, mul_mod, pow_mod);
     }
+    // One seed word is x itself; two make a 64-bit word (low first) cut to 59 bits.
+    uint64_t x = 1;
+    if (n >= 1 && params != nullptr) {
+        x = n == 1 ? params[0] : (params[0] | static_cast<uint64_t>(params[1]) << 32);
+        x &= kMask;
+    }
+    st->x = x == 0 ? 1 : x;
+    st->a = kMultiplier;
+    return BIX_ERROR_OK;
 }
 
 int __bixiBRngMCG59(BixStream *stream, int n, uint32_t r[]) {

@@ -16,6 +16,7 @@
 #include <bit>
 #include <iterator>
 
+#include "congruential.h"
 #include "frame/simd.h"
 #include "rng/stream.h"
 #include "rows.h"
@@ -360,7 +361,7 @@ int __bixBRngMRG32K3AInitStream(int method, BixStream *stream, int n, const uint
             return BIX_ERROR_LEAPFROG_UNSUPPORTED;
         case BIX_INIT_METHOD_SKIPAHEAD: {
             if (params == nullptr) return BIX_ERROR_BADARGS;
-            const uint64_t nskip = params[0] | static_cast<uint64_t>(params[1]) << 32;
+            const uint64_t nskip = skip_count(params);
             vect3_pow_mod(st->x, kRowX, kOffset1, nskip);
             vect3_pow_mod(st->y, kRowY, kOffset2, nskip);
             return BIX_ERROR_OK;
