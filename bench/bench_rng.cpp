@@ -57,25 +57,24 @@ void BM_korb(benchmark::State &state) {
     __bixDeleteStream(&s);
 }
 
-void BM_libstdcxx_ints(benchmark::State &state) {
-    Engine e(7);
-    std::vector<uint32_t> r(static_cast<size_t>(state.range(0)));
+// A peer filling the array one number at a time with draw(engine).
+template <class T, class Engine, class Draw>
+void run_peer(benchmark::State &state, Engine engine, Draw draw) {
+    std::vector<T> r(static_cast<size_t>(state.range(0)));
     for (auto _ : state) {
-        for (uint32_t &v : r) v = static_cast<uint32_t>(e());
+        for (T &v : r) v = draw(engine);
         benchmark::ClobberMemory();
     }
     report(state, r);
 }
 
+void BM_libstdcxx_ints(benchmark::State &state) {
+    run_peer<uint32_t>(state, Engine(7), [](Engine &e) { return static_cast<uint32_t>(e()); });
+}
+
 void BM_libstdcxx_doubles(benchmark::State &state) {
-    Engine e(7);
     std::uniform_real_distribution<double> u(0.0, 1.0);
-    std::vector<double> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        for (double &v : r) v = u(e);
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
+    run_peer<double>(state, Engine(7), [&u](Engine &e) { return u(e); });
 }
 
 // MRG32k3a as usually written: signed 64-bit products and remainders, one step at a time.
@@ -94,43 +93,21 @@ struct TextbookMrg32k3a {
 };
 
 void BM_textbook_mrg32k3a_ints(benchmark::State &state) {
-    TextbookMrg32k3a g;
-    std::vector<uint32_t> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        for (uint32_t &v : r) v = g.next();
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
+    run_peer<uint32_t>(state, TextbookMrg32k3a{}, [](TextbookMrg32k3a &g) { return g.next(); });
 }
 
 void BM_textbook_mrg32k3a_doubles(benchmark::State &state) {
-    TextbookMrg32k3a g;
-    std::vector<double> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        for (double &v : r) v = g.next() * 2.328306549837829e-10;
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
+    run_peer<double>(state, TextbookMrg32k3a{},
+                     [](TextbookMrg32k3a &g) { return g.next() * 2.328306549837829e-10; });
 }
 
 void BM_mt19937_64_ints(benchmark::State &state) {
-    std::mt19937_64 e(7);
-    std::vector<uint64_t> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        for (uint64_t &v : r) v = e();
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
+    run_peer<uint64_t>(state, std::mt19937_64(7), [](std::mt19937_64 &e) { return e(); });
 }
 
 void BM_mt19937_64_doubles(benchmark::State &state) {
-    std::mt19937_64 e(7);
-    std::vector<double> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        for (double &v : r) v = std::generate_canonical<double, 53>(e);
-        benchmark::ClobberMemory();
-    }
-    report(state, r);
+    run_peer<double>(state, std::mt19937_64(7),
+                     [](std::mt19937_64 &e) { return std::generate_canonical<double, 53>(e); });
 }
 
 #define KORB_BENCH_SIZES ->Arg(1000)->Arg(1000000)
