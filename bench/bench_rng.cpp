@@ -1,11 +1,14 @@
 // Basic generators filling arrays of n = 1000 and 1,000,000 numbers, beside libstdc++'s engine
 // with the same parameters (x(i+1) = 1132489760 x(i) mod 2^31 - 1): its raw integers, and
-// doubles through std::uniform_real_distribution. Items are numbers generated; each benchmark
+// doubles through std::uniform_real_distribution. For MRG32K3A and MCG59 the peers are
+// std::mt19937_64 (raw words, and doubles through std::generate_canonical) and the MRG32k3a
+// recurrence as usually written, with remainders. Items are numbers generated; each benchmark
 // folds its output into a checksum so nothing is optimised away.
 #include <benchmark/benchmark.h>
 #include <korb/rng.h>
 
 #include <random>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -25,15 +28,16 @@ BixStream *make(int brng) {
     return s;
 }
 
-// One call of the row's generation function for the element type of r.
-int fill(const BrngProperties &p, BixStream *s, std::vector<uint32_t> &r) {
-    return p.iGen(s, static_cast<int>(r.size()), r.data());
+// One call of the row's generation function for n numbers of the element type of r (integer
+// words of wordSize bytes, so r holds n * wordSize / 4 elements).
+int fill(const BrngProperties &p, BixStream *s, int n, std::vector<uint32_t> &r) {
+    return p.iGen(s, n, r.data());
 }
-int fill(const BrngProperties &p, BixStream *s, std::vector<double> &r) {
-    return p.dGen(s, static_cast<int>(r.size()), r.data(), 0.0, 1.0);
+int fill(const BrngProperties &p, BixStream *s, int n, std::vector<double> &r) {
+    return p.dGen(s, n, r.data(), 0.0, 1.0);
 }
-int fill(const BrngProperties &p, BixStream *s, std::vector<float> &r) {
-    return p.sGen(s, static_cast<int>(r.size()), r.data(), 0.0f, 1.0f);
+int fill(const BrngProperties &p, BixStream *s, int n, std::vector<float> &r) {
+    return p.sGen(s, n, r.data(), 0.0f, 1.0f);
 }
 
 template <int Brng, class T>
@@ -41,34 +45,69 @@ void BM_korb(benchmark::State &state) {
     BixStream *s = make(Brng);
     BrngProperties p{};
     __bixGetBrngProperties(Brng, &p);
-    std::vector<T> r(static_cast<size_t>(state.range(0)));
+    const int n = static_cast<int>(state.range(0));
+    const size_t per_number = std::is_same_v<T, uint32_t> ? p.wordSize / 4 : 1;
+    std::vector<T> r(static_cast<size_t>(n) * per_number);
     for (auto _ : state) {
-        fill(p, s, r);
+        fill(p, s, n, r);
         benchmark::ClobberMemory();
     }
     report(state, r);
+    state.SetItemsProcessed(state.iterations() * n);
     __bixDeleteStream(&s);
 }
 
-void BM_libstdcxx_ints(benchmark::State &state) {
-    Engine e(7);
-    std::vector<uint32_t> r(static_cast<size_t>(state.range(0)));
+// A peer filling the array one number at a time with draw(engine).
+template <class T, class Engine, class Draw>
+void run_peer(benchmark::State &state, Engine engine, Draw draw) {
+    std::vector<T> r(static_cast<size_t>(state.range(0)));
     for (auto _ : state) {
-        for (uint32_t &v : r) v = static_cast<uint32_t>(e());
+        for (T &v : r) v = draw(engine);
         benchmark::ClobberMemory();
     }
     report(state, r);
 }
 
+void BM_libstdcxx_ints(benchmark::State &state) {
+    run_peer<uint32_t>(state, Engine(7), [](Engine &e) { return static_cast<uint32_t>(e()); });
+}
+
 void BM_libstdcxx_doubles(benchmark::State &state) {
-    Engine e(7);
     std::uniform_real_distribution<double> u(0.0, 1.0);
-    std::vector<double> r(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
-        for (double &v : r) v = u(e);
-        benchmark::ClobberMemory();
+    run_peer<double>(state, Engine(7), [&u](Engine &e) { return u(e); });
+}
+
+// MRG32k3a as usually written: signed 64-bit products and remainders, one step at a time.
+struct TextbookMrg32k3a {
+    static constexpr int64_t m1 = 4294967087, m2 = 4294944443;
+    int64_t x0 = 7, x1 = 1, x2 = 1, y0 = 1, y1 = 1, y2 = 1;
+    uint32_t next() {
+        int64_t p1 = (1403580 * x1 - 810728 * x0) % m1;
+        if (p1 < 0) p1 += m1;
+        x0 = x1, x1 = x2, x2 = p1;
+        int64_t p2 = (527612 * y2 - 1370589 * y0) % m2;
+        if (p2 < 0) p2 += m2;
+        y0 = y1, y1 = y2, y2 = p2;
+        return static_cast<uint32_t>(p1 > p2 ? p1 - p2 : p1 - p2 + m1);
     }
-    report(state, r);
+};
+
+void BM_textbook_mrg32k3a_ints(benchmark::State &state) {
+    run_peer<uint32_t>(state, TextbookMrg32k3a{}, [](TextbookMrg32k3a &g) { return g.next(); });
+}
+
+void BM_textbook_mrg32k3a_doubles(benchmark::State &state) {
+    run_peer<double>(state, TextbookMrg32k3a{},
+                     [](TextbookMrg32k3a &g) { return g.next() * 2.328306549837829e-10; });
+}
+
+void BM_mt19937_64_ints(benchmark::State &state) {
+    run_peer<uint64_t>(state, std::mt19937_64(7), [](std::mt19937_64 &e) { return e(); });
+}
+
+void BM_mt19937_64_doubles(benchmark::State &state) {
+    run_peer<double>(state, std::mt19937_64(7),
+                     [](std::mt19937_64 &e) { return std::generate_canonical<double, 53>(e); });
 }
 
 #define KORB_BENCH_SIZES ->Arg(1000)->Arg(1000000)
@@ -80,7 +119,13 @@ void BM_libstdcxx_doubles(benchmark::State &state) {
     BENCHMARK(BM_korb<brng, float>)->Name("BM_korb_floats<" #brng ">") KORB_BENCH_SIZES;
 
 KORB_BENCH_BRNG(BIX_BRNG_MCG31M1)
+KORB_BENCH_BRNG(BIX_BRNG_MRG32K3A)
+KORB_BENCH_BRNG(BIX_BRNG_MCG59)
 BENCHMARK(BM_libstdcxx_ints) KORB_BENCH_SIZES;
 BENCHMARK(BM_libstdcxx_doubles) KORB_BENCH_SIZES;
+BENCHMARK(BM_textbook_mrg32k3a_ints) KORB_BENCH_SIZES;
+BENCHMARK(BM_textbook_mrg32k3a_doubles) KORB_BENCH_SIZES;
+BENCHMARK(BM_mt19937_64_ints) KORB_BENCH_SIZES;
+BENCHMARK(BM_mt19937_64_doubles) KORB_BENCH_SIZES;
 
 }  // namespace

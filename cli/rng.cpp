@@ -264,7 +264,16 @@ int cmd_rng(int argc, char **argv) {
             case Format::Int:
                 ints.resize(count * words);
                 status = row.iGen(stream, m, ints.data());
-                if (status == BIX_ERROR_OK) emit(ints, ints.size(), o.binary, "%" PRIu32 "\n");
+                if (status != BIX_ERROR_OK) break;
+                if (words == 2 && !o.binary) {
+                    // 64-bit words (MCG59) print as one number each, low half first in memory.
+                    for (size_t k = 0; k < count; ++k) {
+                        std::printf("%" PRIu64 "\n",
+                                    ints[2 * k] | static_cast<uint64_t>(ints[2 * k + 1]) << 32);
+                    }
+                } else {
+                    emit(ints, ints.size(), o.binary, "%" PRIu32 "\n");
+                }
                 break;
             case Format::Double:
                 doubles.resize(count);

@@ -207,6 +207,41 @@ KORB_API uint64_t __bixiPowMod(uint32_t base, uint64_t exponent, uint32_t modulu
 KORB_API uint64_t __bixiPowMod2P31M1(uint32_t base, uint64_t exponent);
 
 /*
+ * MRG32K3A: the combined recurrences x(n) = (1403580 x(n-2) - 810728 x(n-3)) mod (2^32 - 209)
+ * and y(n) = (527612 y(n-1) - 1370589 y(n-3)) mod (2^32 - 22853), output (x(n) - y(n)) mod
+ * (2^32 - 209), which can be 0. Up to six seed words (x0, x1, x2, y0, y1, y2; missing ones are 1).
+ * Skip-ahead supported; leapfrog returns BIX_ERROR_LEAPFROG_UNSUPPORTED.
+ */
+KORB_API int __bixBRngMRG32K3AInitStream(int method, BixStream *stream, int n,
+                                         const uint32_t params[]);
+KORB_API int __bixsBRngMRG32K3A(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngMRG32K3A(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngMRG32K3A(BixStream *stream, int n, uint32_t r[]);
+
+/*
+ * Advances a three-word component of an order-3 recurrence modulo 2^32 - offset by `power`
+ * steps, in place. `vector` holds the words oldest to newest (as a MRG32K3A stream does); `row`
+ * is the companion matrix's first row: the coefficients of the newest, middle and oldest word in
+ * the next word, e.g. {0, 1403580, 4294967087 - 810728} for MRG32K3A's first component.
+ */
+KORB_API void __bixiVect3PowMod(uint32_t vector[3], const uint32_t row[3], uint32_t offset,
+                                uint64_t power);
+
+/*
+ * MCG59: x(i+1) = 13^13 * x(i) mod 2^59, never 0. One seed word is x; two are a 64-bit word (low
+ * word first) cut to 59 bits. Leapfrog and skip-ahead supported. The integer output is one
+ * 64-bit word per number: __bixiBRngMCG59 fills r[0..2n-1], low half of each word first.
+ */
+KORB_API int __bixBRngMCG59InitStream(int method, BixStream *stream, int n,
+                                      const uint32_t params[]);
+KORB_API int __bixsBRngMCG59(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngMCG59(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngMCG59(BixStream *stream, int n, uint32_t r[]);
+
+/* base^exponent mod 2^59 (1 for exponent 0). */
+KORB_API uint64_t __bixiPowMod2P59(uint64_t base, uint64_t exponent);
+
+/*
  * Abstract generators (rows 9 to 11): each generates in one precision only; the other
  * precisions are these stubs, which return BIX_ERROR_ARS_UNSUPPORTED_PRECISION.
  */

@@ -10,6 +10,7 @@
 // gives the same numbers as one call.
 #include <bit>
 
+#include "congruential.h"
 #include "frame/simd.h"
 #include "rng/stream.h"
 #include "rows.h"
@@ -160,30 +161,14 @@ extern "C" {
 int __bixBRngMCG31M1InitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
     using namespace korb::rng;
     State *st = state_of<State>(stream);
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            // Only the first seed word is used; a seed that reduces to 0 becomes 1.
-            uint32_t x = n >= 1 && params != nullptr ? params[0] % kModulus : 1;
-            st->x = x == 0 ? 1 : x;
-            st->a = kMultiplier;
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_LEAPFROG: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            // Outputs k, k + nstreams, ... of the stream as it stands.
-            st->x = mul_mod(pow_mod_m(st->a, params[0]), st->x);
-            st->a = pow_mod_m(st->a, static_cast<uint32_t>(n));
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_SKIPAHEAD: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            uint64_t nskip = params[0] | static_cast<uint64_t>(params[1]) << 32;
-            st->x = mul_mod(pow_mod_m(st->a, nskip), st->x);
-            return BIX_ERROR_OK;
-        }
-        default:
-            return BIX_ERROR_BADMETHOD;
+    if (method != BIX_INIT_METHOD_STANDARD) {
+        return split_congruential(method, st->x, st->a, n, params, mul_mod, pow_mod_m);
     }
+    // Only the first seed word is used; a seed that reduces to 0 becomes 1.
+    uint32_t x = n >= 1 && params != nullptr ? params[0] % kModulus : 1;
+    st->x = x == 0 ? 1 : x;
+    st->a = kMultiplier;
+    return BIX_ERROR_OK;
 }
 
 int __bixiBRngMCG31M1(BixStream *stream, int n, uint32_t r[]) {

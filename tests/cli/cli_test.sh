@@ -62,6 +62,12 @@ check "rng leapfrog" 0 '^289798557$' sh -c "'$korb' rng --leapfrog 1,2 --n 2 | t
 check "rng by number" 0 '^1132489760$' sh -c "'$korb' rng --brng 0x100000 --n 2 | tail -n 1"
 check "rng binary ints" 0 '^12$' sh -c "'$korb' rng --n 3 --binary | wc -c"
 check "rng binary doubles" 0 '^24$' sh -c "'$korb' rng --n 3 --format double --binary | wc -c"
+check "rng MRG32K3A" 0 '^0\.12701112207614923$' \
+    "$korb" rng --brng MRG32K3A --seed 12345,12345,12345,12345,12345,12345 --format double --n 1
+check "rng MRG32K3A no leapfrog" 1 'BIX_ERROR_LEAPFROG_UNSUPPORTED' \
+    "$korb" rng --brng MRG32K3A --leapfrog 0,2
+check "rng MCG59 words" 0 '^302875106592253$' sh -c "'$korb' rng --brng MCG59 --n 2 | tail -n 1"
+check "rng MCG59 binary" 0 '^24$' sh -c "'$korb' rng --brng MCG59 --n 3 --binary | wc -c"
 check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng R250
 check "rng abstract" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng IABSTRACT
 check "rng no member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH+273

@@ -18,6 +18,8 @@ struct Generator {
 
 const Generator kGenerators[] = {
     {BIX_BRNG_MCG31M1, true, true},
+    {BIX_BRNG_MRG32K3A, false, true},
+    {BIX_BRNG_MCG59, true, true},
 };
 
 class Contract : public ::testing::TestWithParam<Generator> {
