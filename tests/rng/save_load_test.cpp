@@ -52,6 +52,15 @@ void append_chunk(std::vector<char> &image, uint32_t key, uint64_t id0, uint64_t
     put(image, 12, count + 1);
 }
 
+// An MCG31M1 stream with a private chunk (key 1) and a shared one (key 2, id {id0, 1}).
+Stream with_two_chunks(uint32_t seed, uint64_t id0) {
+    Stream s = make_stream(BIX_BRNG_MCG31M1, seed);
+    EXPECT_EQ(__bixAddChunk(s.get(), 1, nullptr, block_of("private"), 7), BIX_ERROR_OK);
+    const uint64_t id[2] = {id0, 1};
+    EXPECT_EQ(__bixAddChunk(s.get(), 2, id, block_of("shared chunk"), 12), BIX_ERROR_OK);
+    return s;
+}
+
 struct Loaded {
     int status;
     Stream stream;
@@ -152,10 +161,7 @@ TEST(SavedImages, RefusedAndAcceptedHeaders) {
 }
 
 TEST(SavedImages, DamagedFilesAreShortReadsAndLeakNothing) {
-    Stream s = make_stream(BIX_BRNG_MCG31M1, 5);
-    ASSERT_EQ(__bixAddChunk(s.get(), 1, nullptr, block_of("first"), 5), BIX_ERROR_OK);
-    const uint64_t id[2] = {42, 43};
-    ASSERT_EQ(__bixAddChunk(s.get(), 2, id, block_of("second chunk"), 12), BIX_ERROR_OK);
+    Stream s = with_two_chunks(5, 42);
     const std::vector<char> image = image_of(s.get());
     const long live = korb_serv_live_blocks();
     TempDir dir;
@@ -235,10 +241,7 @@ TEST(SavedImages, FileErrors) {
 }
 
 TEST(SavedImages, AllocationFailuresLeakNothing) {
-    Stream s = make_stream(BIX_BRNG_MCG31M1, 8);
-    ASSERT_EQ(__bixAddChunk(s.get(), 1, nullptr, block_of("private"), 7), BIX_ERROR_OK);
-    const uint64_t id[2] = {0xC0FFEE, 1};
-    ASSERT_EQ(__bixAddChunk(s.get(), 2, id, block_of("shared"), 6), BIX_ERROR_OK);
+    Stream s = with_two_chunks(8, 0xC0FFEE);
     const std::vector<char> image = image_of(s.get());
     TempDir dir;
     const std::string name = dir / "image";
