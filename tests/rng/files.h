@@ -6,19 +6,16 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
-#include <vector>
 
 namespace korb::test {
 
 // A fresh directory, removed with everything in it when the object goes.
 class TempDir {
   public:
-    TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "korb-XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
-        EXPECT_FALSE(path_.empty()) << "mkdtemp failed";
+    TempDir() : path_((std::filesystem::temp_directory_path() / "korb-XXXXXX").string()) {
+        EXPECT_NE(mkdtemp(path_.data()), nullptr);
     }
     ~TempDir() {
         std::error_code ignored;
@@ -33,14 +30,14 @@ class TempDir {
     std::string path_;
 };
 
-inline std::vector<char> read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+inline std::string read_file(const std::string &path) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
-inline void write_file(const std::string &path, const std::vector<char> &bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+inline void write_file(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 }  // namespace korb::test
