@@ -232,16 +232,16 @@ class File {
         if (file_ != nullptr) std::fclose(file_);
     }
 
-    // A name length of 0 or more takes that many characters (fewer when a NUL comes first),
-    // copied and terminated; a negative length takes the name as a terminated string.
+    // A name length of 0 or more takes that many characters, copied and terminated; a negative
+    // length takes the name as a terminated string. The copy stops early at a NUL, and is only
+    // as long as what it holds, so a length far past the name neither reads nor allocates more.
     int open(const char *name, int length, const char *mode) {
         if (name == nullptr) return BIX_ERROR_FILE_OPEN;
         if (length < 0) {
             file_ = std::fopen(name, mode);
         } else {
             const size_t n = strnlen(name, static_cast<size_t>(length));
-            auto *copy =
-                static_cast<char *>(korbMalloc(static_cast<size_t>(length) + 1, kNameAlign));
+            auto *copy = static_cast<char *>(korbMalloc(n + 1, kNameAlign));
             if (copy == nullptr) return BIX_ERROR_MEM_FAILURE;
             std::memcpy(copy, name, n);
             copy[n] = '\0';
