@@ -1,9 +1,9 @@
 // Fuzz target: loading a stream image from a file.
 //
-// Whatever the bytes, a load must not read past them, crash or leak, and deleting what it made
-// must give back every shared-table reference. An image it accepts must be one its own saver
-// reproduces at the size __bixGetStreamSize reports, and that image must load again from memory
-// to a stream of the same size.
+// Whatever the bytes, a load must not read past them or crash, and deleting what it made must
+// give back every block and every shared-table reference. An image it accepts must be one its own
+// saver reproduces at the size __bixGetStreamSize reports, and that image must load again from
+// memory to a stream of the same size.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "korb/rng.h"
+#include "korb_core.h"
 #include "rng/stream.h"
 
 namespace {
@@ -50,10 +51,11 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     require(ftruncate(g_fd, 0) == 0);
     require(size == 0 || pwrite(g_fd, data, size, 0) == static_cast<ssize_t>(size));
+    const long live = korb_serv_live_blocks();
     BixStream *stream = nullptr;
     const int status = __bixLoadStreamF(&stream, g_path.c_str(), -1);
     if (status == BIX_ERROR_OK) check_accepted(stream, size);
     __bixDeleteStream(&stream);
-    require(korb::rng::shared_table_count() == 0);
+    require(korb::rng::shared_table_count() == 0 && korb_serv_live_blocks() == live);
     return 0;
 }
