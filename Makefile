@@ -1,8 +1,9 @@
 # Thin wrapper over CMake. Every target first makes sure the build dependencies are there.
 JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
+FUZZ_SECONDS ?= 600
 
-.PHONY: all build run test test-sanitize bench accuracy costs tables deps format clean
+.PHONY: all build run test test-sanitize bench accuracy costs tables fuzz deps format clean
 
 all: build
 
@@ -45,8 +46,21 @@ costs: build
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
 
+# The stream-image loader under libFuzzer (clang), one worker, for FUZZ_SECONDS; the seeds are
+# saved images of every generator that can be made, the corpus grows in build-fuzz/corpus and a
+# crashing input is left in build-fuzz/ as crash-*.
+fuzz:
+	@sh .ci/deps fuzz
+	cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	    -DCMAKE_CXX_COMPILER=clang++ -DKORB_FUZZ=ON -DKORB_BUILD_TESTS=OFF -DKORB_BUILD_BENCH=OFF
+	cmake --build build-fuzz -j $(JOBS) --target korb_fuzz_load_stream korb_fuzz_seeds
+	rm -rf build-fuzz/seeds && mkdir -p build-fuzz/seeds build-fuzz/corpus
+	./build-fuzz/bin/korb_fuzz_seeds build-fuzz/seeds
+	./build-fuzz/bin/korb_fuzz_load_stream -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=build-fuzz/ build-fuzz/corpus build-fuzz/seeds
+
 format:
 	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
-	rm -rf build build-asan
+	rm -rf build build-asan build-fuzz

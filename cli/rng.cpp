@@ -1,5 +1,5 @@
-// korb rng: draw numbers from a basic generator and print them; the registry listing of
-// korb info.
+// korb rng: draw numbers from a basic generator and print them, optionally from a stream saved
+// by an earlier run and saving it again afterwards; the registry listing of korb info.
 #include <korb/rng.h>
 
 #include <cerrno>
@@ -52,6 +52,12 @@ constexpr NamedStatus kStatuses[] = {
     {BIX_ERROR_BRNG_NOT_SUPPORTED, "BIX_ERROR_BRNG_NOT_SUPPORTED"},
     {BIX_ERROR_ARS_UNSUPPORTED_PRECISION, "BIX_ERROR_ARS_UNSUPPORTED_PRECISION"},
     {BIX_ERROR_NONDETERM_NOT_SUPPORTED, "BIX_ERROR_NONDETERM_NOT_SUPPORTED"},
+    {BIX_ERROR_FILE_CLOSE, "BIX_ERROR_FILE_CLOSE"},
+    {BIX_ERROR_FILE_OPEN, "BIX_ERROR_FILE_OPEN"},
+    {BIX_ERROR_FILE_WRITE, "BIX_ERROR_FILE_WRITE"},
+    {BIX_ERROR_FILE_READ, "BIX_ERROR_FILE_READ"},
+    {BIX_ERROR_BAD_FILE_FORMAT, "BIX_ERROR_BAD_FILE_FORMAT"},
+    {BIX_ERROR_UNSUPPORTED_FILE_VER, "BIX_ERROR_UNSUPPORTED_FILE_VER"},
 };
 
 int library_error(const char *what, int status) {
@@ -131,6 +137,9 @@ struct Options {
     long long leap_k = -1;
     long long leap_nstreams = 0;
     bool binary = false;
+    bool brng_or_seed_given = false;
+    const char *load = nullptr;  // a saved stream to continue instead of a fresh one
+    const char *save = nullptr;  // where to save the stream after drawing
 };
 
 bool parse_leapfrog(const char *s, Options *o) {
@@ -151,7 +160,7 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
         }
         const bool known = opt == "--brng" || opt == "--seed" || opt == "--n" ||
                            opt == "--format" || opt == "--a" || opt == "--b" || opt == "--skip" ||
-                           opt == "--leapfrog";
+                           opt == "--leapfrog" || opt == "--load" || opt == "--save";
         if (!known) {
             *exit = usage_error("rng: unknown option", argv[i]);
             return false;
@@ -164,8 +173,13 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
         bool ok = true;
         if (opt == "--brng") {
             ok = parse_brng(v, &o->brng);
+            o->brng_or_seed_given = true;
         } else if (opt == "--seed") {
             ok = parse_seeds(v, &o->seeds);
+            o->brng_or_seed_given = true;
+        } else if (opt == "--load" || opt == "--save") {
+            ok = *v != '\0';
+            (opt == "--load" ? o->load : o->save) = v;
         } else if (opt == "--n") {
             ok = parse_integer(v, 1, INT64_MAX, &o->n);
         } else if (opt == "--format") {
@@ -185,6 +199,11 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
             *exit = usage_error(what.c_str(), v);
             return false;
         }
+    }
+    if (o->load != nullptr && o->brng_or_seed_given) {
+        *exit = usage_error("rng: the generator and its state come from the file of --load, got",
+                            "--brng/--seed");
+        return false;
     }
     if (o->bounds_given && o->format == Format::Int) {
         *exit = usage_error("rng: --a and --b need --format double or float, got", "int");
@@ -216,11 +235,16 @@ void print_help() {
         "usage: korb rng [--brng NAME|ID] [--seed S[,S...]] [--n N]\n"
         "                [--format int|double|float] [--a A --b B]\n"
         "                [--skip N] [--leapfrog K,NSTREAMS] [--binary]\n"
+        "                [--load FILE] [--save FILE]\n"
         "Draws N numbers (default 10) from a stream of the generator (default MCG31M1,\n"
         "seed 1) and prints one per line: raw output words for int, numbers on [A, B)\n"
         "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
         "first (skip-ahead, then leapfrog). --binary writes the raw values instead.\n"
-        "NAME is a generator of 'korb info', optionally NAME+MEMBER.");
+        "NAME is a generator of 'korb info', optionally NAME+MEMBER.\n"
+        "--load continues a stream saved by --save (generator, state and chunks come\n"
+        "from FILE, so no --brng or --seed); --save writes the stream as it stands after\n"
+        "the N numbers, so that a later run with --load continues where this one stopped.\n"
+        "FILE may be the same for both.");
 }
 
 }  // namespace
@@ -234,13 +258,32 @@ int cmd_rng(int argc, char **argv) {
     int exit = 0;
     if (!parse_options(argc, argv, &o, &exit)) return exit;
 
+    BixStream *stream = nullptr;
+    int status = BIX_ERROR_OK;
+    if (o.load != nullptr) {
+        status = __bixLoadStreamF(&stream, o.load, -1);
+        if (status != BIX_ERROR_OK) {
+            __bixDeleteStream(&stream);
+            return library_error(("loading " + std::string(o.load)).c_str(), status);
+        }
+        o.brng = __bixGetStreamStateBrng(stream);
+        // An abstract stream's state points into the memory of the process that saved it.
+        if (const int base = o.brng & ~0xFFFFF; base == BIX_BRNG_IABSTRACT ||
+                                                base == BIX_BRNG_DABSTRACT ||
+                                                base == BIX_BRNG_SABSTRACT) {
+            __bixDeleteStream(&stream);
+            return usage_error("rng: cannot draw from the abstract stream saved in", o.load);
+        }
+    }
     BrngProperties row{};
     if (int s = __bixGetBrngProperties(o.brng, &row); s != BIX_ERROR_OK) {
+        __bixDeleteStream(&stream);
         return library_error("__bixGetBrngProperties", s);
     }
-    BixStream *stream = nullptr;
-    int status =
-        __bixNewStreamEx(&stream, o.brng, static_cast<int>(o.seeds.size()), o.seeds.data());
+    if (o.load == nullptr) {
+        status =
+            __bixNewStreamEx(&stream, o.brng, static_cast<int>(o.seeds.size()), o.seeds.data());
+    }
     if (status == BIX_ERROR_OK && o.skip >= 0) status = __bixSkipAheadStream(stream, o.skip);
     if (status == BIX_ERROR_OK && o.leap_k >= 0) {
         status = __bixLeapfrogStream(stream, static_cast<int>(o.leap_k),
@@ -295,8 +338,15 @@ int cmd_rng(int argc, char **argv) {
         }
         done += m;
     }
+    if (status != BIX_ERROR_OK) {
+        __bixDeleteStream(&stream);
+        return library_error("generating", status);
+    }
+    if (o.save != nullptr) status = __bixSaveStreamF(stream, o.save, -1);
     __bixDeleteStream(&stream);
-    if (status != BIX_ERROR_OK) return library_error("generating", status);
+    if (status != BIX_ERROR_OK) {
+        return library_error(("saving " + std::string(o.save)).c_str(), status);
+    }
     return std::fflush(stdout) == 0 ? 0 : kExitStatus;
 }
 

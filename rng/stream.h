@@ -37,6 +37,10 @@ State *state_of(BixStream *stream) {
 // table.
 const BrngProperties *find_row(int brng);
 
+// Whether the processor has its random-number instruction (CPUID leaf 1, ECX bit 30), which
+// streams of the non-deterministic generator need.
+bool has_hardware_rng();
+
 // Number of entries in the shared read-only data table (for tests and diagnostics).
 int shared_table_count();
 

@@ -173,6 +173,25 @@ KORB_API int __bixSkipAheadStream(BixStream *stream, long long nskip);
 KORB_API int __bixGetStreamSize(const BixStream *stream);
 
 /*
+ * Saving and loading streams. A stream image is a 20-byte little-endian header (version 1, the
+ * mark "RNG", a reserved byte written as 0, header size 20, state length stateSize - 16, number
+ * of chunks, generator id), the generator state, then each chunk from the head of the list: key,
+ * globalId, size (4, 16 and 4 bytes) and its data. Its size is __bixGetStreamSize(stream).
+ *
+ * File names: with fnamelen >= 0 the name is the first fnamelen characters of fname (fewer when
+ * a NUL comes first); with a negative fnamelen, fname is a terminated string.
+ * Loading re-attaches each chunk with __bixAddChunk, so an id the shared read-only data table
+ * already holds is shared again. A load that fails after the stream was made leaves the partly
+ * loaded stream in *stream; the caller deletes it.
+ * __bixSaveStreamM writes __bixGetStreamSize(stream) bytes to memptr. __bixLoadStreamM reads as
+ * many bytes as the image's header and chunk sizes declare: the buffer must hold the whole image.
+ */
+KORB_API int __bixSaveStreamF(const BixStream *stream, const char *fname, int fnamelen);
+KORB_API int __bixLoadStreamF(BixStream **stream, const char *fname, int fnamelen);
+KORB_API int __bixSaveStreamM(const BixStream *stream, char *memptr);
+KORB_API int __bixLoadStreamM(BixStream **stream, const char *memptr);
+
+/*
  * Chunks. __bixAddChunk takes ownership of `data` (a korbMalloc block) when it succeeds: the
  * chunk keeps it, or, when the shared table already holds `id`, frees it and refers to the
  * shared block instead. On failure the caller keeps `data`.

@@ -13,13 +13,13 @@ struct State {
     uint32_t source;  // 1: the hardware instruction
 };
 
+}  // namespace
+
 bool has_hardware_rng() {
     unsigned a = 0, b = 0, c = 0, d = 0;
     if (__get_cpuid(1, &a, &b, &c, &d) == 0) return false;
     return (c & bit_RDRND) != 0;
 }
-
-}  // namespace
 
 const BrngProperties trng_row = {
     24, 1, 1, 4, 32, __bixBRngTRNGInitStream, __bixsBRngTRNG, __bixdBRngTRNG, __bixiBRngTRNG};

@@ -82,6 +82,41 @@ for bad in "--brng foo" "--brng" "--n 0" "--n -3" "--n 1x" "--format hex" "--a 0
     one_line_error "rng $bad" "$korb" rng $bad
 done
 
+# korb rng --save / --load: checkpoints continue the stream, splits included
+ckpt=$(mktemp -d)
+checkpoints() {  # checkpoints <split options> <format>: 3 + 4 + 3 numbers equal 10 at once
+    # shellcheck disable=SC2086
+    whole=$("$korb" rng $1 --format "$2" --n 10)
+    # shellcheck disable=SC2086
+    parts=$("$korb" rng $1 --format "$2" --n 3 --save "$ckpt/s" &&
+        "$korb" rng --load "$ckpt/s" --format "$2" --n 4 --save "$ckpt/s" &&
+        "$korb" rng --load "$ckpt/s" --format "$2" --n 3)
+    if [ -n "$whole" ] && [ "$whole" = "$parts" ]; then
+        passes=$((passes + 1))
+    else
+        echo "FAIL: rng $1 --format $2: 3 + 4 + 3 numbers through checkpoints differ from 10"
+        fails=$((fails + 1))
+    fi
+}
+checkpoints "--seed 9" int
+checkpoints "--seed 9" double
+checkpoints "--leapfrog 1,3" int
+checkpoints "--skip 5" float
+"$korb" rng --n 1 --save "$ckpt/fresh" >/dev/null
+check "rng saved image size" 0 '^28$' sh -c "wc -c <'$ckpt/fresh'"
+printf 'not a stream image, just text\n' >"$ckpt/text"
+check "rng load missing" 1 'BIX_ERROR_FILE_OPEN' "$korb" rng --load "$ckpt/missing"
+check "rng load text" 1 'BIX_ERROR_BAD_FILE_FORMAT' "$korb" rng --load "$ckpt/text"
+head -c 24 "$ckpt/fresh" >"$ckpt/cut"
+check "rng load short" 1 'BIX_ERROR_FILE_READ' "$korb" rng --load "$ckpt/cut"
+check "rng save nowhere" 1 'BIX_ERROR_FILE_OPEN' "$korb" rng --save "$ckpt/no/such/dir"
+for bad in "--load $ckpt/fresh --seed 3" "--load $ckpt/fresh --brng MCG31M1" "--load" "--save"; do
+    # shellcheck disable=SC2086
+    one_line_error "rng $bad" "$korb" rng $bad
+done
+one_line_error "rng --save ''" "$korb" rng --save ''
+rm -rf "$ckpt"
+
 # korb stats minmax
 data=$(mktemp)
 bad=$(mktemp)

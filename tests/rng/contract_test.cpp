@@ -1,9 +1,12 @@
-// Contracts every built generator keeps, checked through its registry row only. A generator
-// joins by adding its id to kGenerators.
+// Contracts every built generator keeps, checked through its registry row only: split draws,
+// copies, skip-ahead, leapfrog, saved images. A generator joins by adding its id to kGenerators.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
 #include <vector>
 
+#include "files.h"
 #include "rng_test.h"
 
 namespace {
@@ -113,6 +116,49 @@ TEST_P(Contract, LeapfrogEqualsStriding) {
                 ASSERT_EQ(got[i * words + w], all[(k + i * nstreams) * words + w]) << i;
             }
         }
+    }
+}
+
+// An image, through memory or a file, continues the stream exactly and brings its chunks back:
+// a private one (a Gaussian kernel's pending pair) as a copy, a shared one as the same block.
+TEST_P(Contract, ImagesRoundTrip) {
+    Stream s = fresh();
+    ints(s.get(), 13);
+    auto *pair = static_cast<double *>(korbMalloc(16, 32));
+    pair[0] = 0.25;
+    pair[1] = 0.75;
+    ASSERT_EQ(__bixAddChunk(s.get(), 2, nullptr, pair, 16), BIX_ERROR_OK);
+    const uint64_t id[2] = {0x5EED, static_cast<uint64_t>(GetParam().id)};
+    void *table = korbMalloc(100, 64);
+    std::memset(table, 7, 100);
+    ASSERT_EQ(__bixAddChunk(s.get(), 9, id, table, 100), BIX_ERROR_OK);
+
+    std::vector<char> image(static_cast<size_t>(__bixGetStreamSize(s.get())));
+    ASSERT_EQ(__bixSaveStreamM(s.get(), image.data()), BIX_ERROR_OK);
+    korb::test::TempDir dir;
+    const std::string path = dir / "stream.bin";
+    ASSERT_EQ(__bixSaveStreamF(s.get(), path.c_str(), -1), BIX_ERROR_OK);
+    ASSERT_EQ(korb::test::read_file(path), std::string(image.begin(), image.end()));
+
+    for (bool from_file : {false, true}) {
+        BixStream *l = nullptr;
+        ASSERT_EQ(
+            from_file ? __bixLoadStreamF(&l, path.c_str(), -1) : __bixLoadStreamM(&l, image.data()),
+            BIX_ERROR_OK);
+        Stream loaded(l);
+        EXPECT_EQ(l->brng, GetParam().id);
+        EXPECT_EQ(__bixGetNumChunks(l), 2);
+        EXPECT_EQ(__bixGetStreamSize(l), static_cast<int>(image.size()));
+        const void *p = __bixSearchChunk(l, 2);
+        ASSERT_NE(p, nullptr);
+        EXPECT_NE(p, pair);
+        EXPECT_EQ(std::memcmp(p, pair, 16), 0);
+        EXPECT_EQ(__bixSearchChunk(l, 9), table);
+        BixStream *c = nullptr;
+        ASSERT_EQ(__bixCopyStream(&c, s.get()), BIX_ERROR_OK);
+        Stream original(c);
+        EXPECT_EQ(ints(l, 50), ints(c, 50)) << (from_file ? "file" : "memory");
+        EXPECT_EQ(doubles(l, 9), doubles(c, 9));
     }
 }
 
