@@ -33,7 +33,7 @@ bench: build
 	/usr/bin/python3 bench/numpy_minmax.py
 
 format:
-	find include frame core rng vecmath stats datafit cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
 	rm -rf build build-asan
