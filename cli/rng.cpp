@@ -75,11 +75,11 @@ bool parse_real(const char *s, double *out) {
     return true;
 }
 
-// A generator by name (optionally NAME+member) or by numeric id.
+// A generator by name (optionally NAME+member or NAME:member) or by numeric id.
 bool parse_brng(const char *s, int *id) {
     std::string_view text = s;
     std::string_view member_text;
-    if (size_t plus = text.find('+'); plus != std::string_view::npos) {
+    if (size_t plus = text.find_first_of("+:"); plus != std::string_view::npos) {
         member_text = text.substr(plus + 1);
         text = text.substr(0, plus);
     }
@@ -220,7 +220,7 @@ void print_help() {
         "seed 1) and prints one per line: raw output words for int, numbers on [A, B)\n"
         "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
         "first (skip-ahead, then leapfrog). --binary writes the raw values instead.\n"
-        "NAME is a generator of 'korb info', optionally NAME+MEMBER.");
+        "NAME is a generator of 'korb info', optionally NAME+MEMBER or NAME:MEMBER.");
 }
 
 }  // namespace

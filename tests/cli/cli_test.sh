@@ -62,7 +62,10 @@ check "rng leapfrog" 0 '^289798557$' sh -c "'$korb' rng --leapfrog 1,2 --n 2 | t
 check "rng by number" 0 '^1132489760$' sh -c "'$korb' rng --brng 0x100000 --n 2 | tail -n 1"
 check "rng binary ints" 0 '^12$' sh -c "'$korb' rng --n 3 --binary | wc -c"
 check "rng binary doubles" 0 '^24$' sh -c "'$korb' rng --n 3 --format double --binary | wc -c"
-check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng R250
+check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng NIEDERR
+check "rng R250" 0 '^985332332$' "$korb" rng --brng R250 --n 1
+check "rng WH member" 0 '^4$' sh -c "'$korb' rng --brng WH:272 --n 1 | wc -l"
+check "rng WH last member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH:273
 check "rng abstract" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng IABSTRACT
 check "rng no member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH+273
 check "rng help" 0 '^usage: korb rng' "$korb" rng --help
