@@ -6,6 +6,7 @@
 #include <korb/rng.h>
 
 #include <random>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -25,9 +26,10 @@ BixStream *make(int brng) {
     return s;
 }
 
-// One call of the row's generation function for the element type of r.
+// One call of the row's generation function for the element type of r. An integer output
+// takes wordSize / 4 words of r.
 int fill(const BrngProperties &p, BixStream *s, std::vector<uint32_t> &r) {
-    return p.iGen(s, static_cast<int>(r.size()), r.data());
+    return p.iGen(s, static_cast<int>(r.size() / (p.wordSize / 4)), r.data());
 }
 int fill(const BrngProperties &p, BixStream *s, std::vector<double> &r) {
     return p.dGen(s, static_cast<int>(r.size()), r.data(), 0.0, 1.0);
@@ -41,12 +43,14 @@ void BM_korb(benchmark::State &state) {
     BixStream *s = make(Brng);
     BrngProperties p{};
     __bixGetBrngProperties(Brng, &p);
-    std::vector<T> r(static_cast<size_t>(state.range(0)));
+    const size_t words = std::is_same_v<T, uint32_t> ? static_cast<size_t>(p.wordSize / 4) : 1;
+    std::vector<T> r(static_cast<size_t>(state.range(0)) * words);
     for (auto _ : state) {
         fill(p, s, r);
         benchmark::ClobberMemory();
     }
     report(state, r);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
     __bixDeleteStream(&s);
 }
 
@@ -80,6 +84,8 @@ void BM_libstdcxx_doubles(benchmark::State &state) {
     BENCHMARK(BM_korb<brng, float>)->Name("BM_korb_floats<" #brng ">") KORB_BENCH_SIZES;
 
 KORB_BENCH_BRNG(BIX_BRNG_MCG31M1)
+KORB_BENCH_BRNG(BIX_BRNG_R250)
+KORB_BENCH_BRNG(BIX_BRNG_WH)
 BENCHMARK(BM_libstdcxx_ints) KORB_BENCH_SIZES;
 BENCHMARK(BM_libstdcxx_doubles) KORB_BENCH_SIZES;
 
