@@ -8,7 +8,7 @@
 // Moduli: the 1092 largest safe primes m = 2q + 1 (q prime) below 2^24, in decreasing order,
 // four to a member. With safe primes a multiplier is a primitive root exactly when
 // a^q = -1 (mod m) and a != m - 1, and the combined period of a member is
-// lcm(m1 - 1, ..., m4 - 1) = 2 q1 q2 q3 q4, about 2^89.
+// lcm(m1 - 1, ..., m4 - 1) = 2 q1 q2 q3 q4, about 2^93.
 //
 // Multipliers: for each modulus the first kCandidates primitive roots drawn from a fixed
 // pseudo-random sequence (seeded by the modulus) are scored, and the best kept. The score is
@@ -101,19 +101,20 @@ class ShortestVector {
         }
     }
 
-    // Textbook LLL with delta = 0.99, recomputing the Gram-Schmidt data after each change
-    // (the dimensions are tiny).
+    // Textbook LLL with delta = 0.99, recomputing the Gram-Schmidt data after each swap (the
+    // dimensions are tiny).
     void lll() {
         gram_schmidt();
         int k = 1;
         while (k < n_) {
+            // Size reduction leaves the orthogonal vectors alone; only row k of mu changes.
             for (int j = k - 1; j >= 0; --j) {
                 const double q = std::nearbyint(mu_[k][j]);
-                if (q != 0) {
-                    const int64_t iq = static_cast<int64_t>(q);
-                    for (int c = 0; c < n_; ++c) b_[k][c] -= iq * b_[j][c];
-                    gram_schmidt();
-                }
+                if (q == 0) continue;
+                const int64_t iq = static_cast<int64_t>(q);
+                for (int c = 0; c < n_; ++c) b_[k][c] -= iq * b_[j][c];
+                for (int l = 0; l < j; ++l) mu_[k][l] -= q * mu_[j][l];
+                mu_[k][j] -= q;
             }
             if (B_[k] >= (0.99 - mu_[k][k - 1] * mu_[k][k - 1]) * B_[k - 1]) {
                 ++k;
