@@ -119,6 +119,7 @@ void generate(State *st, const wh::Member &p, int n, Sink &sink) {
 
 struct IntSink {
     uint32_t *r;
+    IntSink(const wh::Member &, uint32_t *out) : r(out) {}
     void one(int i, const uint32_t (&x)[kComponents]) {
         for (int c = 0; c < kComponents; ++c) r[kComponents * i + c] = x[c];
     }
@@ -155,6 +156,8 @@ struct DoubleSink {
     double *r;
     double a;
     double w;  // b - a
+    DoubleSink(const wh::Member &params, double *out, double lo, double hi)
+        : p(params), r(out), a(lo), w(hi - lo) {}
     void one(int i, const uint32_t (&x)[kComponents]) { r[i] = a + w * unit(p, x); }
     void block(int i, const Block &b) {
         for (int j = 0; j < kVectors; ++j) simd::store(r + i + kLanes * j, a + w * unit(p, b, j));
@@ -168,6 +171,13 @@ struct FloatSink {
     double w;
     float b;
     float below;
+    FloatSink(const wh::Member &params, float *out, float lo, float hi)
+        : p(params),
+          r(out),
+          a(lo),
+          w(static_cast<double>(hi) - static_cast<double>(lo)),
+          b(hi),
+          below(uniform::float_below(hi)) {}
     void one(int i, const uint32_t (&x)[kComponents]) {
         r[i] = uniform::clamp_below(static_cast<float>(a + w * unit(p, x)), b, below);
     }
@@ -180,6 +190,16 @@ struct FloatSink {
         }
     }
 };
+
+// n outputs of the stream's member through a Sink made from the member and `args`.
+template <class Sink, class... Args>
+int fill(BixStream *stream, int n, Args... args) {
+    const wh::Member *p = member_of(stream);
+    if (p == nullptr) return BIX_ERROR_INVALID_BRNG;
+    Sink sink(*p, args...);
+    generate(state_of<State>(stream), *p, n, sink);
+    return BIX_ERROR_OK;
+}
 
 }  // namespace
 
@@ -237,31 +257,15 @@ int __bixBRngWHInitStream(int method, BixStream *stream, int n, const uint32_t p
 }
 
 int __bixiBRngWH(BixStream *stream, int n, uint32_t r[]) {
-    using namespace korb::rng;
-    const wh::Member *p = member_of(stream);
-    if (p == nullptr) return BIX_ERROR_INVALID_BRNG;
-    IntSink sink{r};
-    generate(state_of<State>(stream), *p, n, sink);
-    return BIX_ERROR_OK;
+    return korb::rng::fill<korb::rng::IntSink>(stream, n, r);
 }
 
 int __bixdBRngWH(BixStream *stream, int n, double r[], double a, double b) {
-    using namespace korb::rng;
-    const wh::Member *p = member_of(stream);
-    if (p == nullptr) return BIX_ERROR_INVALID_BRNG;
-    DoubleSink sink{*p, r, a, b - a};
-    generate(state_of<State>(stream), *p, n, sink);
-    return BIX_ERROR_OK;
+    return korb::rng::fill<korb::rng::DoubleSink>(stream, n, r, a, b);
 }
 
 int __bixsBRngWH(BixStream *stream, int n, float r[], float a, float b) {
-    using namespace korb::rng;
-    const wh::Member *p = member_of(stream);
-    if (p == nullptr) return BIX_ERROR_INVALID_BRNG;
-    const double da = a;
-    FloatSink sink{*p, r, da, static_cast<double>(b) - da, b, uniform::float_below(b)};
-    generate(state_of<State>(stream), *p, n, sink);
-    return BIX_ERROR_OK;
+    return korb::rng::fill<korb::rng::FloatSink>(stream, n, r, a, b);
 }
 
 }  // extern "C"
