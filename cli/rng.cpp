@@ -81,11 +81,11 @@ bool parse_real(const char *s, double *out) {
     return true;
 }
 
-// A generator by name (optionally NAME+member) or by numeric id.
+// A generator by name (optionally NAME+member or NAME:member) or by numeric id.
 bool parse_brng(const char *s, int *id) {
     std::string_view text = s;
     std::string_view member_text;
-    if (size_t plus = text.find('+'); plus != std::string_view::npos) {
+    if (size_t plus = text.find_first_of("+:"); plus != std::string_view::npos) {
         member_text = text.substr(plus + 1);
         text = text.substr(0, plus);
     }
@@ -240,7 +240,7 @@ void print_help() {
         "seed 1) and prints one per line: raw output words for int, numbers on [A, B)\n"
         "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
         "first (skip-ahead, then leapfrog). --binary writes the raw values instead.\n"
-        "NAME is a generator of 'korb info', optionally NAME+MEMBER.\n"
+        "NAME is a generator of 'korb info', optionally NAME+MEMBER or NAME:MEMBER.\n"
         "--load continues a stream saved by --save (generator, state and chunks come\n"
         "from FILE, so no --brng or --seed); --save writes the stream as it stands after\n"
         "the N numbers, so that a later run with --load continues where this one stopped.\n"

@@ -24,10 +24,11 @@ static_assert(sizeof(BrngProperties) == 56 && offsetof(BrngProperties, nBits) ==
 
 constexpr int kStreamHeaderBytes = sizeof(BixStream);
 
-// The generator state of a stream, as the generator's own struct.
+// The generator state of a stream, as the generator's own struct (each generator checks that
+// its struct fits its row's stateSize; the bound here is the largest built-in state).
 template <class State>
 State *state_of(BixStream *stream) {
-    static_assert(sizeof(State) <= 64);
+    static_assert(sizeof(State) <= 43280 - kStreamHeaderBytes);
     return reinterpret_cast<State *>(reinterpret_cast<unsigned char *>(stream) +
                                      kStreamHeaderBytes);
 }

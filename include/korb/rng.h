@@ -221,6 +221,28 @@ KORB_API int __bixsBRngMCG31M1(BixStream *stream, int n, float r[], float a, flo
 KORB_API int __bixdBRngMCG31M1(BixStream *stream, int n, double r[], double a, double b);
 KORB_API int __bixiBRngMCG31M1(BixStream *stream, int n, uint32_t r[]);
 
+/*
+ * R250: the feedback shift register x(k) = x(k - 250) xor x(k - 147) on 32-bit words, seeded
+ * from seed[0] (0 or no seed: 1). Skip-ahead is exact; leapfrog returns
+ * BIX_ERROR_LEAPFROG_UNSUPPORTED. Real outputs are a + (b - a) * w * 2^-32 of the words w.
+ */
+KORB_API int __bixBRngR250InitStream(int method, BixStream *stream, int n, const uint32_t params[]);
+KORB_API int __bixsBRngR250(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngR250(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngR250(BixStream *stream, int n, uint32_t r[]);
+
+/*
+ * Wichmann-Hill set (BIX_BRNG_WH + 0 to 272): four multiplicative congruential generators with
+ * prime moduli below 2^24 per member, all 1092 moduli distinct. An integer output is one
+ * 16-byte word: the four new component values (r holds 4 * n uint32_t). Real outputs are
+ * the fractional part of x1/m1 + x2/m2 + x3/m3 + x4/m4 mapped onto [a, b). Leapfrog and
+ * skip-ahead supported.
+ */
+KORB_API int __bixBRngWHInitStream(int method, BixStream *stream, int n, const uint32_t params[]);
+KORB_API int __bixsBRngWH(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngWH(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngWH(BixStream *stream, int n, uint32_t r[]);
+
 /* base^exponent mod modulus (0 for a modulus of 0), and base^exponent mod (2^31 - 1). */
 KORB_API uint64_t __bixiPowMod(uint32_t base, uint64_t exponent, uint32_t modulus);
 KORB_API uint64_t __bixiPowMod2P31M1(uint32_t base, uint64_t exponent);

@@ -27,8 +27,6 @@ constexpr BrngProperties not_built(int state_size, int state_words, int includes
 
 }  // namespace
 
-const BrngProperties r250_row = not_built(1024, 252, 1, 4, 32);
-const BrngProperties wh_row = not_built(48, 4, 1, 16, 24);
 const BrngProperties sobol_row = not_built(11648, 2604, 0, 4, 32);
 const BrngProperties niederr_row = not_built(43280, 10498, 0, 4, 32);
 const BrngProperties mt19937_row = not_built(2520, 625, 1, 4, 32);

@@ -9,6 +9,8 @@ namespace korb::rng {
 extern const BrngProperties mcg31m1_row;
 extern const BrngProperties mrg32k3a_row;
 extern const BrngProperties mcg59_row;
+extern const BrngProperties r250_row;
+extern const BrngProperties wh_row;
 extern const BrngProperties iabstract_row;
 extern const BrngProperties dabstract_row;
 extern const BrngProperties sabstract_row;
@@ -16,8 +18,6 @@ extern const BrngProperties trng_row;
 
 // Generators whose rows exist with their final sizes but whose functions are not built yet
 // (rng/brng/not_built.cpp). Each moves to its own source when its generator lands.
-extern const BrngProperties r250_row;
-extern const BrngProperties wh_row;
 extern const BrngProperties sobol_row;
 extern const BrngProperties niederr_row;
 extern const BrngProperties mt19937_row;

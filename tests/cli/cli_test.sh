@@ -68,7 +68,10 @@ check "rng MRG32K3A no leapfrog" 1 'BIX_ERROR_LEAPFROG_UNSUPPORTED' \
     "$korb" rng --brng MRG32K3A --leapfrog 0,2
 check "rng MCG59 words" 0 '^302875106592253$' sh -c "'$korb' rng --brng MCG59 --n 2 | tail -n 1"
 check "rng MCG59 binary" 0 '^24$' sh -c "'$korb' rng --brng MCG59 --n 3 --binary | wc -c"
-check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng R250
+check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng NIEDERR
+check "rng R250" 0 '^985332332$' "$korb" rng --brng R250 --n 1
+check "rng WH member" 0 '^4$' sh -c "'$korb' rng --brng WH:272 --n 1 | wc -l"
+check "rng WH last member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH:273
 check "rng abstract" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng IABSTRACT
 check "rng no member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH+273
 check "rng help" 0 '^usage: korb rng' "$korb" rng --help

@@ -23,6 +23,9 @@ const Generator kGenerators[] = {
     {BIX_BRNG_MCG31M1, true, true},
     {BIX_BRNG_MRG32K3A, false, true},
     {BIX_BRNG_MCG59, true, true},
+    {BIX_BRNG_R250, false, true},
+    {BIX_BRNG_WH, true, true},
+    {BIX_BRNG_WH + 272, true, true},
 };
 
 class Contract : public ::testing::TestWithParam<Generator> {
