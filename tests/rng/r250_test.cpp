@@ -129,3 +129,24 @@ TEST(R250, SkipAheadIsExactAndLeapfrogIsRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+// A state from a hand-made image may hold any position: it is taken modulo 250, never used to
+// index past the buffer (the sanitizer run checks the accesses).
+TEST(R250, APositionOutOfRangeStaysInsideTheBuffer) {
+    for (int32_t position : {250, 1000, -7}) {
+        Stream s = make_stream(BIX_BRNG_R250, 5);
+        Stream reference = make_stream(BIX_BRNG_R250, 5);
+        korb::rng::state_of<int32_t>(s.get())[250] = position;
+        korb::rng::state_of<int32_t>(reference.get())[250] =
+            static_cast<int32_t>(static_cast<uint32_t>(position) % 250);
+        EXPECT_EQ(ints(s.get(), 300), ints(reference.get(), 300)) << position;
+        const int64_t skip = 1000;
+        EXPECT_EQ(__bixSkipAheadStream(s.get(), skip), BIX_ERROR_OK);
+        EXPECT_EQ(__bixSkipAheadStream(reference.get(), skip), BIX_ERROR_OK);
+        EXPECT_EQ(ints(s.get(), 10), ints(reference.get(), 10)) << position;
+    }
+}
+
+}  // namespace
