@@ -31,9 +31,10 @@ bench: build
 	@sh .ci/deps bench
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
+	/usr/bin/python3 bench/scipy_sobol.py
 
 format:
-	find include frame core rng vecmath stats datafit cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
 	rm -rf build build-asan

@@ -80,6 +80,8 @@ void BM_libstdcxx_doubles(benchmark::State &state) {
     BENCHMARK(BM_korb<brng, float>)->Name("BM_korb_floats<" #brng ">") KORB_BENCH_SIZES;
 
 KORB_BENCH_BRNG(BIX_BRNG_MCG31M1)
+KORB_BENCH_BRNG(BIX_BRNG_SOBOL)
+KORB_BENCH_BRNG(BIX_BRNG_NIEDERR)
 BENCHMARK(BM_libstdcxx_ints) KORB_BENCH_SIZES;
 BENCHMARK(BM_libstdcxx_doubles) KORB_BENCH_SIZES;
 

@@ -217,10 +217,32 @@ int generate(const Table &t, BixStream *s, int n, Sink &sink) {
     emit(sink, 0, x + c, i);
     c += i;
     if (w == 1) {
+        // One coordinate: eight points at a time. Points 8q + j (j < 8) are point 8q with the
+        // block pattern of gray(j) XOR-ed in, since gray(8q + j) = gray(8q) ^ gray(j).
         uint32_t x0 = x[0];
+        const auto next = [&](uint32_t p) {
+            return v[static_cast<size_t>(std::countr_zero(p)) * stride];
+        };
+        for (; i < n && ((point + 1) & 7) != 0; ++i) {
+            ++point;
+            x0 ^= next(point);
+            sink.one(i, x0);
+        }
+        if (n - i >= 8) {
+            const uint32_t v0 = v[0], v1 = v[stride], v2 = v[2 * stride];
+            const u32v lo = {0, v0, v0 ^ v1, v1};
+            const u32v hi = {v1 ^ v2, v0 ^ v1 ^ v2, v0 ^ v2, v2};
+            for (; n - i >= 8; i += 8) {
+                const u32v base = simd::splat<u32v>(x0 ^ next(point + 1));
+                sink.four(i, base ^ lo);
+                sink.four(i + 4, base ^ hi);
+                x0 = base[0] ^ v2;  // the block's last point, gray(7) = 4
+                point += 8;
+            }
+        }
         for (; i < n; ++i) {
             ++point;
-            x0 ^= v[static_cast<size_t>(std::countr_zero(point)) * stride];
+            x0 ^= next(point);
             sink.one(i, x0);
         }
         x[0] = x0;
