@@ -51,3 +51,41 @@ int generate_doubles(const Table &t, BixStream *stream, int n, double r[], doubl
 int generate_floats(const Table &t, BixStream *stream, int n, float r[], float a, float b);
 
 }  // namespace korb::rng::qrng
+
+// Defines a quasi-random generator over the engine: its table descriptor (chunk key, largest
+// dimension, builder) with a shared id made once per process, its registry row `row`, and its
+// four entry points __bixBRng<Name>InitStream and __bix[s|d|i]BRng<Name>. Used at global scope
+// after the builder, which lives in korb::rng.
+#define KORB_QRNG_GENERATOR(Name, row, key, max_dim, build, state_size, state_words)             \
+    namespace korb::rng {                                                                        \
+    namespace {                                                                                  \
+    const uint64_t *Name##_shared_id();                                                          \
+    const qrng::Table k##Name##Table = {key, max_dim, build, Name##_shared_id};                  \
+    const uint64_t *Name##_shared_id() {                                                         \
+        static const qrng::SharedId id = qrng::make_shared_id(k##Name##Table);                   \
+        return id.words;                                                                         \
+    }                                                                                            \
+    }                                                                                            \
+    const BrngProperties row = {state_size,                                                      \
+                                state_words,                                                     \
+                                0,                                                               \
+                                4,                                                               \
+                                32,                                                              \
+                                __bixBRng##Name##InitStream,                                     \
+                                __bixsBRng##Name,                                                \
+                                __bixdBRng##Name,                                                \
+                                __bixiBRng##Name};                                               \
+    }                                                                                            \
+    extern "C" int __bixBRng##Name##InitStream(int method, BixStream *stream, int n,             \
+                                               const uint32_t params[]) {                        \
+        return korb::rng::qrng::init(korb::rng::k##Name##Table, method, stream, n, params);      \
+    }                                                                                            \
+    extern "C" int __bixiBRng##Name(BixStream *stream, int n, uint32_t r[]) {                    \
+        return korb::rng::qrng::generate_ints(korb::rng::k##Name##Table, stream, n, r);          \
+    }                                                                                            \
+    extern "C" int __bixdBRng##Name(BixStream *stream, int n, double r[], double a, double b) {  \
+        return korb::rng::qrng::generate_doubles(korb::rng::k##Name##Table, stream, n, r, a, b); \
+    }                                                                                            \
+    extern "C" int __bixsBRng##Name(BixStream *stream, int n, float r[], float a, float b) {     \
+        return korb::rng::qrng::generate_floats(korb::rng::k##Name##Table, stream, n, r, a, b);  \
+    }

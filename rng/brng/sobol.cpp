@@ -49,39 +49,8 @@ void build_directions(uint32_t *v) {
     }
 }
 
-const uint64_t *shared_id();
-
-const qrng::Table kTable = {kChunkKey, BIX_SOBOL_MAX_DIM, build_directions, shared_id};
-
-const uint64_t *shared_id() {
-    static const qrng::SharedId id = qrng::make_shared_id(kTable);
-    return id.words;
-}
-
 }  // namespace
-
-const BrngProperties sobol_row = {
-    kStateSize,      kStateWords,    0, 4, 32, __bixBRngSobolInitStream, __bixsBRngSobol,
-    __bixdBRngSobol, __bixiBRngSobol};
-
 }  // namespace korb::rng
 
-extern "C" {
-
-int __bixBRngSobolInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    return korb::rng::qrng::init(korb::rng::kTable, method, stream, n, params);
-}
-
-int __bixiBRngSobol(BixStream *stream, int n, uint32_t r[]) {
-    return korb::rng::qrng::generate_ints(korb::rng::kTable, stream, n, r);
-}
-
-int __bixdBRngSobol(BixStream *stream, int n, double r[], double a, double b) {
-    return korb::rng::qrng::generate_doubles(korb::rng::kTable, stream, n, r, a, b);
-}
-
-int __bixsBRngSobol(BixStream *stream, int n, float r[], float a, float b) {
-    return korb::rng::qrng::generate_floats(korb::rng::kTable, stream, n, r, a, b);
-}
-
-}  // extern "C"
+KORB_QRNG_GENERATOR(Sobol, sobol_row, kChunkKey, BIX_SOBOL_MAX_DIM, build_directions, kStateSize,
+                    kStateWords)
