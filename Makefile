@@ -32,6 +32,7 @@ bench: build
 	@sh .ci/deps bench
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
+	/usr/bin/python3 bench/scipy_sobol.py
 
 # The long accuracy run against MPFR: 10^8 points per double function.
 accuracy: build

@@ -138,9 +138,25 @@ struct Options {
     long long leap_nstreams = 0;
     bool binary = false;
     bool brng_or_seed_given = false;
+    bool seeds_given = false;
+    long long dimension = 0;     // SOBOL:D, NIEDERR:D: seed D, and D numbers (one point) per line
     const char *load = nullptr;  // a saved stream to continue instead of a fresh one
     const char *save = nullptr;  // where to save the stream after drawing
 };
+
+// NAME:D, the dimension of a quasi-random generator's points, split off the generator's name.
+bool parse_dimension(std::string *brng, long long *dimension) {
+    const size_t colon = brng->find(':');
+    if (colon == std::string::npos) return true;
+    // Any other NAME:MEMBER names a member of a generator set.
+    const std::string name = brng->substr(0, colon);
+    if (strcasecmp(name.c_str(), "SOBOL") != 0 && strcasecmp(name.c_str(), "NIEDERR") != 0) {
+        return true;
+    }
+    const bool ok = parse_integer(brng->c_str() + colon + 1, 1, UINT32_MAX, dimension);
+    brng->resize(colon);
+    return ok;
+}
 
 bool parse_leapfrog(const char *s, Options *o) {
     const char *comma = std::strchr(s, ',');
@@ -172,10 +188,12 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
         const char *v = argv[++i];
         bool ok = true;
         if (opt == "--brng") {
-            ok = parse_brng(v, &o->brng);
+            std::string name = v;
+            ok = parse_dimension(&name, &o->dimension) && parse_brng(name.c_str(), &o->brng);
             o->brng_or_seed_given = true;
         } else if (opt == "--seed") {
             ok = parse_seeds(v, &o->seeds);
+            o->seeds_given = true;
             o->brng_or_seed_given = true;
         } else if (opt == "--load" || opt == "--save") {
             ok = *v != '\0';
@@ -205,6 +223,17 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
                             "--brng/--seed");
         return false;
     }
+    if (o->dimension > 0) {
+        if (o->seeds_given) {
+            *exit = usage_error("rng: the dimension of NAME:D is the seed; drop", "--seed");
+            return false;
+        }
+        if (o->n > INT64_MAX / o->dimension) {
+            *exit = usage_error("rng: too many numbers for --n", std::to_string(o->n).c_str());
+            return false;
+        }
+        o->seeds = {static_cast<uint32_t>(o->dimension)};
+    }
     if (o->bounds_given && o->format == Format::Int) {
         *exit = usage_error("rng: --a and --b need --format double or float, got", "int");
         return false;
@@ -221,13 +250,18 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
     return true;
 }
 
-template <class T>
-void emit(const std::vector<T> &r, size_t n, bool binary, const char *format) {
+// Prints n values, `per_line` to a line separated by blanks; *printed counts values so far.
+template <class T, class Print>
+void emit(const std::vector<T> &r, size_t n, bool binary, long long per_line, long long *printed,
+          Print print) {
     if (binary) {
         std::fwrite(r.data(), sizeof(T), n, stdout);
         return;
     }
-    for (size_t i = 0; i < n; ++i) std::printf(format, r[i]);
+    for (size_t i = 0; i < n; ++i) {
+        print(r[i]);
+        std::putchar(++*printed % per_line == 0 ? '\n' : ' ');
+    }
 }
 
 void print_help() {
@@ -241,6 +275,8 @@ void print_help() {
         "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
         "first (skip-ahead, then leapfrog). --binary writes the raw values instead.\n"
         "NAME is a generator of 'korb info', optionally NAME+MEMBER or NAME:MEMBER.\n"
+        "SOBOL:D and NIEDERR:D draw points of dimension D, one per line: N counts\n"
+        "points (--leapfrog K,D keeps coordinate K, one number per line).\n"
         "--load continues a stream saved by --save (generator, state and chunks come\n"
         "from FILE, so no --brng or --seed); --save writes the stream as it stands after\n"
         "the N numbers, so that a later run with --load continues where this one stopped.\n"
@@ -300,8 +336,15 @@ int cmd_rng(int argc, char **argv) {
     std::vector<uint32_t> ints;
     std::vector<double> doubles;
     std::vector<float> floats;
-    for (long long done = 0; done < o.n && status == BIX_ERROR_OK;) {
-        const int m = static_cast<int>(o.n - done < kBlock ? o.n - done : kBlock);
+    // A leapfrog keeps one coordinate of each point, so its numbers are printed one per line.
+    const long long per_line = o.dimension > 0 && o.leap_k < 0 ? o.dimension : 1;
+    const long long total = o.n * per_line;
+    long long printed = 0;
+    const auto print_int = [](uint32_t v) { std::printf("%" PRIu32, v); };
+    const auto print_double = [](double v) { std::printf("%.17g", v); };
+    const auto print_float = [](float v) { std::printf("%.9g", static_cast<double>(v)); };
+    for (long long done = 0; done < total && status == BIX_ERROR_OK;) {
+        const int m = static_cast<int>(total - done < kBlock ? total - done : kBlock);
         const size_t count = static_cast<size_t>(m);
         switch (o.format) {
             case Format::Int:
@@ -315,24 +358,22 @@ int cmd_rng(int argc, char **argv) {
                                     ints[2 * k] | static_cast<uint64_t>(ints[2 * k + 1]) << 32);
                     }
                 } else {
-                    emit(ints, ints.size(), o.binary, "%" PRIu32 "\n");
+                    emit(ints, ints.size(), o.binary, per_line, &printed, print_int);
                 }
                 break;
             case Format::Double:
                 doubles.resize(count);
                 status = row.dGen(stream, m, doubles.data(), o.a, o.b);
-                if (status == BIX_ERROR_OK) emit(doubles, count, o.binary, "%.17g\n");
+                if (status == BIX_ERROR_OK) {
+                    emit(doubles, count, o.binary, per_line, &printed, print_double);
+                }
                 break;
             case Format::Float:
                 floats.resize(count);
                 status = row.sGen(stream, m, floats.data(), static_cast<float>(o.a),
                                   static_cast<float>(o.b));
                 if (status == BIX_ERROR_OK) {
-                    if (o.binary) {
-                        emit(floats, count, true, "");
-                    } else {
-                        for (float f : floats) std::printf("%.9g\n", static_cast<double>(f));
-                    }
+                    emit(floats, count, o.binary, per_line, &printed, print_float);
                 }
                 break;
         }

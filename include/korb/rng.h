@@ -283,6 +283,32 @@ KORB_API int __bixiBRngMCG59(BixStream *stream, int n, uint32_t r[]);
 KORB_API uint64_t __bixiPowMod2P59(uint64_t base, uint64_t exponent);
 
 /*
+ * Quasi-random generators: the base-2 Sobol sequence (Joe-Kuo direction numbers, 32 bits) and
+ * the base-2 Niederreiter sequence (32 digits), in Gray-code order without the origin. Seeding
+ * takes the dimension d in seed[0] (1 when there is no seed or it is 0); a d above the largest
+ * below returns BIX_ERROR_BADARGS and the stream then generates nothing. Outputs are the
+ * coordinates of point after point (d outputs per point); integers are the 32-bit coordinates,
+ * doubles and floats scale them by 2^-32 onto [a, b). Skip-ahead by N outputs jumps directly;
+ * leapfrog takes nstreams = d and k < d and yields coordinate k of every point; other leapfrog
+ * arguments return BIX_ERROR_LEAPFROG_UNSUPPORTED. A request past the 2^32 - 1 points of the
+ * sequence returns BIX_ERROR_QRNG_PERIOD_ELAPSED and generates nothing.
+ */
+#define BIX_SOBOL_MAX_DIM 2600
+#define BIX_NIEDERR_MAX_DIM 318
+
+KORB_API int __bixBRngSobolInitStream(int method, BixStream *stream, int n,
+                                      const uint32_t params[]);
+KORB_API int __bixsBRngSobol(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngSobol(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngSobol(BixStream *stream, int n, uint32_t r[]);
+
+KORB_API int __bixBRngNiederrInitStream(int method, BixStream *stream, int n,
+                                        const uint32_t params[]);
+KORB_API int __bixsBRngNiederr(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngNiederr(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngNiederr(BixStream *stream, int n, uint32_t r[]);
+
+/*
  * Abstract generators (rows 9 to 11): each generates in one precision only; the other
  * precisions are these stubs, which return BIX_ERROR_ARS_UNSUPPORTED_PRECISION.
  */
