@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 
-.PHONY: all build run test test-sanitize bench deps format clean
+.PHONY: all build run test test-sanitize bench deps format clean tables verify-tables
 
 all: build
 
@@ -32,8 +32,17 @@ bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
 
+# The committed MT2203 parameter table: regenerate it (tens of minutes), or re-check every row.
+MT2203_TABLE = rng/brng/mt2203_params.inc
+
+tables: build
+	nice ./build/bin/gen_mt2203_params generate --threads $(JOBS) --out $(MT2203_TABLE)
+
+verify-tables: build
+	./build/bin/gen_mt2203_params verify $(MT2203_TABLE) --threads $(JOBS)
+
 format:
-	find include frame core rng vecmath stats datafit cli tests bench -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
+	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
 	rm -rf build build-asan
