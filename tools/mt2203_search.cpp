@@ -105,9 +105,11 @@ struct Ring {
     bool add(const Ring &o) {
         int d = o.i - i;
         if (d < 0) d += kN;
+        uint32_t *__restrict dst = mt.data();
+        const uint32_t *__restrict src = o.mt.data();
         uint32_t any = 0;
-        for (int k = 0; k < kN - d; ++k) any |= mt[k] ^= o.mt[k + d];
-        for (int k = kN - d; k < kN; ++k) any |= mt[k] ^= o.mt[k + d - kN];
+        for (int k = 0; k < kN - d; ++k) any |= dst[k] ^= src[k + d];
+        for (int k = kN - d; k < kN; ++k) any |= dst[k] ^= src[k + d - kN];
         if ((any & ~kLowMask) != 0) return false;
         // The low bits of the next word to replace never reach an output.
         for (int k = 0; k < kN; ++k)
@@ -300,10 +302,10 @@ uint32_t small_powmod_x(int e, uint32_t q) {  // x^e mod q
 std::vector<uint32_t> small_irreducibles() {
     std::vector<uint32_t> found;
     for (uint32_t q = 3; q < (1u << (kSieveDegree + 1)); q += 2) {
-        int dq = std::bit_width(q) - 1;
+        int dq = static_cast<int>(std::bit_width(q)) - 1;
         bool irreducible = true;
         for (uint32_t f : found) {
-            if (2 * (std::bit_width(f) - 1) > dq) break;
+            if (2 * (static_cast<int>(std::bit_width(f)) - 1) > dq) break;
             if (small_mod(q, f) == 0) {
                 irreducible = false;
                 break;
