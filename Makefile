@@ -3,7 +3,8 @@ JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 FUZZ_SECONDS ?= 600
 
-.PHONY: all build run test test-sanitize bench accuracy costs tables fuzz deps format clean
+.PHONY: all build run test test-sanitize bench accuracy costs tables verify-tables fuzz deps format \
+        clean
 
 all: build
 
@@ -44,9 +45,6 @@ costs: build
 	python3 tools/arq_costs.py build/bin/korb_bench
 
 # Regenerates the committed kernel tables from their rules.
-tables: build
-	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
-
 # The stream-image loader under libFuzzer (clang), one worker, for FUZZ_SECONDS; the seeds are
 # saved images of every generator that can be made, the corpus grows in build-fuzz/corpus and a
 # crashing input is left in build-fuzz/ as crash-*.
@@ -59,6 +57,16 @@ fuzz:
 	./build-fuzz/bin/korb_fuzz_seeds build-fuzz/seeds
 	./build-fuzz/bin/korb_fuzz_load_stream -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
 	    -artifact_prefix=build-fuzz/ build-fuzz/corpus build-fuzz/seeds
+
+# The committed MT2203 parameter table: regenerate it (tens of minutes), or re-check every row.
+MT2203_TABLE = rng/brng/mt2203_params.inc
+
+tables: build
+	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
+	nice ./build/bin/gen_mt2203_params generate --threads $(JOBS) --out $(MT2203_TABLE)
+
+verify-tables: build
+	./build/bin/gen_mt2203_params verify $(MT2203_TABLE) --threads $(JOBS)
 
 format:
 	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
