@@ -1,0 +1,246 @@
+// The double inverse error function, two kernels: A (LA and HA slots) and B (EP slot).
+//
+// For |x| <= 1/2, erfinv(x) = x·C(x²), C a polynomial of degree 13 (A) or 6 (B) in x². Beyond,
+// erfinv(x) = sign(x)·T_j(v - centre_j) with v = sqrt(-ln(1 - |x|)) (1 - |x| is exact there, and
+// its logarithm is the dLn kernel's value path), T_j of degree 14 (A) or 6 (B) on one of nine
+// segments of v, chosen by integer compares of |x| with 1 - e^(-v_j²) for the segment bounds
+// v_j = 1, 1.2, 1.6, 2, 2.6, 3.3, 4, 5. The coefficients are Chebyshev fits (tools/fit_poly.py;
+// their relative errors are in erfinv_coefficients.inc). Kernel A adds the constant term's rounding
+// error back and keeps the last addition (and in the centre the product with x) exact, so that the
+// result is rounded about once; kernel B evaluates plainly. Measured errors: the README's accuracy
+// table.
+//
+// Pairs whose two elements have |x| < 1 take the vector path, computing the central and the tail
+// value only where a lane needs them; other pairs, and an odd last element, go element by element
+// with the same operations plus the special cases: ±1 gives ±Inf with ARQ_STATUS_SING, |x| > 1
+// (also ±Inf) the NaN 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet.
+#include <cstdint>
+
+#include "frame/simd.h"
+#include "vecmath/kernels/frame.h"
+#include "vecmath/kernels/ln_value.h"
+
+namespace korb::vecmath {
+namespace {
+
+using simd::f64v;
+using simd::u64v;
+
+#include "vecmath/kernels/erfinv_coefficients.inc"
+
+constexpr int kSegments = 9;
+
+template <int kCentralTerms, int kTailTerms>
+struct Coefficients {
+    double central[kCentralTerms];  // highest degree first; the last is the value at 0
+    double central_lo;              // the rounding error of that last one
+    struct Segment {
+        double centre;
+        double lo;  // the rounding error of the constant term
+        double c[kTailTerms];
+    } tail[kSegments];
+};
+
+alignas(16) constexpr Coefficients<14, 15> kA = {KORB_ERFINV_D_HA_CENTRAL, {KORB_ERFINV_D_HA_TAIL}};
+alignas(16) constexpr Coefficients<7, 7> kB = {KORB_ERFINV_D_EP_CENTRAL, {KORB_ERFINV_D_EP_TAIL}};
+
+constexpr std::uint64_t kAbsMask = 0x7FFFFFFFFFFFFFFF;
+constexpr std::uint64_t kSignBit = 0x8000000000000000;
+constexpr std::uint64_t kHalfBits = 0x3FE0000000000000;
+constexpr std::uint64_t kOneBits = 0x3FF0000000000000;
+constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
+constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
+// |x| = 1 - e^(-v²) at the segment bounds v = 1, 1.2, 1.6, 2, 2.6, 3.3, 4, 5.
+constexpr std::uint64_t kSegmentBits[kSegments - 1] = {
+    0x3FE43A54E4E98864, 0x3FE86B167A1E433B, 0x3FED86B8357F0C5D, 0x3FEF69F5523EF618,
+    0x3FEFF680EB93811D, 0x3FEFFFD8E6B790AE, 0x3FEFFFFFC395488A, 0x3FEFFFFFFFFE175D};
+constexpr const char *kName = "vdErfInv";
+
+int segment(std::uint64_t abs_bits) {
+    int j = 0;
+    for (std::uint64_t bound : kSegmentBits) j += abs_bits >= bound ? 1 : 0;
+    return j;
+}
+
+// The operations below are written once for a double and for a vector of two, as templates.
+template <class V>
+V split_high(V a) {
+    const V c = a * 134217729.0;  // 2^27 + 1
+    return c - (c - a);
+}
+
+// x·(hi + lo) rounded about once: x·hi exactly as a sum of two (Dekker's product), then one
+// addition.
+template <class V>
+V product(V x, V hi, V lo) {
+    const V p = x * hi;
+    const V x_hi = split_high(x);
+    const V x_lo = x - x_hi;
+    const V h_hi = split_high(hi);
+    const V h_lo = hi - h_hi;
+    const V err = ((x_hi * h_hi - p) + x_hi * h_lo + x_lo * h_hi) + x_lo * h_lo;
+    return p + (err + x * lo);
+}
+
+// x·C(x²); exact when kExact is false only to the plain evaluation's rounding.
+template <bool kExact, class V, class K>
+V central_value(V x, const K &k) {
+    constexpr int n = sizeof k.central / sizeof k.central[0];
+    const V z = x * x;
+    V q = V{} + k.central[0];
+    for (int i = 1; i < n - 1; ++i) q = q * z + k.central[i];
+    const V s = z * q;
+    const double c0 = k.central[n - 1];
+    if constexpr (!kExact) {
+        return x * (s + c0);
+    } else {
+        const V hi = s + c0;
+        const V lo = ((c0 - hi) + s) + k.central_lo;  // |c0| > |s|: exact
+        return product(x, hi, lo);
+    }
+}
+
+// v = sqrt(w_hi + w_lo) as v + v_lo: the square root and its first correction, with v² exact.
+template <class V>
+V sqrt_hi(V w) {
+    if constexpr (sizeof(V) == sizeof(double)) {
+        return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(w), _mm_set_sd(w)));
+    } else {
+        return _mm_sqrt_pd(w);
+    }
+}
+template <class V>
+V sqrt_lo(V v, V w_hi, V w_lo) {
+    const V v_h = split_high(v);
+    const V v_l = v - v_h;
+    const V sq = v * v;
+    const V sq_err = ((v_h * v_h - sq) + (v_h + v_h) * v_l) + v_l * v_l;
+    return (((w_hi - sq) - sq_err) + w_lo) / (v + v);
+}
+
+// |erfinv(x)| for 1/2 < |x| < 1 from segment j's polynomial. w = -ln(1 - |x|) and v = sqrt(w)
+// are carried with their low parts, which enter through the polynomial's linear coefficient:
+// the result is sensitive to them near |x| = 1/2, where erfinv grows faster than v.
+template <bool kExact, class K>
+double tail_value(double abs_x, int j, const K &k) {
+    constexpr int n = sizeof k.tail[0].c / sizeof k.tail[0].c[0];
+    const auto &seg = k.tail[j];
+    double ln_lo;
+    const double w = -ln_below_half(1.0 - abs_x, ln_lo);
+    const double v = sqrt_hi(w);
+    const double t = v - seg.centre;
+    double q = seg.c[0];
+    for (int i = 1; i < n - 1; ++i) q = q * t + seg.c[i];
+    const double s = t * q;
+    const double c0 = seg.c[n - 1];
+    if constexpr (!kExact) {
+        return s + c0;
+    } else {
+        const double v_lo = sqrt_lo(v, w, -ln_lo);
+        const double hi = s + c0;
+        return hi + ((((c0 - hi) + s) + seg.lo) + seg.c[n - 2] * v_lo);  // |c0| > |s|
+    }
+}
+
+template <bool kExact, class K>
+double erfinv_element(double x, int &status, const K &k) {
+    const std::uint64_t b = bits_of(x);
+    const std::uint64_t abs_bits = b & kAbsMask;
+    status = ARQ_STATUS_OK;
+    if (abs_bits <= kHalfBits) return central_value<kExact>(x, k);
+    if (abs_bits < kOneBits) {
+        const double y = tail_value<kExact>(double_from(abs_bits), segment(abs_bits), k);
+        return double_from(bits_of(y) | (b & kSignBit));
+    }
+    if (abs_bits > kPlusInfBits) return x + x;  // NaN, made quiet
+    if (abs_bits == kOneBits) {
+        status = ARQ_STATUS_SING;
+        return double_from(kPlusInfBits | (b & kSignBit));
+    }
+    status = ARQ_STATUS_ERRDOM;
+    return double_from(kDomainNaN);
+}
+
+double element_a(double x, int &status) {
+    return erfinv_element<true>(x, status, kA);
+}
+double element_b(double x, int &status) {
+    return erfinv_element<false>(x, status, kB);
+}
+
+// Two lanes of tail_value(), the same operations, each lane's coefficients from its segment.
+template <bool kExact, class K>
+f64v tail_lanes(f64v abs_x, const int j[2], const K &k) {
+    constexpr int n = sizeof k.tail[0].c / sizeof k.tail[0].c[0];
+    const auto &s0 = k.tail[j[0]];
+    const auto &s1 = k.tail[j[1]];
+    f64v ln_lo;
+    const f64v w = -ln_below_half_pair(1.0 - abs_x, ln_lo);
+    const f64v v = sqrt_hi(w);
+    const f64v t = v - f64v{s0.centre, s1.centre};
+    f64v q = f64v{s0.c[0], s1.c[0]};
+    for (int i = 1; i < n - 1; ++i) q = q * t + f64v{s0.c[i], s1.c[i]};
+    const f64v s = t * q;
+    const f64v c0 = f64v{s0.c[n - 1], s1.c[n - 1]};
+    if constexpr (!kExact) {
+        return s + c0;
+    } else {
+        const f64v v_lo = sqrt_lo(v, w, -ln_lo);
+        const f64v hi = s + c0;
+        return hi +
+               ((((c0 - hi) + s) + f64v{s0.lo, s1.lo}) + f64v{s0.c[n - 2], s1.c[n - 2]} * v_lo);
+    }
+}
+
+template <bool kExact, auto Element, class K>
+void erfinv_kernel(int n, const double *a, double *r, const K &k) {
+    if (n <= 0) return;
+    KernelFrame frame;
+    int i = 0;
+    for (; i + 2 <= n; i += 2) {
+        // Lane classes from the bit patterns in integer registers: 0 central, 1 tail, 2 other.
+        const std::uint64_t b[2] = {bits_of(a[i]), bits_of(a[i + 1])};
+        const std::uint64_t abs_bits[2] = {b[0] & kAbsMask, b[1] & kAbsMask};
+        if (abs_bits[0] >= kOneBits || abs_bits[1] >= kOneBits) {
+            run_elements<Element>(i, i + 2, a, r, kName);
+            continue;
+        }
+        const f64v x = simd::load<f64v>(a + i);
+        const bool tail0 = abs_bits[0] > kHalfBits, tail1 = abs_bits[1] > kHalfBits;
+        if (!tail0 && !tail1) {
+            simd::store(r + i, central_value<kExact>(x, k));
+            continue;
+        }
+        // A central lane gets a stand-in argument in the tail and the other way round; the
+        // result of each lane is taken from its own class.
+        const u64v tail_mask = {tail0 ? ~0ull : 0, tail1 ? ~0ull : 0};
+        const f64v abs_x = reinterpret_cast<f64v>(reinterpret_cast<u64v>(x) & kAbsMask);
+        const f64v in_tail =
+            reinterpret_cast<f64v>((reinterpret_cast<u64v>(abs_x) & tail_mask) |
+                                   (reinterpret_cast<u64v>(f64v{} + 0.75) & ~tail_mask));
+        const int j[2] = {tail0 ? segment(abs_bits[0]) : 0, tail1 ? segment(abs_bits[1]) : 0};
+        const u64v tail_y = reinterpret_cast<u64v>(tail_lanes<kExact>(in_tail, j, k)) |
+                            (reinterpret_cast<u64v>(x) & kSignBit);
+        u64v y = tail_y;
+        if (!tail0 || !tail1) {
+            const u64v central_y = reinterpret_cast<u64v>(central_value<kExact>(x, k));
+            y = (tail_y & tail_mask) | (central_y & ~tail_mask);
+        }
+        simd::store(r + i, reinterpret_cast<f64v>(y));
+    }
+    run_elements<Element>(i, n, a, r, kName);
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_A(int n, const double *a,
+                                                                        double *r) {
+    erfinv_kernel<true, element_a>(n, a, r, kA);
+}
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_B(int n, const double *a,
+                                                                        double *r) {
+    erfinv_kernel<false, element_b>(n, a, r, kB);
+}
+
+}  // namespace korb::vecmath
