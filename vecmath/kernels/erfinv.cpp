@@ -82,7 +82,19 @@ V product(V x, V hi, V lo) {
     return p + (err + x * lo);
 }
 
-// x·C(x²); exact when kExact is false only to the plain evaluation's rounding.
+// y with the sign bit of x or-ed in: y is x·C(x²), which has x's sign already except when the last
+// addition of product() makes +0 of x = -0.
+template <class V>
+V or_sign(V y, V x) {
+    if constexpr (sizeof(V) == sizeof(double)) {
+        return double_from(bits_of(y) | (bits_of(x) & kSignBit));
+    } else {
+        return reinterpret_cast<V>(reinterpret_cast<u64v>(y) |
+                                   (reinterpret_cast<u64v>(x) & kSignBit));
+    }
+}
+
+// x·C(x²), rounded about once when kExact is true.
 template <bool kExact, class V, class K>
 V central_value(V x, const K &k) {
     constexpr int n = sizeof k.central / sizeof k.central[0];
@@ -96,7 +108,7 @@ V central_value(V x, const K &k) {
     } else {
         const V hi = s + c0;
         const V lo = ((c0 - hi) + s) + k.central_lo;  // |c0| > |s|: exact
-        return product(x, hi, lo);
+        return or_sign(product(x, hi, lo), x);
     }
 }
 
