@@ -202,6 +202,23 @@ KORB_API void _arqsLn_11(int n, const float *a, float *r);
 KORB_API extern const ArqKernelS korb_arq_kernel_sLn_ttab[3];
 KORB_API extern const float korb_arq_kernel_sLn_ctab[3];
 
+/* Powx: a^b with a scalar exponent b, as C99's pow: a^+-0 = 1 and 1^b = 1 (also for NaN),
+ * +-0 to a negative power +-Inf with ARQ_STATUS_SING, a negative a with a non-integer b the NaN
+ * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, ARQ_STATUS_OVERFLOW for a result that
+ * rounds to +-Inf, ARQ_STATUS_UNDERFLOW for one below the smallest normal number. */
+KORB_API void _arqsPowx(int n, const float *a, float b, float *r);
+KORB_API void _arqsPowx_HA(int n, const float *a, float b, float *r);
+KORB_API void _arqsPowx_21(int n, const float *a, float b, float *r);
+KORB_API void _arqsPowx_11(int n, const float *a, float b, float *r);
+KORB_API extern const ArqKernelScalarS korb_arq_kernel_sPowx_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPowx_ctab[3];
+KORB_API void _arqdPowx(int n, const double *a, double b, double *r);
+KORB_API void _arqdPowx_HA(int n, const double *a, double b, double *r);
+KORB_API void _arqdPowx_50(int n, const double *a, double b, double *r);
+KORB_API void _arqdPowx_26(int n, const double *a, double b, double *r);
+KORB_API extern const ArqKernelScalarD korb_arq_kernel_dPowx_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPowx_ctab[3];
+
 /* Sqrt: square root, correctly rounded. -0 gives -0; a negative argument (also -Inf) the NaN
  * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM. */
 KORB_API void _arqsSqrt(int n, const float *a, float *r);

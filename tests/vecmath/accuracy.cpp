@@ -137,6 +137,20 @@ const std::vector<Function> &functions() {
          {{"positive normals", log_uniform(0x1p-126, 3.4e38)},
           {"[0.5, 2]", uniform(0.5, 2.0)},
           {"subnormals", log_uniform(0x1p-149, 0x1p-127)}}},
+        {"sPowx",
+         pow_reference,
+         {{"(0, 4], b = 2.5", uniform(0.0, 4.0), 2.5},
+          {"(0, 2], b = -7.3", uniform(0.0, 2.0), -7.3},
+          {"[-3, 3], b = 7", uniform(-3.0, 3.0), 7.0},
+          {"positive floats, b = 0.3", log_uniform(0x1p-149, 3.4e38), 0.3}}},
+        {"dPowx",
+         pow_reference,
+         {{"(0, 4], b = 2.5", uniform(0.0, 4.0), 2.5},
+          {"(0, 2], b = -300.7", uniform(0.0, 2.0), -300.7},
+          {"[-3, 3], b = 7", uniform(-3.0, 3.0), 7.0},
+          {"positive normals, b = 0.3", log_uniform(0x1p-1022, 1.7e308), 0.3},
+          {"[0.99, 1.01], b = 65000.5", uniform(0.99, 1.01), 65000.5},
+          {"subnormal results", uniform(0.5, 0.6), 1070.0}}},
         {"sSqrt", one(mpfr_sqrt), {{"positive floats", log_uniform(0x1p-149, 3.4e38)}}},
         {"dSqrt", one(mpfr_sqrt), {{"positive doubles", log_uniform(0x1p-1074, 1.7e308)}}},
     };
@@ -250,7 +264,8 @@ int main(int argc, char **argv) {
                         const double v = slots[s] == slots[0] ? y[0][i] : y[s][i];
                         if (!std::isfinite(v)) continue;
                         if (!computed) {
-                            f.reference(exact, x[i], range.b);
+                            f.reference(exact, x[i],
+                                        single ? static_cast<float>(range.b) : range.b);
                             computed = true;
                         }
                         const double err = ulp_error(v, exact, scratch, single);

@@ -1,5 +1,5 @@
-// sExp, sLn, Sqrt and dErfInv: special values and statuses, the vector path against the element
-// path on mixed inputs of every length and in place, the slots of dErfInv, and the frame.
+// sExp, sLn, Sqrt, Powx and dErfInv: special values and statuses, the vector path against the
+// element path on mixed inputs of every length and in place, the slots of dErfInv, and the frame.
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
@@ -18,14 +18,24 @@ struct Report {
     int code;
     int index;
     double a1;
+    double a2;
     double r1;
 };
 
 thread_local std::vector<Report> t_reports;
 
 int record(ArqErrorContext *c) {
-    t_reports.push_back({c->code, c->index, c->a1, c->r1});
+    t_reports.push_back({c->code, c->index, c->a1, c->a2, c->r1});
     return 0;
+}
+
+// Powx with the exponent of the test, in the shape of the one-argument kernels.
+thread_local double t_exponent = 0.0;
+void dpowx(int n, const double *a, double *r) {
+    _arqdPowx(n, a, t_exponent, r);
+}
+void spowx(int n, const float *a, float *r) {
+    _arqsPowx(n, a, static_cast<float>(t_exponent), r);
 }
 
 template <class T>
@@ -124,6 +134,55 @@ TEST_F(Kernels, SpecialValuesAndStatuses) {
                             {-1.0, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
                             {-kInf, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
                             {nan, bits(nan), 0}});
+    // Powx: C99's pow table, for each exponent a row of (a, result, status), in both precisions.
+    struct PowCase {
+        double b;
+        std::vector<Special<double>> rows;
+    };
+    const std::uint64_t inf = bits(kInf), minus_inf = bits(-kInf), minus_zero = bits(-0.0);
+    const std::uint64_t domain = 0xFFF8000000000000;
+    const PowCase pow_cases[] = {
+        {0.0, {{nan, bits(1.0), 0}, {-kInf, bits(1.0), 0}, {0.0, bits(1.0), 0}}},
+        {nan, {{1.0, bits(1.0), 0}, {2.0, bits(nan), 0}}},
+        {-3.0,
+         {{0.0, inf, ARQ_STATUS_SING},
+          {-0.0, minus_inf, ARQ_STATUS_SING},
+          {-kInf, minus_zero, 0},
+          {kInf, 0, 0},
+          {-2.0, bits(-0.125), 0},
+          {1e-300, inf, ARQ_STATUS_OVERFLOW},
+          {1e300, 0, ARQ_STATUS_UNDERFLOW}}},
+        {-2.5, {{-0.0, inf, ARQ_STATUS_SING}, {-2.0, domain, ARQ_STATUS_ERRDOM}, {-kInf, 0, 0}}},
+        {3.0, {{-0.0, minus_zero, 0}, {-kInf, minus_inf, 0}, {-2.0, bits(-8.0), 0}}},
+        {0.5, {{-0.0, 0, 0}, {-kInf, inf, 0}, {-1e-300, domain, ARQ_STATUS_ERRDOM}}},
+        {kInf, {{-1.0, bits(1.0), 0}, {0.5, 0, 0}, {-2.0, inf, 0}, {0.0, 0, 0}}},
+        {-kInf, {{0.5, inf, 0}, {-2.0, 0, 0}, {0.0, inf, 0}}},
+        {1e30,
+         {{-1.0, bits(1.0), 0},
+          {1.0000001, inf, ARQ_STATUS_OVERFLOW},
+          {0.9999999, 0, ARQ_STATUS_UNDERFLOW}}},
+        {1070.0, {{0.5, bits(std::pow(0.5, 1070.0)), ARQ_STATUS_UNDERFLOW}}},  // subnormal
+    };
+    for (const PowCase &c : pow_cases) {
+        t_exponent = c.b;
+        check_specials<double>(dpowx, "dPowx", c.rows);
+        std::vector<Special<float>> single;
+        for (const Special<double> &row : c.rows) {
+            if (row.x != 0.0 && std::fabs(row.x) < 1e-30) continue;  // no float counterpart
+            const double value = std::bit_cast<double>(row.result);
+            const std::uint64_t r =
+                row.result == domain ? 0xFFC00000 : bits(static_cast<float>(value));
+            if (c.b == 1070.0 || std::fabs(row.x) > 1e30) continue;
+            single.push_back({static_cast<float>(row.x), r, row.status});
+        }
+        check_specials<float>(spowx, "sPowx", single);
+    }
+    float x = -1.0f, r;
+    t_reports.clear();
+    _arqsPowx(1, &x, 2.5f, &r);
+    ASSERT_EQ(t_reports.size(), 1u);
+    EXPECT_EQ(t_reports[0].a2, 2.5);  // the exponent is the record's second argument
+
     const double below_one = std::nextafter(1.0, 0.0);
     for (Kernel<double> k : {_arqdErfInv, _arqdErfInv_26}) {
         check_specials<double>(k, "dErfInv",
@@ -235,6 +294,17 @@ TEST_F(Kernels, VectorPathGivesTheElementPathsBitsAndReports) {
         check_paths<double>(k, -1.0, 1.0, erfinv_specials);
         check_paths<double>(k, -0.5, 0.5, erfinv_specials);
     }
+    for (double b : {2.5, -7.0, 1071.0, 0.0}) {
+        t_exponent = b;
+        const std::vector<double> pow_specials = {0.0,   -0.0,   1.0,   -1.0,   -2.0, NAN,     kInf,
+                                                  -kInf, 1e-310, 1e300, 1e-300, 0.5,  4.9e-324};
+        check_paths<double>(dpowx, -3.0, 3.0, pow_specials);
+        check_paths<double>(dpowx, 0.0, 1e10, pow_specials);
+        const std::vector<float> pow_specials_s = {0.0f,  -0.0f,  1.0f,   -1.0f, -2.0f,  nanf,
+                                                   kInfF, -kInfF, 1e-40f, 1e30f, 1e-30f, 0.5f};
+        check_paths<float>(spowx, -3.0, 3.0, pow_specials_s);
+        check_paths<float>(spowx, 0.0, 1e10, pow_specials_s);
+    }
 }
 
 TEST_F(Kernels, ErfInvSlotsShareOrSplitTheirKernels) {
@@ -263,6 +333,8 @@ TEST_F(Kernels, CountsAndTheCallersControlRegister) {
         double rd[2] = {7.0, 7.0};
         for (Kernel<float> k : {_arqsExp, _arqsLn, _arqsSqrt}) k(n, af, rf);
         for (Kernel<double> k : {_arqdSqrt, _arqdErfInv, _arqdErfInv_26}) k(n, ad, rd);
+        _arqdPowx(n, ad, -1.0, rd);
+        _arqsPowx(n, af, -1.0f, rf);
         EXPECT_EQ(rf[0], 7.0f);
         EXPECT_EQ(rd[1], 7.0);
         EXPECT_TRUE(t_reports.empty());
