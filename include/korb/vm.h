@@ -175,8 +175,14 @@ KORB_API extern const ArqKernelD korb_arq_kernel_dLn_ttab[3];
 KORB_API extern const float korb_arq_kernel_dLn_ctab[3];
 
 /* ErfInv: inverse error function. +-1 gives +-Inf with ARQ_STATUS_SING, |a| > 1 the NaN
- * 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet. LA and HA share one kernel,
- * EP has its own. */
+ * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet. sErfInv has a
+ * kernel per slot; in dErfInv LA and HA share one kernel, EP has its own. */
+KORB_API void _arqsErfInv(int n, const float *a, float *r);
+KORB_API void _arqsErfInv_HA(int n, const float *a, float *r);
+KORB_API void _arqsErfInv_21(int n, const float *a, float *r);
+KORB_API void _arqsErfInv_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sErfInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_sErfInv_ctab[3];
 KORB_API void _arqdErfInv(int n, const double *a, double *r);
 KORB_API void _arqdErfInv_HA(int n, const double *a, double *r);
 KORB_API void _arqdErfInv_50(int n, const double *a, double *r);

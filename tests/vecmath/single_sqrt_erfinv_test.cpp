@@ -194,6 +194,16 @@ TEST_F(Kernels, SpecialValuesAndStatuses) {
                                 {-kInf, 0xFFF8000000000000, ARQ_STATUS_ERRDOM},
                                 {nan, bits(nan), 0}});
     }
+    for (Kernel<float> k : {_arqsErfInv_21, _arqsErfInv, _arqsErfInv_11}) {
+        check_specials<float>(k, "sErfInv",
+                              {{0.0f, 0, 0},
+                               {-0.0f, bits(-0.0f), 0},
+                               {1.0f, bits(kInfF), ARQ_STATUS_SING},
+                               {-1.0f, bits(-kInfF), ARQ_STATUS_SING},
+                               {1.0000001f, 0xFFC00000, ARQ_STATUS_ERRDOM},
+                               {kInfF, 0xFFC00000, ARQ_STATUS_ERRDOM},
+                               {nanf, bits(nanf), 0}});
+    }
     // Just inside ±1 and at the segment and branch edges: finite, odd, close to the published
     // values erfinv(1 - 2^-53) = 5.8635847487551676 and erfinv(1/2) = 0.4769362762044699.
     const double y = [&] {
@@ -294,6 +304,11 @@ TEST_F(Kernels, VectorPathGivesTheElementPathsBitsAndReports) {
         check_paths<double>(k, -1.0, 1.0, erfinv_specials);
         check_paths<double>(k, -0.5, 0.5, erfinv_specials);
     }
+    const std::vector<float> erfinv_specials_s = {
+        0.0f, -0.0f, 1.0f, -1.0f, 1.5f, nanf, 0.5f, -0.5f, 0.99999994f, 1e-40f, 0.76307225f};
+    for (Kernel<float> k : {_arqsErfInv_21, _arqsErfInv, _arqsErfInv_11}) {
+        check_paths<float>(k, -1.0, 1.0, erfinv_specials_s);
+    }
     for (double b : {2.5, -7.0, 1071.0, 0.0}) {
         t_exponent = b;
         const std::vector<double> pow_specials = {0.0,   -0.0,   1.0,   -1.0,   -2.0, NAN,     kInf,
@@ -308,6 +323,19 @@ TEST_F(Kernels, VectorPathGivesTheElementPathsBitsAndReports) {
 }
 
 TEST_F(Kernels, ErfInvSlotsShareOrSplitTheirKernels) {
+    // Single: three kernels, each within its slot's accuracy of the most accurate one.
+    std::vector<float> af(999), la_s(999), ha_s(999), ep_s(999);
+    for (std::size_t i = 0; i < af.size(); ++i) af[i] = -0.999f + 0.002f * static_cast<float>(i);
+    _arqsErfInv_21(999, af.data(), la_s.data());
+    _arqsErfInv_HA(999, af.data(), ha_s.data());
+    _arqsErfInv_11(999, af.data(), ep_s.data());
+    for (std::size_t i = 0; i < af.size(); ++i) {
+        EXPECT_NEAR(la_s[i], ha_s[i], std::fabs(ha_s[i]) * 0x1p-21f) << af[i];
+        EXPECT_NEAR(ep_s[i], ha_s[i], std::fabs(ha_s[i]) * 0x1p-11f) << af[i];
+    }
+    EXPECT_NE(la_s, ha_s);
+    EXPECT_NE(ep_s, la_s);
+
     std::mt19937_64 rng(5);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     std::vector<double> a(999);
@@ -331,7 +359,7 @@ TEST_F(Kernels, CountsAndTheCallersControlRegister) {
     for (int n : {0, -1}) {
         float rf[2] = {7.0f, 7.0f};
         double rd[2] = {7.0, 7.0};
-        for (Kernel<float> k : {_arqsExp, _arqsLn, _arqsSqrt}) k(n, af, rf);
+        for (Kernel<float> k : {_arqsExp, _arqsLn, _arqsSqrt, _arqsErfInv}) k(n, af, rf);
         for (Kernel<double> k : {_arqdSqrt, _arqdErfInv, _arqdErfInv_26}) k(n, ad, rd);
         _arqdPowx(n, ad, -1.0, rd);
         _arqsPowx(n, af, -1.0f, rf);

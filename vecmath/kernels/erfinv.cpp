@@ -1,4 +1,5 @@
-// The double inverse error function, two kernels: A (LA and HA slots) and B (EP slot).
+// The inverse error function. Double: kernel A (LA and HA slots) and B (EP slot); single: three
+// kernels, A (LA), B (HA) and C (EP).
 //
 // For |x| <= 1/2, erfinv(x) = x·C(x²), C a polynomial of degree 13 (A) or 6 (B) in x². Beyond,
 // erfinv(x) = sign(x)·T_j(v - centre_j) with v = sqrt(-ln(1 - |x|)) (1 - |x| is exact there, and
@@ -43,6 +44,10 @@ struct Coefficients {
 
 alignas(16) constexpr Coefficients<14, 15> kA = {KORB_ERFINV_D_HA_CENTRAL, {KORB_ERFINV_D_HA_TAIL}};
 alignas(16) constexpr Coefficients<7, 7> kB = {KORB_ERFINV_D_EP_CENTRAL, {KORB_ERFINV_D_EP_TAIL}};
+alignas(16) constexpr Coefficients<5, 6> kSingleA = {KORB_ERFINV_S_LA_CENTRAL,
+                                                     {KORB_ERFINV_S_LA_TAIL}};
+alignas(16) constexpr Coefficients<3, 3> kSingleC = {KORB_ERFINV_S_EP_CENTRAL,
+                                                     {KORB_ERFINV_S_EP_TAIL}};
 
 constexpr std::uint64_t kAbsMask = 0x7FFFFFFFFFFFFFFF;
 constexpr std::uint64_t kSignBit = 0x8000000000000000;
@@ -54,7 +59,6 @@ constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
 constexpr std::uint64_t kSegmentBits[kSegments - 1] = {
     0x3FE43A54E4E98864, 0x3FE86B167A1E433B, 0x3FED86B8357F0C5D, 0x3FEF69F5523EF618,
     0x3FEFF680EB93811D, 0x3FEFFFD8E6B790AE, 0x3FEFFFFFC395488A, 0x3FEFFFFFFFFE175D};
-constexpr const char *kName = "vdErfInv";
 
 int segment(std::uint64_t abs_bits) {
     int j = 0;
@@ -204,43 +208,80 @@ f64v tail_lanes(f64v abs_x, const int j[2], const K &k) {
     }
 }
 
+// Two lanes with |x| < 1, from src[0] and src[1]: the central or the tail value of each, computed
+// only for the classes present.
+template <bool kExact, class K>
+f64v erfinv_pair(const double *src, const K &k) {
+    const std::uint64_t abs_bits[2] = {bits_of(src[0]) & kAbsMask, bits_of(src[1]) & kAbsMask};
+    const f64v x = simd::load<f64v>(src);
+    const bool tail0 = abs_bits[0] > kHalfBits, tail1 = abs_bits[1] > kHalfBits;
+    if (!tail0 && !tail1) return central_value<kExact>(x, k);
+    // A central lane gets a stand-in argument in the tail and the other way round; the result
+    // of each lane is taken from its own class.
+    const u64v tail_mask = {tail0 ? ~0ull : 0, tail1 ? ~0ull : 0};
+    const f64v abs_x = reinterpret_cast<f64v>(reinterpret_cast<u64v>(x) & kAbsMask);
+    const f64v in_tail =
+        reinterpret_cast<f64v>((reinterpret_cast<u64v>(abs_x) & tail_mask) |
+                               (reinterpret_cast<u64v>(f64v{} + 0.75) & ~tail_mask));
+    const int j[2] = {tail0 ? segment(abs_bits[0]) : 0, tail1 ? segment(abs_bits[1]) : 0};
+    const u64v tail_y = reinterpret_cast<u64v>(tail_lanes<kExact>(in_tail, j, k)) |
+                        (reinterpret_cast<u64v>(x) & kSignBit);
+    if (tail0 && tail1) return reinterpret_cast<f64v>(tail_y);
+    const u64v central_y = reinterpret_cast<u64v>(central_value<kExact>(x, k));
+    return reinterpret_cast<f64v>((tail_y & tail_mask) | (central_y & ~tail_mask));
+}
+
 template <bool kExact, auto Element, class K>
 void erfinv_kernel(int n, const double *a, double *r, const K &k) {
     if (n <= 0) return;
     KernelFrame frame;
     int i = 0;
     for (; i + 2 <= n; i += 2) {
-        // Lane classes from the bit patterns in integer registers: 0 central, 1 tail, 2 other.
-        const std::uint64_t b[2] = {bits_of(a[i]), bits_of(a[i + 1])};
-        const std::uint64_t abs_bits[2] = {b[0] & kAbsMask, b[1] & kAbsMask};
-        if (abs_bits[0] >= kOneBits || abs_bits[1] >= kOneBits) {
-            run_elements<Element>(i, i + 2, a, r, kName);
+        // |x| >= 1 and NaN are found on the bit patterns in integer registers.
+        if (((bits_of(a[i]) & kAbsMask) >= kOneBits) |
+            ((bits_of(a[i + 1]) & kAbsMask) >= kOneBits)) {
+            run_elements<Element>(i, i + 2, a, r, "vdErfInv");
             continue;
         }
-        const f64v x = simd::load<f64v>(a + i);
-        const bool tail0 = abs_bits[0] > kHalfBits, tail1 = abs_bits[1] > kHalfBits;
-        if (!tail0 && !tail1) {
-            simd::store(r + i, central_value<kExact>(x, k));
-            continue;
-        }
-        // A central lane gets a stand-in argument in the tail and the other way round; the
-        // result of each lane is taken from its own class.
-        const u64v tail_mask = {tail0 ? ~0ull : 0, tail1 ? ~0ull : 0};
-        const f64v abs_x = reinterpret_cast<f64v>(reinterpret_cast<u64v>(x) & kAbsMask);
-        const f64v in_tail =
-            reinterpret_cast<f64v>((reinterpret_cast<u64v>(abs_x) & tail_mask) |
-                                   (reinterpret_cast<u64v>(f64v{} + 0.75) & ~tail_mask));
-        const int j[2] = {tail0 ? segment(abs_bits[0]) : 0, tail1 ? segment(abs_bits[1]) : 0};
-        const u64v tail_y = reinterpret_cast<u64v>(tail_lanes<kExact>(in_tail, j, k)) |
-                            (reinterpret_cast<u64v>(x) & kSignBit);
-        u64v y = tail_y;
-        if (!tail0 || !tail1) {
-            const u64v central_y = reinterpret_cast<u64v>(central_value<kExact>(x, k));
-            y = (tail_y & tail_mask) | (central_y & ~tail_mask);
-        }
-        simd::store(r + i, reinterpret_cast<f64v>(y));
+        simd::store(r + i, erfinv_pair<kExact>(a + i, k));
     }
-    run_elements<Element>(i, n, a, r, kName);
+    run_elements<Element>(i, n, a, r, "vdErfInv");
+}
+
+// The single kernels: the double computation with the single coefficient sets on widened
+// arguments, rounded to float once. Vectors of four with |x| < 1 take the pair path twice.
+template <class K>
+float erfinv_element_s(float x, int &status, const K &k) {
+    return static_cast<float>(erfinv_element<false>(static_cast<double>(x), status, k));
+}
+float element_s_la(float x, int &status) {
+    return erfinv_element_s(x, status, kSingleA);
+}
+float element_s_ha(float x, int &status) {
+    return erfinv_element_s(x, status, kB);
+}
+float element_s_ep(float x, int &status) {
+    return erfinv_element_s(x, status, kSingleC);
+}
+
+template <auto Element, class K>
+void erfinv_kernel_s(int n, const float *a, float *r, const K &k) {
+    if (n <= 0) return;
+    KernelFrame frame;
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        std::uint32_t outside = 0;
+        for (int l = 0; l < 4; ++l) outside |= (bits_of(a[i + l]) & 0x7FFFFFFFu) >= 0x3F800000u;
+        if (outside != 0) {
+            run_elements<Element>(i, i + 4, a, r, "vsErfInv");
+            continue;
+        }
+        alignas(16) double wide[4];
+        for (int l = 0; l < 4; ++l) wide[l] = a[i + l];
+        simd::store(r + i,
+                    simd::narrow(erfinv_pair<false>(wide, k), erfinv_pair<false>(wide + 2, k)));
+    }
+    run_elements<Element>(i, n, a, r, "vsErfInv");
 }
 
 }  // namespace
@@ -253,6 +294,25 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_A(int n, c
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_B(int n, const double *a,
                                                                         double *r) {
     erfinv_kernel<false, element_b>(n, a, r, kB);
+}
+
+}  // namespace korb::vecmath
+
+namespace korb::vecmath {
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_A(int n, const float *a,
+                                                                        float *r) {
+    erfinv_kernel_s<element_s_la>(n, a, r, kSingleA);
+}
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_B(int n, const float *a,
+                                                                        float *r) {
+    erfinv_kernel_s<element_s_ha>(n, a, r, kB);
+}
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_C(int n, const float *a,
+                                                                        float *r) {
+    erfinv_kernel_s<element_s_ep>(n, a, r, kSingleC);
 }
 
 }  // namespace korb::vecmath
