@@ -11,11 +11,14 @@
 // result is rounded about once; kernel B evaluates plainly. Measured errors: the README's accuracy
 // table.
 //
-// Pairs whose two elements have |x| < 1 take the vector path, computing the central and the tail
-// value only where a lane needs them; other pairs, and an odd last element, go element by element
-// with the same operations plus the special cases: ±1 gives ±Inf with ARQ_STATUS_SING, |x| > 1
-// (also ±Inf) the NaN 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet.
+// Elements with |x| < 1 take the vector path four at a time, sorted by class (see erfinv_kernel);
+// the others go element by element with the same operations plus the special cases: ±1 gives ±Inf
+// with ARQ_STATUS_SING, |x| > 1 (also ±Inf) the NaN 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a
+// NaN comes back quiet.
+#include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #include "frame/simd.h"
 #include "vecmath/kernels/frame.h"
@@ -26,6 +29,11 @@ namespace {
 
 using simd::f64v;
 using simd::u64v;
+// Four lanes in two registers (see tail_lanes). The helpers taking them by value are internal
+// and inlined, so the note about their calling convention does not apply.
+#pragma GCC diagnostic ignored "-Wpsabi"
+using f64x4 = double __attribute__((vector_size(4 * sizeof(double))));
+using u64x4 = std::uint64_t __attribute__((vector_size(4 * sizeof(double))));
 
 #include "vecmath/kernels/erfinv_coefficients.inc"
 
@@ -93,8 +101,8 @@ V or_sign(V y, V x) {
     if constexpr (sizeof(V) == sizeof(double)) {
         return double_from(bits_of(y) | (bits_of(x) & kSignBit));
     } else {
-        return reinterpret_cast<V>(reinterpret_cast<u64v>(y) |
-                                   (reinterpret_cast<u64v>(x) & kSignBit));
+        using U = std::conditional_t<sizeof(V) == sizeof(u64v), u64v, u64x4>;
+        return reinterpret_cast<V>(reinterpret_cast<U>(y) | (reinterpret_cast<U>(x) & kSignBit));
     }
 }
 
@@ -122,7 +130,14 @@ V sqrt_hi(V w) {
     if constexpr (sizeof(V) == sizeof(double)) {
         return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(w), _mm_set_sd(w)));
     } else {
-        return _mm_sqrt_pd(w);
+        V v;
+        for (std::size_t h = 0; h < sizeof(V) / sizeof(f64v); ++h) {
+            f64v part;
+            std::memcpy(&part, reinterpret_cast<const char *>(&w) + h * sizeof(f64v), sizeof part);
+            part = _mm_sqrt_pd(part);
+            std::memcpy(reinterpret_cast<char *>(&v) + h * sizeof(f64v), &part, sizeof part);
+        }
+        return v;
     }
 }
 template <class V>
@@ -184,72 +199,108 @@ double element_b(double x, int &status) {
     return erfinv_element<false>(x, status, kB);
 }
 
-// Two lanes of tail_value(), the same operations, each lane's coefficients from its segment.
+// Four lanes of tail_value(), the same operations, each lane's coefficients from its segment.
+// The lanes are a GCC vector of four doubles: wider than one register, its operations are
+// issued register by register side by side, which hides the latency of the long Horner chain.
 template <bool kExact, class K>
-f64v tail_lanes(f64v abs_x, const int j[2], const K &k) {
+f64x4 tail_lanes(const double *abs_x, const int *j, const K &k) {
+    using V = f64x4;
+    constexpr int kLanes = 4;
     constexpr int n = sizeof k.tail[0].c / sizeof k.tail[0].c[0];
-    const auto &s0 = k.tail[j[0]];
-    const auto &s1 = k.tail[j[1]];
-    f64v ln_lo;
-    const f64v w = -ln_below_half_pair(1.0 - abs_x, ln_lo);
-    const f64v v = sqrt_hi(w);
-    const f64v t = v - f64v{s0.centre, s1.centre};
-    f64v q = f64v{s0.c[0], s1.c[0]};
-    for (int i = 1; i < n - 1; ++i) q = q * t + f64v{s0.c[i], s1.c[i]};
-    const f64v s = t * q;
-    const f64v c0 = f64v{s0.c[n - 1], s1.c[n - 1]};
+    const auto coefficient = [&](auto field) {
+        V c;
+        for (int l = 0; l < kLanes; ++l) c[l] = field(k.tail[j[l]]);
+        return c;
+    };
+    V w, ln_lo;
+    for (int h = 0; h < kLanes / 2; ++h) {
+        f64v lo;
+        const f64v hi = ln_below_half_pair(1.0 - simd::load<f64v>(abs_x + 2 * h), lo);
+        w[2 * h] = -hi[0];
+        w[2 * h + 1] = -hi[1];
+        ln_lo[2 * h] = lo[0];
+        ln_lo[2 * h + 1] = lo[1];
+    }
+    const V v = sqrt_hi(w);
+    const V t = v - coefficient([](const auto &seg) { return seg.centre; });
+    V q = coefficient([](const auto &seg) { return seg.c[0]; });
+    for (int i = 1; i < n - 1; ++i)
+        q = q * t + coefficient([i](const auto &seg) { return seg.c[i]; });
+    const V s = t * q;
+    const V c0 = coefficient([](const auto &seg) { return seg.c[n - 1]; });
     if constexpr (!kExact) {
         return s + c0;
     } else {
-        const f64v v_lo = sqrt_lo(v, w, -ln_lo);
-        const f64v hi = s + c0;
-        return hi +
-               ((((c0 - hi) + s) + f64v{s0.lo, s1.lo}) + f64v{s0.c[n - 2], s1.c[n - 2]} * v_lo);
+        const V v_lo = sqrt_lo(v, w, -ln_lo);
+        const V hi = s + c0;
+        return hi + ((((c0 - hi) + s) + coefficient([](const auto &seg) { return seg.lo; })) +
+                     coefficient([](const auto &seg) { return seg.c[n - 2]; }) * v_lo);
     }
 }
 
-// Two lanes with |x| < 1, from src[0] and src[1]: the central or the tail value of each, computed
-// only for the classes present.
-template <bool kExact, class K>
-f64v erfinv_pair(const double *src, const K &k) {
-    const std::uint64_t abs_bits[2] = {bits_of(src[0]) & kAbsMask, bits_of(src[1]) & kAbsMask};
-    const f64v x = simd::load<f64v>(src);
-    const bool tail0 = abs_bits[0] > kHalfBits, tail1 = abs_bits[1] > kHalfBits;
-    if (!tail0 && !tail1) return central_value<kExact>(x, k);
-    // A central lane gets a stand-in argument in the tail and the other way round; the result
-    // of each lane is taken from its own class.
-    const u64v tail_mask = {tail0 ? ~0ull : 0, tail1 ? ~0ull : 0};
-    const f64v abs_x = reinterpret_cast<f64v>(reinterpret_cast<u64v>(x) & kAbsMask);
-    const f64v in_tail =
-        reinterpret_cast<f64v>((reinterpret_cast<u64v>(abs_x) & tail_mask) |
-                               (reinterpret_cast<u64v>(f64v{} + 0.75) & ~tail_mask));
-    const int j[2] = {tail0 ? segment(abs_bits[0]) : 0, tail1 ? segment(abs_bits[1]) : 0};
-    const u64v tail_y = reinterpret_cast<u64v>(tail_lanes<kExact>(in_tail, j, k)) |
-                        (reinterpret_cast<u64v>(x) & kSignBit);
-    if (tail0 && tail1) return reinterpret_cast<f64v>(tail_y);
-    const u64v central_y = reinterpret_cast<u64v>(central_value<kExact>(x, k));
-    return reinterpret_cast<f64v>((tail_y & tail_mask) | (central_y & ~tail_mask));
-}
-
-template <bool kExact, auto Element, class K>
-void erfinv_kernel(int n, const double *a, double *r, const K &k) {
+// The kernel sorts each block of elements by |x| into central ones, tail ones and the rest, and
+// takes the first two classes four at a time on the vector path (a last short group filled up
+// with copies), so that no lane computes a value of the other class; the rest, |x| >= 1 and NaN,
+// goes element by element. T is the element type; single elements are computed in double.
+template <bool kExact, auto Element, class T, class K>
+void erfinv_kernel(int n, const T *a, T *r, const K &k, const char *name) {
     if (n <= 0) return;
     KernelFrame frame;
-    int i = 0;
-    for (; i + 2 <= n; i += 2) {
-        // |x| >= 1 and NaN are found on the bit patterns in integer registers.
-        if (((bits_of(a[i]) & kAbsMask) >= kOneBits) |
-            ((bits_of(a[i + 1]) & kAbsMask) >= kOneBits)) {
-            run_elements<Element>(i, i + 2, a, r, "vdErfInv");
-            continue;
+    constexpr int kBlock = 32;
+    constexpr int kGroup = 4;
+    using V = f64x4;
+    for (int begin = 0; begin < n; begin += kBlock) {
+        const int end = begin + kBlock < n ? begin + kBlock : n;
+        int central[kBlock + kGroup], tail[kBlock + kGroup], segments[kBlock + kGroup];
+        int n_central = 0, n_tail = 0;
+        bool special = false;
+        // Without branches: with random arguments the class of the next element is unpredictable.
+        for (int i = begin; i < end; ++i) {
+            const std::uint64_t abs_bits = bits_of(static_cast<double>(a[i])) & kAbsMask;
+            const bool is_central = abs_bits <= kHalfBits;
+            const bool is_tail = !is_central && abs_bits < kOneBits;
+            central[n_central] = i;
+            n_central += is_central;
+            tail[n_tail] = i;
+            segments[n_tail] = segment(abs_bits);
+            n_tail += is_tail;
+            special |= !is_central && !is_tail;
         }
-        simd::store(r + i, erfinv_pair<kExact>(a + i, k));
+        if (special) {
+            for (int i = begin; i < end; ++i) {
+                if ((bits_of(static_cast<double>(a[i])) & kAbsMask) >= kOneBits) {
+                    run_elements<Element>(i, i + 1, a, r, name);
+                }
+            }
+        }
+        // Whole groups of kGroup, the last one filled up with copies of its last element.
+        for (; n_central % kGroup != 0; ++n_central) central[n_central] = central[n_central - 1];
+        for (; n_tail % kGroup != 0; ++n_tail) {
+            segments[n_tail] = segments[n_tail - 1];
+            tail[n_tail] = tail[n_tail - 1];
+        }
+        for (int p = 0; p < n_central; p += kGroup) {
+            V x;
+            for (int l = 0; l < kGroup; ++l) x[l] = a[central[p + l]];
+            const V y = central_value<kExact>(x, k);
+            for (int l = 0; l < kGroup; ++l) r[central[p + l]] = static_cast<T>(y[l]);
+        }
+        for (int p = 0; p < n_tail; p += kGroup) {
+            alignas(16) double abs_x[kGroup];
+            for (int l = 0; l < kGroup; ++l)
+                abs_x[l] = std::fabs(static_cast<double>(a[tail[p + l]]));
+            const V y = tail_lanes<kExact>(abs_x, segments + p, k);
+            for (int l = 0; l < kGroup; ++l) {
+                const double x = a[tail[p + l]];
+                r[tail[p + l]] =
+                    static_cast<T>(double_from(bits_of(y[l]) | (bits_of(x) & kSignBit)));
+            }
+        }
     }
-    run_elements<Element>(i, n, a, r, "vdErfInv");
 }
 
 // The single kernels: the double computation with the single coefficient sets on widened
-// arguments, rounded to float once. Vectors of four with |x| < 1 take the pair path twice.
+// arguments, rounded to float once.
 template <class K>
 float erfinv_element_s(float x, int &status, const K &k) {
     return static_cast<float>(erfinv_element<false>(static_cast<double>(x), status, k));
@@ -264,36 +315,16 @@ float element_s_ep(float x, int &status) {
     return erfinv_element_s(x, status, kSingleC);
 }
 
-template <auto Element, class K>
-void erfinv_kernel_s(int n, const float *a, float *r, const K &k) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        std::uint32_t outside = 0;
-        for (int l = 0; l < 4; ++l) outside |= (bits_of(a[i + l]) & 0x7FFFFFFFu) >= 0x3F800000u;
-        if (outside != 0) {
-            run_elements<Element>(i, i + 4, a, r, "vsErfInv");
-            continue;
-        }
-        alignas(16) double wide[4];
-        for (int l = 0; l < 4; ++l) wide[l] = a[i + l];
-        simd::store(r + i,
-                    simd::narrow(erfinv_pair<false>(wide, k), erfinv_pair<false>(wide + 2, k)));
-    }
-    run_elements<Element>(i, n, a, r, "vsErfInv");
-}
-
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_A(int n, const double *a,
                                                                         double *r) {
-    erfinv_kernel<true, element_a>(n, a, r, kA);
+    erfinv_kernel<true, element_a>(n, a, r, kA, "vdErfInv");
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_B(int n, const double *a,
                                                                         double *r) {
-    erfinv_kernel<false, element_b>(n, a, r, kB);
+    erfinv_kernel<false, element_b>(n, a, r, kB, "vdErfInv");
 }
 
 }  // namespace korb::vecmath
@@ -302,17 +333,17 @@ namespace korb::vecmath {
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_A(int n, const float *a,
                                                                         float *r) {
-    erfinv_kernel_s<element_s_la>(n, a, r, kSingleA);
+    erfinv_kernel<false, element_s_la>(n, a, r, kSingleA, "vsErfInv");
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_B(int n, const float *a,
                                                                         float *r) {
-    erfinv_kernel_s<element_s_ha>(n, a, r, kB);
+    erfinv_kernel<false, element_s_ha>(n, a, r, kB, "vsErfInv");
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_C(int n, const float *a,
                                                                         float *r) {
-    erfinv_kernel_s<element_s_ep>(n, a, r, kSingleC);
+    erfinv_kernel<false, element_s_ep>(n, a, r, kSingleC, "vsErfInv");
 }
 
 }  // namespace korb::vecmath
