@@ -29,9 +29,6 @@ namespace {
 
 using simd::f64v;
 using simd::u64v;
-// Four lanes in two registers (see tail_lanes). The helpers taking them by value are internal
-// and inlined, so the note about their calling convention does not apply.
-#pragma GCC diagnostic ignored "-Wpsabi"
 using f64x4 = double __attribute__((vector_size(4 * sizeof(double))));
 using u64x4 = std::uint64_t __attribute__((vector_size(4 * sizeof(double))));
 

@@ -229,6 +229,16 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dLn_A(int n, const
 
 namespace korb::vecmath {
 
+double ln_positive_normal(double x) {
+    return ln_value(x, 0.0);
+}
+
+simd::f64v ln_positive_normal_pair(simd::f64v x) {
+    alignas(16) double src[2];
+    simd::store(src, x);
+    return ln_lanes(x, src, *simd::opaque(&kLnVectors));
+}
+
 double ln_below_half(double x, double &lo) {
     const Parts<double> p = ln_parts(x, 0.0);
     const double hi = p.t + p.h;

@@ -6,8 +6,8 @@
 // (Dekker's product, b split once per call), and e^z from the exponential tables of dExp
 // (2^(j/64) in two parts) and the Taylor series of e^r to r^6, with the low part of z added to
 // the reduced argument. The only large rounding is the last addition, so the double result is
-// within about 0.52 ulp. The single kernel runs the same double computation on widened
-// arguments and rounds the double result to float once more.
+// within about 0.52 ulp. The single kernel computes in plain double on widened arguments (see
+// magnitude_single) and rounds the double result to float once.
 //
 // Pairs (double) or vectors of four (single) whose arguments are all finite, normal and
 // non-zero, positive unless b is an integer, and whose z keeps the result normal, take the
@@ -22,6 +22,7 @@
 
 #include "frame/simd.h"
 #include "vecmath/kernels/frame.h"
+#include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
 namespace {
@@ -187,6 +188,39 @@ double magnitude_element(double abs_a, const Exponent &e, int &status) {
     return result;
 }
 
+// |a|^b for the single kernel, in plain double arithmetic on the widened float: ln|a| from dLn's
+// value path, z = b·ln|a| (|z| < 104 where it matters, so an absolute error below 2^-45), and
+// e^z from the exponential table's high parts and e^r to r^4: relative error below 2^-43,
+// far below the float result's rounding. The double result is normal; one rounding to float
+// follows.
+template <class V>
+V exp_single(V z, V k, V t_hi) {
+    const V r = (z - k * kLHi) - k * kLLo;
+    const V p = r + (r * r) * (0.5 + r * (1.0 / 6 + r * (1.0 / 24)));
+    return t_hi + t_hi * p;
+}
+
+constexpr double kOverflowZSingle = 89.0;     // e^89 > the largest float
+constexpr double kUnderflowZSingle = -104.0;  // e^-104 < 2^-150
+constexpr double kFastZSingle = 87.3;         // e^±87.3 is a normal float
+
+double magnitude_single(double abs_a, const Exponent &e, int &status) {
+    const double z = ln_positive_normal(abs_a) * e.b;
+    if (z > kOverflowZSingle) {
+        status = ARQ_STATUS_OVERFLOW;
+        return double_from(kPlusInfBits);
+    }
+    if (z < kUnderflowZSingle) {
+        status = ARQ_STATUS_UNDERFLOW;
+        return 0.0;
+    }
+    const double t = z * kInvL + kShifter;
+    const std::uint64_t t_bits = bits_of(t);
+    const double y = exp_single(z, t - kShifter, kExpTable[t_bits & 63].hi);
+    return y * power_of_two(static_cast<std::int32_t>(t_bits) >> 6);
+}
+
+template <auto Magnitude>
 double powx_element(double a, const Exponent &e, int &status) {
     status = ARQ_STATUS_OK;
     const double b = e.b;
@@ -221,7 +255,7 @@ double powx_element(double a, const Exponent &e, int &status) {
         status = ARQ_STATUS_UNDERFLOW;
         return 0.0;
     }
-    return signed_result(magnitude_element(abs_a, e, status));
+    return signed_result(Magnitude(abs_a, e, status));
 }
 
 // ---- Two lanes ---------------------------------------------------------------------------
@@ -266,6 +300,22 @@ f64v magnitude_lanes(const double *src, const Exponent &e, int &outside) {
     return reinterpret_cast<f64v>(reinterpret_cast<u64v>(y) + power);
 }
 
+// The same as magnitude_single() on two lanes, with the mask of lanes whose z leaves the range of
+// normal float results.
+f64v magnitude_single_lanes(const double *src, const Exponent &e, int &outside) {
+    const u64v bits = simd::load<u64v>(src) & kAbsMask;
+    const f64v z = ln_positive_normal_pair(reinterpret_cast<f64v>(bits)) * e.b;
+    const f64v abs_z = reinterpret_cast<f64v>(reinterpret_cast<u64v>(z) & kAbsMask);
+    outside = _mm_movemask_pd(reinterpret_cast<__m128d>(abs_z >= kFastZSingle));
+    const f64v t = z * kInvL + kShifter;
+    alignas(16) std::uint64_t t_bits[2];
+    simd::store(t_bits, t);
+    const f64v t_hi = {kExpTable[t_bits[0] & 63].hi, kExpTable[t_bits[1] & 63].hi};
+    const f64v y = exp_single(z, t - kShifter, t_hi);
+    const u64v power = (reinterpret_cast<u64v>(t) << 46) & 0xFFF0000000000000;
+    return reinterpret_cast<f64v>(reinterpret_cast<u64v>(y) + power);
+}
+
 f64v with_sign(f64v y, const double *src, const Exponent &e) {
     if (!e.odd) return y;
     const u64v a = {bits_of(src[0]), bits_of(src[1])};
@@ -277,7 +327,7 @@ f64v with_sign(f64v y, const double *src, const Exponent &e) {
 constexpr float kSmallestNormalF = 0x1p-126f;
 
 float powx_element_s(float a, const Exponent &e, int &status) {
-    const double r = powx_element(a, e, status);
+    const double r = powx_element<magnitude_single>(a, e, status);
     const float rf = static_cast<float>(r);
     if (status == ARQ_STATUS_OK && std::isfinite(r) && r != 0.0) {
         if (std::isinf(rf)) {
@@ -296,7 +346,9 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPowx_A(int n, con
     if (n <= 0) return;
     KernelFrame frame;
     const Exponent e = classify(b);
-    const auto element = [&e](double x, double, int &status) { return powx_element(x, e, status); };
+    const auto element = [&e](double x, double, int &status) {
+        return powx_element<magnitude_element>(x, e, status);
+    };
     int i = 0;
     if (e.ordinary) {
         for (; i + 2 <= n; i += 2) {
@@ -340,16 +392,10 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPowx_A(int n, con
             if (ordinary) {
                 outside = 0;
                 for (int h = 0; h < 2; ++h) {
-                    const double wide[2] = {a[i + 2 * h], a[i + 2 * h + 1]};
+                    alignas(16) const double wide[2] = {a[i + 2 * h], a[i + 2 * h + 1]};
                     int out;
-                    const f64v m = magnitude_lanes(wide, e, out);
-                    // The float range is narrower: |z| < 87.3 keeps the float result normal.
-                    y[h] = with_sign(m, wide, e);
+                    y[h] = with_sign(magnitude_single_lanes(wide, e, out), wide, e);
                     outside |= out;
-                    const f64v lo = f64v{} + 0x1p-126, hi = f64v{} + 0x1.fffffep127;
-                    const f64v abs_m = reinterpret_cast<f64v>(reinterpret_cast<u64v>(m) & kAbsMask);
-                    outside |=
-                        _mm_movemask_pd(reinterpret_cast<__m128d>((abs_m < lo) | (abs_m > hi)));
                 }
             }
             if (outside != 0) {
