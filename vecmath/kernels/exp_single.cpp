@@ -23,6 +23,7 @@ namespace {
 
 using simd::f32v;
 using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
+using simd::u32v;
 
 constexpr float kLog2e = 1.44269504f;
 constexpr float kShifter = 12582912.0f;       // 1.5 · 2^23: rounds to an integer when added
@@ -131,7 +132,7 @@ f32v exp_lanes(f32v x, const ExpVectors &c) {
     const f32v hi = c.one + r_hi;
     const f32v lo = (c.one - hi) + r_hi;
     const f32v y = hi + (lo + ((r * r) * p - r_lo));
-    return reinterpret_cast<f32v>(reinterpret_cast<i32v>(y) + (reinterpret_cast<i32v>(t) << 23));
+    return reinterpret_cast<f32v>(reinterpret_cast<u32v>(y) + (reinterpret_cast<u32v>(t) << 23));
 }
 
 // A bit per lane: set when |x| is not below 86.5 (also for NaN).

@@ -22,6 +22,7 @@ namespace {
 
 using simd::f32v;
 using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
+using simd::u32v;
 
 constexpr std::uint32_t kSqrtHalfBits = 0x3F3504F3;  // sqrt(1/2)
 constexpr std::uint32_t kMantissa = 0x007FFFFF;
@@ -105,7 +106,8 @@ alignas(16) constexpr LnVectors kLnVectors = make_vectors();
 
 // Four lanes of ln_value(b, 0), the same operations in the same order.
 f32v ln_lanes(f32v x, const LnVectors &c) {
-    const i32v ix = reinterpret_cast<i32v>(x) - c.sqrt_half;
+    const i32v ix =
+        reinterpret_cast<i32v>(reinterpret_cast<u32v>(x) - reinterpret_cast<u32v>(c.sqrt_half));
     const f32v k = _mm_cvtepi32_ps(reinterpret_cast<__m128i>(ix >> 23));
     const f32v f = reinterpret_cast<f32v>((ix & c.mantissa) + c.sqrt_half) - c.one;
     f32v q = c.q[0];
@@ -118,7 +120,10 @@ f32v ln_lanes(f32v x, const LnVectors &c) {
 
 // A bit per lane: set when the lane is not a positive normal number.
 int unusual_lanes(f32v x, const LnVectors &c) {
-    const i32v ordinary = (reinterpret_cast<i32v>(x) - c.normal_bias) < c.normal_limit;
+    // Wrapping subtraction, then a signed compare.
+    const i32v shifted =
+        reinterpret_cast<i32v>(reinterpret_cast<u32v>(x) - reinterpret_cast<u32v>(c.normal_bias));
+    const i32v ordinary = shifted < c.normal_limit;
     return _mm_movemask_ps(reinterpret_cast<__m128>(~ordinary));
 }
 
