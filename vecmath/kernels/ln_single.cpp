@@ -7,7 +7,8 @@
 // kept as an exact sum of two floats, so that only the last addition rounds at full weight.
 // Measured error: see the README's accuracy table.
 //
-// Vectors of four positive normal numbers take the vector path; a vector holding anything else,
+// Vectors of four positive normal numbers take the vector path (looked at eight vectors at a
+// time, straight through when all pass); a vector holding anything else,
 // and the last n mod 4 elements, go element by element with the same operations plus the special
 // cases: ±0 gives -Inf with ARQ_STATUS_SING, a negative number (also -Inf, also a negative
 // subnormal) the NaN 0xFFC00000 with ARQ_STATUS_ERRDOM, a NaN comes back unchanged, +Inf gives
@@ -128,7 +129,7 @@ int unusual_lanes(f32v x, const LnVectors &c) {
 }
 
 constexpr int kLanes = simd::kLanes<float>;
-constexpr int kVectors = 4;
+constexpr int kVectors = 8;
 
 }  // namespace
 
@@ -141,10 +142,16 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_sLn_A(int n, const
     int i = 0;
     for (; i + kBlock <= n; i += kBlock) {
         f32v x[kVectors];
-        int unusual = 0;
+        std::uint32_t unusual = 0;
         for (int v = 0; v < kVectors; ++v) {
             x[v] = simd::load<f32v>(a + i + v * kLanes);
-            unusual |= unusual_lanes(x[v], c) << (v * kLanes);
+            unusual |= static_cast<std::uint32_t>(unusual_lanes(x[v], c)) << (v * kLanes);
+        }
+        if (unusual == 0) {  // the common case, straight through
+            f32v y[kVectors];
+            for (int v = 0; v < kVectors; ++v) y[v] = ln_lanes(x[v], c);
+            for (int v = 0; v < kVectors; ++v) simd::store(r + i + v * kLanes, y[v]);
+            continue;
         }
         for (int v = 0; v < kVectors; ++v) {
             const int at = i + v * kLanes;
@@ -153,6 +160,14 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_sLn_A(int n, const
             } else {
                 run_elements<ln_element>(at, at + kLanes, a, r, kName);
             }
+        }
+    }
+    for (; i + kLanes <= n; i += kLanes) {
+        const f32v x = simd::load<f32v>(a + i);
+        if (unusual_lanes(x, c) == 0) {
+            simd::store(r + i, ln_lanes(x, c));
+        } else {
+            run_elements<ln_element>(i, i + kLanes, a, r, kName);
         }
     }
     run_elements<ln_element>(i, n, a, r, kName);
