@@ -35,9 +35,10 @@ bench: build
 	/usr/bin/python3 bench/numpy_minmax.py
 	/usr/bin/python3 bench/scipy_sobol.py
 
-# The long accuracy run against MPFR: 10^8 points per double function.
+# The long accuracy run against MPFR: 10^8 points per double function, every float for the
+# single ones.
 accuracy: build
-	./build/bin/korb_vm_accuracy --points 100000000
+	./build/bin/korb_vm_accuracy --points 100000000 --exhaustive
 
 # Measures the vector-math cost weights on this machine and writes them into the function list.
 costs: build

@@ -152,6 +152,9 @@ KORB_API const void *_arqSetInterfInputVectorPointer(const void *base);
  * reported with its status (ARQ_STATUS_*) as the mode says, under the name "v<p><Func>".
  */
 typedef void (*ArqKernelD)(int n, const double *a, double *r);
+typedef void (*ArqKernelS)(int n, const float *a, float *r);
+typedef void (*ArqKernelScalarD)(int n, const double *a, double b, double *r);
+typedef void (*ArqKernelScalarS)(int n, const float *a, float b, float *r);
 
 /* Exp: e^a. NaN gives the NaN with all bits set; overflow (a >= 709.7827128933841) +Inf with
  * ARQ_STATUS_OVERFLOW; a <= -708.3964185322642 a subnormal or zero with ARQ_STATUS_UNDERFLOW. */
@@ -170,6 +173,72 @@ KORB_API void _arqdLn_50(int n, const double *a, double *r);
 KORB_API void _arqdLn_26(int n, const double *a, double *r);
 KORB_API extern const ArqKernelD korb_arq_kernel_dLn_ttab[3];
 KORB_API extern const float korb_arq_kernel_dLn_ctab[3];
+
+/* ErfInv: inverse error function. +-1 gives +-Inf with ARQ_STATUS_SING, |a| > 1 the NaN
+ * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet. sErfInv has a
+ * kernel per slot; in dErfInv LA and HA share one kernel, EP has its own. */
+KORB_API void _arqsErfInv(int n, const float *a, float *r);
+KORB_API void _arqsErfInv_HA(int n, const float *a, float *r);
+KORB_API void _arqsErfInv_21(int n, const float *a, float *r);
+KORB_API void _arqsErfInv_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sErfInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_sErfInv_ctab[3];
+KORB_API void _arqdErfInv(int n, const double *a, double *r);
+KORB_API void _arqdErfInv_HA(int n, const double *a, double *r);
+KORB_API void _arqdErfInv_50(int n, const double *a, double *r);
+KORB_API void _arqdErfInv_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dErfInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_dErfInv_ctab[3];
+
+/* sExp: e^a in single precision, with the statuses of dExp: NaN gives 0xFFFFFFFF, a result
+ * that rounds to +Inf ARQ_STATUS_OVERFLOW, one below 2^-126 ARQ_STATUS_UNDERFLOW. */
+KORB_API void _arqsExp(int n, const float *a, float *r);
+KORB_API void _arqsExp_HA(int n, const float *a, float *r);
+KORB_API void _arqsExp_21(int n, const float *a, float *r);
+KORB_API void _arqsExp_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sExp_ttab[3];
+KORB_API extern const float korb_arq_kernel_sExp_ctab[3];
+
+/* sLn: natural logarithm in single precision, with the statuses of dLn: +-0 gives -Inf with
+ * ARQ_STATUS_SING, a negative argument the NaN 0xFFC00000 with ARQ_STATUS_ERRDOM, a NaN itself. */
+KORB_API void _arqsLn(int n, const float *a, float *r);
+KORB_API void _arqsLn_HA(int n, const float *a, float *r);
+KORB_API void _arqsLn_21(int n, const float *a, float *r);
+KORB_API void _arqsLn_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sLn_ttab[3];
+KORB_API extern const float korb_arq_kernel_sLn_ctab[3];
+
+/* Powx: a^b with a scalar exponent b, as C99's pow: a^+-0 = 1 and 1^b = 1 (also for NaN),
+ * +-0 to a negative power +-Inf with ARQ_STATUS_SING, a negative a with a non-integer b the NaN
+ * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, ARQ_STATUS_OVERFLOW for a result that
+ * rounds to +-Inf, ARQ_STATUS_UNDERFLOW for one below the smallest normal number. */
+KORB_API void _arqsPowx(int n, const float *a, float b, float *r);
+KORB_API void _arqsPowx_HA(int n, const float *a, float b, float *r);
+KORB_API void _arqsPowx_21(int n, const float *a, float b, float *r);
+KORB_API void _arqsPowx_11(int n, const float *a, float b, float *r);
+KORB_API extern const ArqKernelScalarS korb_arq_kernel_sPowx_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPowx_ctab[3];
+KORB_API void _arqdPowx(int n, const double *a, double b, double *r);
+KORB_API void _arqdPowx_HA(int n, const double *a, double b, double *r);
+KORB_API void _arqdPowx_50(int n, const double *a, double b, double *r);
+KORB_API void _arqdPowx_26(int n, const double *a, double b, double *r);
+KORB_API extern const ArqKernelScalarD korb_arq_kernel_dPowx_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPowx_ctab[3];
+
+/* Sqrt: square root, correctly rounded. -0 gives -0; a negative argument (also -Inf) the NaN
+ * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM. */
+KORB_API void _arqsSqrt(int n, const float *a, float *r);
+KORB_API void _arqsSqrt_HA(int n, const float *a, float *r);
+KORB_API void _arqsSqrt_21(int n, const float *a, float *r);
+KORB_API void _arqsSqrt_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sSqrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_sSqrt_ctab[3];
+KORB_API void _arqdSqrt(int n, const double *a, double *r);
+KORB_API void _arqdSqrt_HA(int n, const double *a, double *r);
+KORB_API void _arqdSqrt_50(int n, const double *a, double *r);
+KORB_API void _arqdSqrt_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dSqrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_dSqrt_ctab[3];
 
 #ifdef __cplusplus
 }

@@ -61,16 +61,50 @@ inline std::uint32_t high_word(double x) {
     return static_cast<std::uint32_t>(bits_of(x) >> 32);
 }
 
-// The element path of a one-argument double kernel over [begin, end): each result is written,
-// then a special one is reported with the argument as read before (the call may be in place).
+inline std::uint32_t bits_of(float x) {
+    std::uint32_t b;
+    std::memcpy(&b, &x, sizeof b);
+    return b;
+}
+
+inline float float_from(std::uint32_t b) {
+    float x;
+    std::memcpy(&x, &b, sizeof x);
+    return x;
+}
+
+// The dispatcher of the element's precision, for a kernel that may run in place.
+inline void dispatch_in_place(int status, int index, const double *a, double *r, const char *name,
+                              double a1, double a2) {
+    dispatch_error_d_in_place(status, index, a, a, r, r, name, a1, a2);
+}
+inline void dispatch_in_place(int status, int index, const float *a, float *r, const char *name,
+                              float a1, float a2) {
+    dispatch_error_s_in_place(status, index, a, a, r, r, name, a1, a2);
+}
+
+// The element path of a one-argument kernel over [begin, end): each result is written, then a
+// special one is reported with the argument as read before (the call may be in place).
 // Element(x, status) returns the result and sets status, 0 when there is nothing to report.
-template <double (*Element)(double, int &)>
-void run_elements(int begin, int end, const double *a, double *r, const char *name) {
+template <auto Element, class T>
+void run_elements(int begin, int end, const T *a, T *r, const char *name) {
     for (int i = begin; i < end; ++i) {
-        const double x = a[i];
+        const T x = a[i];
         int status;
         r[i] = Element(x, status);
-        if (status != ARQ_STATUS_OK) dispatch_error_d_in_place(status, i, a, a, r, r, name, x, x);
+        if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, name, x, x);
+    }
+}
+
+// The same for a kernel with a scalar second argument b (Element(x, b, status)); the record's
+// second argument is b.
+template <auto Element, class T>
+void run_elements(int begin, int end, const T *a, T b, T *r, const char *name) {
+    for (int i = begin; i < end; ++i) {
+        const T x = a[i];
+        int status;
+        r[i] = Element(x, b, status);
+        if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, name, x, b);
     }
 }
 

@@ -11,6 +11,7 @@
 #include "frame/simd.h"
 #include "vecmath/dispatch.h"
 #include "vecmath/kernels/frame.h"
+#include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
 namespace {
@@ -60,8 +61,14 @@ std::uint32_t table_index(std::uint32_t hi) {
     return (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
 }
 
-// The value path for positive normal x, less d (52·ln 2 for a subnormal scaled by 2^52).
-double ln_value(double x, double d) {
+// The value path for positive normal x, less d (52·ln 2 for a subnormal scaled by 2^52), as the
+// two terms whose sum is the result: a large one h and a small one t.
+template <class V>
+struct Parts {
+    V t, h;
+};
+
+Parts<double> ln_parts(double x, double d) {
     const std::uint64_t b = bits_of(x);
     const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
     const double k = static_cast<double>(static_cast<std::int32_t>(hi - kSplit) >> 20);
@@ -82,7 +89,12 @@ double ln_value(double x, double d) {
     t = t + b_sum;
     t = t + (near_one ? 0.0 : r_lo);
     t = t - d;
-    return t + h;
+    return {t, h};
+}
+
+double ln_value(double x, double d) {
+    const Parts<double> p = ln_parts(x, d);
+    return p.t + p.h;
 }
 
 double ln_element(double x, int &status) {
@@ -130,7 +142,7 @@ alignas(16) constexpr LnVectors kLnVectors = {
 // Two lanes of the value path (d = 0), the same operations as ln_value(); x holds src[0] and
 // src[1]. The table indices are computed in integer registers from the high words read from
 // memory again, which leaves the vector units to the arithmetic.
-f64v ln_lanes(f64v x, const double *src, const LnVectors &c) {
+Parts<f64v> ln_lane_parts(f64v x, const double *src, const LnVectors &c) {
     const u64v b = reinterpret_cast<u64v>(x);
     const i32v words = reinterpret_cast<i32v>(b);
     const i32v hi = __builtin_shufflevector(words, words, 1, 3, 1, 3);
@@ -160,7 +172,12 @@ f64v ln_lanes(f64v x, const double *src, const LnVectors &c) {
     f64v t = (r * r) * (c.g2 + r * (c.g3 + r * (c.g4 + r * c.g5)));
     t = t + b_sum;
     t = t + lo_to_t;
-    return t + h;  // t - 0 is t
+    return {t, h};  // t - 0 is t
+}
+
+f64v ln_lanes(f64v x, const double *src, const LnVectors &c) {
+    const Parts<f64v> p = ln_lane_parts(x, src, c);
+    return p.t + p.h;
 }
 
 // 1 when both elements of the pair are positive, normal and finite. Tested in integer registers,
@@ -206,6 +223,36 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dLn_A(int n, const
         }
     }
     ln_elements(i, n, a, r);
+}
+
+}  // namespace korb::vecmath
+
+namespace korb::vecmath {
+
+double ln_positive_normal(double x) {
+    return ln_value(x, 0.0);
+}
+
+simd::f64v ln_positive_normal_pair(simd::f64v x) {
+    alignas(16) double src[2];
+    simd::store(src, x);
+    return ln_lanes(x, src, *simd::opaque(&kLnVectors));
+}
+
+double ln_below_half(double x, double &lo) {
+    const Parts<double> p = ln_parts(x, 0.0);
+    const double hi = p.t + p.h;
+    lo = (p.h - hi) + p.t;
+    return hi;
+}
+
+simd::f64v ln_below_half_pair(simd::f64v x, simd::f64v &lo) {
+    alignas(16) double src[2];
+    simd::store(src, x);
+    const Parts<f64v> p = ln_lane_parts(x, src, *simd::opaque(&kLnVectors));
+    const f64v hi = p.t + p.h;
+    lo = (p.h - hi) + p.t;
+    return hi;
 }
 
 }  // namespace korb::vecmath
