@@ -142,49 +142,14 @@ int unusual_lanes(f32v x, const ExpVectors &c) {
     return _mm_movemask_ps(reinterpret_cast<__m128>(outside));
 }
 
-constexpr int kLanes = simd::kLanes<float>;
-constexpr int kVectors = 8;
-
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sExp_A(int n, const float *a,
                                                                      float *r) {
     if (n <= 0) return;
     KernelFrame frame;
-    const ExpVectors &c = *simd::opaque(&kExpVectors);
-    constexpr int kBlock = kVectors * kLanes;
-    int i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        f32v x[kVectors];
-        std::uint32_t unusual = 0;
-        for (int v = 0; v < kVectors; ++v) {
-            x[v] = simd::load<f32v>(a + i + v * kLanes);
-            unusual |= static_cast<std::uint32_t>(unusual_lanes(x[v], c)) << (v * kLanes);
-        }
-        if (unusual == 0) {  // the common case, straight through
-            f32v y[kVectors];
-            for (int v = 0; v < kVectors; ++v) y[v] = exp_lanes(x[v], c);
-            for (int v = 0; v < kVectors; ++v) simd::store(r + i + v * kLanes, y[v]);
-            continue;
-        }
-        for (int v = 0; v < kVectors; ++v) {
-            const int at = i + v * kLanes;
-            if (((unusual >> (v * kLanes)) & 0xF) == 0) {
-                simd::store(r + at, exp_lanes(x[v], c));
-            } else {
-                run_elements<exp_element>(at, at + kLanes, a, r, kName);
-            }
-        }
-    }
-    for (; i + kLanes <= n; i += kLanes) {
-        const f32v x = simd::load<f32v>(a + i);
-        if (unusual_lanes(x, c) == 0) {
-            simd::store(r + i, exp_lanes(x, c));
-        } else {
-            run_elements<exp_element>(i, i + kLanes, a, r, kName);
-        }
-    }
-    run_elements<exp_element>(i, n, a, r, kName);
+    run_single_blocks<exp_lanes, unusual_lanes, exp_element>(n, a, r, *simd::opaque(&kExpVectors),
+                                                             kName);
 }
 
 }  // namespace korb::vecmath

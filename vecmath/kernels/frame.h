@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/simd.h"
 #include "korb/vm.h"
 #include "vecmath/dispatch.h"
 #include "vecmath/mode.h"
@@ -106,6 +107,50 @@ void run_elements(int begin, int end, const T *a, T b, T *r, const char *name) {
         r[i] = Element(x, b, status);
         if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, name, x, b);
     }
+}
+
+// The driver of a one-argument single-precision kernel over vectors of four: blocks of eight
+// vectors run straight through Lanes when no lane is unusual (Unusual returns a lane mask);
+// otherwise each vector with an unusual lane, and the last n mod 4 elements, take the element
+// path. Lanes and Element must give the same bits for ordinary lanes.
+template <auto Lanes, auto Unusual, auto Element, class Constants>
+void run_single_blocks(int n, const float *a, float *r, const Constants &c, const char *name) {
+    using simd::f32v;
+    constexpr int kLanes = simd::kLanes<float>;
+    constexpr int kVectors = 8;
+    constexpr int kBlock = kVectors * kLanes;
+    int i = 0;
+    for (; i + kBlock <= n; i += kBlock) {
+        f32v x[kVectors];
+        std::uint32_t unusual = 0;
+        for (int v = 0; v < kVectors; ++v) {
+            x[v] = simd::load<f32v>(a + i + v * kLanes);
+            unusual |= static_cast<std::uint32_t>(Unusual(x[v], c)) << (v * kLanes);
+        }
+        if (unusual == 0) {  // the common case, straight through
+            f32v y[kVectors];
+            for (int v = 0; v < kVectors; ++v) y[v] = Lanes(x[v], c);
+            for (int v = 0; v < kVectors; ++v) simd::store(r + i + v * kLanes, y[v]);
+            continue;
+        }
+        for (int v = 0; v < kVectors; ++v) {
+            const int at = i + v * kLanes;
+            if (((unusual >> (v * kLanes)) & 0xF) == 0) {
+                simd::store(r + at, Lanes(x[v], c));
+            } else {
+                run_elements<Element>(at, at + kLanes, a, r, name);
+            }
+        }
+    }
+    for (; i + kLanes <= n; i += kLanes) {
+        const f32v x = simd::load<f32v>(a + i);
+        if (Unusual(x, c) == 0) {
+            simd::store(r + i, Lanes(x, c));
+        } else {
+            run_elements<Element>(i, i + kLanes, a, r, name);
+        }
+    }
+    run_elements<Element>(i, n, a, r, name);
 }
 
 }  // namespace korb::vecmath

@@ -128,49 +128,14 @@ int unusual_lanes(f32v x, const LnVectors &c) {
     return _mm_movemask_ps(reinterpret_cast<__m128>(~ordinary));
 }
 
-constexpr int kLanes = simd::kLanes<float>;
-constexpr int kVectors = 8;
-
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sLn_A(int n, const float *a,
                                                                     float *r) {
     if (n <= 0) return;
     KernelFrame frame;
-    const LnVectors &c = *simd::opaque(&kLnVectors);
-    constexpr int kBlock = kVectors * kLanes;
-    int i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        f32v x[kVectors];
-        std::uint32_t unusual = 0;
-        for (int v = 0; v < kVectors; ++v) {
-            x[v] = simd::load<f32v>(a + i + v * kLanes);
-            unusual |= static_cast<std::uint32_t>(unusual_lanes(x[v], c)) << (v * kLanes);
-        }
-        if (unusual == 0) {  // the common case, straight through
-            f32v y[kVectors];
-            for (int v = 0; v < kVectors; ++v) y[v] = ln_lanes(x[v], c);
-            for (int v = 0; v < kVectors; ++v) simd::store(r + i + v * kLanes, y[v]);
-            continue;
-        }
-        for (int v = 0; v < kVectors; ++v) {
-            const int at = i + v * kLanes;
-            if (((unusual >> (v * kLanes)) & 0xF) == 0) {
-                simd::store(r + at, ln_lanes(x[v], c));
-            } else {
-                run_elements<ln_element>(at, at + kLanes, a, r, kName);
-            }
-        }
-    }
-    for (; i + kLanes <= n; i += kLanes) {
-        const f32v x = simd::load<f32v>(a + i);
-        if (unusual_lanes(x, c) == 0) {
-            simd::store(r + i, ln_lanes(x, c));
-        } else {
-            run_elements<ln_element>(i, i + kLanes, a, r, kName);
-        }
-    }
-    run_elements<ln_element>(i, n, a, r, kName);
+    run_single_blocks<ln_lanes, unusual_lanes, ln_element>(n, a, r, *simd::opaque(&kLnVectors),
+                                                           kName);
 }
 
 }  // namespace korb::vecmath
