@@ -32,8 +32,10 @@ bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
 
-# The long accuracy run against MPFR: 10^8 points per double function.
+# The long accuracy run against MPFR: every float for the single-precision functions, then
+# 10^8 points per double function.
 accuracy: build
+	./build/bin/korb_vm_accuracy --all-floats
 	./build/bin/korb_vm_accuracy --points 100000000
 
 # Measures the vector-math cost weights on this machine and writes them into the function list.
@@ -44,6 +46,7 @@ costs: build
 # Regenerates the committed kernel tables from their rules.
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
+	./build/bin/two_over_pi > vecmath/kernels/two_over_pi.inc
 
 format:
 	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i

@@ -2,6 +2,14 @@
 // function it knows, over sampled ranges, and fails when a slot exceeds its bound.
 //
 //   korb_vm_accuracy [--points N]    N points per function (default 400000), split over ranges
+//   korb_vm_accuracy --all-floats    every float for the single-precision functions, then the
+//                                    double ones with the default points
+//
+// Single-precision functions take the sampled doubles rounded to float. A function with two
+// results (SinCos) is measured on both, each against its own reference. In the walk over every
+// float, a result is measured with MPFR when it is more than 0.45 ulp from the C library's
+// double-precision value (itself within 2^-28 float ulp of the exact one); the others are
+// counted with that estimate.
 //
 // Kernels are reached through their exported kernel tables, as a dispatching layer would.
 // Results of elements with a special result (infinite or NaN) are not measured; subnormal
@@ -9,6 +17,7 @@
 #include <dlfcn.h>
 #include <mpfr.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -32,9 +41,12 @@ struct Range {
 };
 
 struct Function {
-    const char *name;  // as in the kernel table's symbol
+    const char *name;  // as in the kernel table's symbol; name[0] is the precision
     MpfrFn reference;
     std::vector<Range> ranges;
+    MpfrFn second = nullptr;  // the reference of the second result, for two-result kernels
+    double (*estimate)(double) = nullptr;  // double-precision references for --all-floats
+    double (*second_estimate)(double) = nullptr;
 };
 
 Sampler uniform(double lo, double hi) {
@@ -55,6 +67,33 @@ Sampler log_uniform(double lo, double hi) {
     };
 }
 
+// Either sign, magnitudes up to `largest`: the short reduction's range, near multiples of π/2
+// where it cancels most, and every binade up to the largest value.
+std::vector<Range> trig_ranges(double largest) {
+    return {{"[-10, 10]", uniform(-10.0, 10.0)},
+            {"[-2^19, 2^19]", uniform(-0x1p19, 0x1p19)},
+            {"near k*pi/2, k < 2^10",
+             [](std::mt19937_64 &rng) {
+                 const double k = std::uniform_int_distribution<int>(-1024, 1024)(rng);
+                 return k * 1.5707963267948966 +
+                        std::uniform_real_distribution<double>(-0x1p-20, 0x1p-20)(rng);
+             }},
+            {"|x| in [2^-30, max]", [largest](std::mt19937_64 &rng) {
+                 const double x = log_uniform(0x1p-30, largest)(rng);
+                 return rng() & 1 ? -x : x;
+             }}};
+}
+
+double libm_sin(double x) {
+    return std::sin(x);
+}
+double libm_cos(double x) {
+    return std::cos(x);
+}
+double libm_tan(double x) {
+    return std::tan(x);
+}
+
 const std::vector<Function> &functions() {
     static const std::vector<Function> list = {
         {"dExp",
@@ -69,16 +108,39 @@ const std::vector<Function> &functions() {
           {"[0.5, 2]", uniform(0.5, 2.0)},
           {"[1 - 2^-9, 1 + 2^-9]", uniform(1.0 - 0x1p-9, 1.0 + 0x1p-9)},
           {"subnormals", log_uniform(0x1p-1074, 0x1p-1023)}}},
+        {"sCos", mpfr_cos, trig_ranges(0x1p127), nullptr, libm_cos},
+        {"dCos", mpfr_cos, trig_ranges(1.7976931348623157e308)},
+        {"sSin", mpfr_sin, trig_ranges(0x1p127), nullptr, libm_sin},
+        {"dSin", mpfr_sin, trig_ranges(1.7976931348623157e308)},
+        {"sSinCos", mpfr_sin, trig_ranges(0x1p127), mpfr_cos, libm_sin, libm_cos},
+        {"dSinCos", mpfr_sin, trig_ranges(1.7976931348623157e308), mpfr_cos},
+        {"sTan", mpfr_tan, trig_ranges(0x1p127), nullptr, libm_tan},
+        {"dTan", mpfr_tan, trig_ranges(1.7976931348623157e308)},
     };
     return list;
 }
 
-// Error of y against the exact f(x) in ulps of the double nearest the exact value.
-double ulp_error(double y, mpfr_srcptr exact, mpfr_ptr scratch) {
-    const long e = std::max<long>(mpfr_get_exp(exact), -1021);
+// Significand bits and smallest normal exponent (as MPFR counts it) of a precision.
+struct Format {
+    int bits;
+    long min_exp;
+};
+constexpr Format kDouble = {53, -1021};
+constexpr Format kFloat = {24, -125};
+
+// Error of y against the exact f(x) in ulps of the nearest value of the format.
+double ulp_error(double y, mpfr_srcptr exact, mpfr_ptr scratch, Format f = kDouble) {
+    const long e = std::max<long>(mpfr_get_exp(exact), f.min_exp);
     mpfr_sub_d(scratch, exact, y, MPFR_RNDN);
-    mpfr_mul_2si(scratch, scratch, 53 - e, MPFR_RNDN);
+    mpfr_mul_2si(scratch, scratch, f.bits - e, MPFR_RNDN);
     return std::fabs(mpfr_get_d(scratch, MPFR_RNDN));
+}
+
+// The same against a double-precision approximation of the exact value, in float ulps.
+double float_ulp_estimate(float y, double approx) {
+    int e;
+    std::frexp(approx, &e);
+    return std::fabs(static_cast<double>(y) - approx) * std::ldexp(1.0, 24 - std::max(e, -125));
 }
 
 struct Worst {
@@ -86,67 +148,141 @@ struct Worst {
     double x = 0.0;
 };
 
-// Bound in ulps for each slot: 50 and 26 correct bits for LA and EP, 1 ulp for HA.
-constexpr double kBound[3] = {0x1p3, 1.0, 0x1p27};
+// Bound in ulps for each slot: 50 and 26 correct bits (double), 21 and 11 (single) for LA and
+// EP, 1 ulp for HA.
+constexpr double kBound[2][3] = {{0x1p3, 1.0, 0x1p27}, {0x1p3, 1.0, 0x1p13}};
 constexpr const char *kSlotName[3] = {"LA", "HA", "EP"};
+
+// Runs one slot's kernel on x[0..n) and calls check(i, y, which) for each finite result,
+// `which` being 0 for the first result and 1 for the second.
+using Check = std::function<void(int i, double y, int which)>;
+
+void run_slot(const Function &f, const void *kernel, const std::vector<double> &x, int n,
+              const Check &check) {
+    const bool single = f.name[0] == 's';
+    const int results = f.second != nullptr ? 2 : 1;
+    std::vector<double> y[2];
+    if (single) {
+        std::vector<float> xs(x.begin(), x.begin() + n), ys[2];
+        for (int k = 0; k < results; ++k) ys[k].resize(static_cast<std::size_t>(n));
+        if (results == 2) {
+            reinterpret_cast<ArqKernelS2>(kernel)(n, xs.data(), ys[0].data(), ys[1].data());
+        } else {
+            reinterpret_cast<ArqKernelS>(kernel)(n, xs.data(), ys[0].data());
+        }
+        for (int k = 0; k < results; ++k) y[k].assign(ys[k].begin(), ys[k].end());
+    } else {
+        for (int k = 0; k < results; ++k) y[k].resize(static_cast<std::size_t>(n));
+        if (results == 2) {
+            reinterpret_cast<ArqKernelD2>(kernel)(n, x.data(), y[0].data(), y[1].data());
+        } else {
+            reinterpret_cast<ArqKernelD>(kernel)(n, x.data(), y[0].data());
+        }
+    }
+    for (int k = 0; k < results; ++k) {
+        for (int i = 0; i < n; ++i) {
+            if (std::isfinite(y[k][i])) check(i, y[k][i], k);
+        }
+    }
+}
+
+// The largest error of each slot over the points `next` gives, in blocks of 4096.
+template <class Next>
+void measure(const Function &f, const void *const *slots, long points, Next next,
+             bool estimate_first, Worst (&worst)[3]) {
+    mpfr_t exact, scratch;
+    mpfr_inits2(160, exact, scratch, static_cast<mpfr_ptr>(nullptr));
+    const Format format = f.name[0] == 's' ? kFloat : kDouble;
+    std::vector<double> x(4096);
+    for (long done = 0; done < points; done += static_cast<long>(x.size())) {
+        const int n = static_cast<int>(std::min<long>(x.size(), points - done));
+        for (int i = 0; i < n; ++i) x[i] = next(done + i);
+        for (int s = 0; s < 3; ++s) {
+            if (s > 0 && slots[s] == slots[s - 1]) {  // the same kernel: same figures
+                worst[s] = worst[s - 1];
+                continue;
+            }
+            run_slot(f, slots[s], x, n, [&](int i, double y, int which) {
+                if (estimate_first) {
+                    const double e = float_ulp_estimate(
+                        static_cast<float>(y), (which == 0 ? f.estimate : f.second_estimate)(x[i]));
+                    if (e <= 0.45) {
+                        if (e > worst[s].ulps) worst[s] = {e, x[i]};
+                        return;
+                    }
+                }
+                mpfr_set_d(exact, x[i], MPFR_RNDN);
+                (which == 0 ? f.reference : f.second)(exact, exact, MPFR_RNDN);
+                const double err = ulp_error(y, exact, scratch, format);
+                if (err > worst[s].ulps) worst[s] = {err, x[i]};
+            });
+        }
+    }
+    mpfr_clears(exact, scratch, static_cast<mpfr_ptr>(nullptr));
+}
+
+bool report(const Function &f, const char *label, long points, const Worst (&worst)[3]) {
+    bool ok = true;
+    for (int s = 0; s < 3; ++s) {
+        const bool within = worst[s].ulps <= kBound[f.name[0] == 's'][s];
+        ok = ok && within;
+        std::printf("%-8s %-4s %-22s %12ld %12.4f  %.17g%s\n", f.name, kSlotName[s], label, points,
+                    worst[s].ulps, worst[s].x, within ? "" : "  OVER BOUND");
+    }
+    std::fflush(stdout);
+    return ok;
+}
 
 }  // namespace
 
 int main(int argc, char **argv) {
     long points = 400000;
+    bool all_floats = false;
     if (argc == 3 && std::strcmp(argv[1], "--points") == 0) {
         points = std::atol(argv[2]);
+    } else if (argc == 2 && std::strcmp(argv[1], "--all-floats") == 0) {
+        all_floats = true;
     } else if (argc != 1) {
-        std::fprintf(stderr, "usage: korb_vm_accuracy [--points N]\n");
+        std::fprintf(stderr, "usage: korb_vm_accuracy [--points N | --all-floats]\n");
         return 2;
     }
     korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_IGNORE | ARQ_DENORMALS_KEEP);
 
-    mpfr_t exact, scratch;
-    mpfr_inits2(160, exact, scratch, static_cast<mpfr_ptr>(nullptr));
     std::mt19937_64 rng(20261121);
     bool ok = true;
-    std::printf("%-6s %-4s %-22s %12s %12s  %s\n", "func", "slot", "range", "points", "max ulp",
+    std::printf("%-8s %-4s %-22s %12s %12s  %s\n", "func", "slot", "range", "points", "max ulp",
                 "at x");
     for (const Function &f : functions()) {
         const std::string table = std::string("korb_arq_kernel_") + f.name + "_ttab";
-        auto slots = static_cast<const ArqKernelD *>(dlsym(RTLD_DEFAULT, table.c_str()));
+        auto slots = static_cast<const void *const *>(dlsym(RTLD_DEFAULT, table.c_str()));
         if (slots == nullptr) {
             std::printf("%s: no kernel table\n", f.name);
             ok = false;
             continue;
         }
+        if (all_floats && f.name[0] == 's') {
+            Worst worst[3];
+            measure(
+                f, slots, 1l << 32,
+                [](long i) {
+                    return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(i)));
+                },
+                f.estimate != nullptr, worst);
+            ok = report(f, "every float", 1l << 32, worst) && ok;
+            continue;
+        }
         const long per_range = std::max<long>(1, points / static_cast<long>(f.ranges.size()));
         for (const Range &range : f.ranges) {
             Worst worst[3];
-            std::vector<double> x(4096), y(x.size());
-            for (long done = 0; done < per_range; done += static_cast<long>(x.size())) {
-                const int n = static_cast<int>(std::min<long>(x.size(), per_range - done));
-                for (int i = 0; i < n; ++i) x[i] = range.sample(rng);
-                for (int s = 0; s < 3; ++s) {
-                    if (s > 0 && slots[s] == slots[s - 1]) {  // the same kernel: same figures
-                        worst[s] = worst[s - 1];
-                        continue;
-                    }
-                    slots[s](n, x.data(), y.data());
-                    for (int i = 0; i < n; ++i) {
-                        if (!std::isfinite(y[i])) continue;
-                        mpfr_set_d(exact, x[i], MPFR_RNDN);
-                        f.reference(exact, exact, MPFR_RNDN);
-                        const double err = ulp_error(y[i], exact, scratch);
-                        if (err > worst[s].ulps) worst[s] = {err, x[i]};
-                    }
-                }
-            }
-            for (int s = 0; s < 3; ++s) {
-                const bool within = worst[s].ulps <= kBound[s];
-                ok = ok && within;
-                std::printf("%-6s %-4s %-22s %12ld %12.4f  %.17g%s\n", f.name, kSlotName[s],
-                            range.label, per_range, worst[s].ulps, worst[s].x,
-                            within ? "" : "  OVER BOUND");
-            }
+            measure(
+                f, slots, per_range,
+                [&](long) {
+                    const double v = range.sample(rng);
+                    return f.name[0] == 's' ? static_cast<double>(static_cast<float>(v)) : v;
+                },
+                false, worst);
+            ok = report(f, range.label, per_range, worst) && ok;
         }
     }
-    mpfr_clears(exact, scratch, static_cast<mpfr_ptr>(nullptr));
     return ok ? 0 : 1;
 }

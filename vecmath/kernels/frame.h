@@ -61,16 +61,40 @@ inline std::uint32_t high_word(double x) {
     return static_cast<std::uint32_t>(bits_of(x) >> 32);
 }
 
-// The element path of a one-argument double kernel over [begin, end): each result is written,
-// then a special one is reported with the argument as read before (the call may be in place).
+// Reports element i of a kernel that may run in place, with its argument as read before.
+inline void report(int status, int i, const double *a, double *r1, double *r2, const char *name,
+                   double x) {
+    dispatch_error_d_in_place(status, i, a, a, r1, r2, name, x, x);
+}
+inline void report(int status, int i, const float *a, float *r1, float *r2, const char *name,
+                   float x) {
+    dispatch_error_s_in_place(status, i, a, a, r1, r2, name, x, x);
+}
+
+// The element path of a one-argument kernel over [begin, end): each result is written, then a
+// special one is reported with the argument as read before (the call may be in place).
 // Element(x, status) returns the result and sets status, 0 when there is nothing to report.
-template <double (*Element)(double, int &)>
-void run_elements(int begin, int end, const double *a, double *r, const char *name) {
+template <auto Element, class T>
+void run_elements(int begin, int end, const T *a, T *r, const char *name) {
     for (int i = begin; i < end; ++i) {
-        const double x = a[i];
+        const T x = a[i];
         int status;
         r[i] = Element(x, status);
-        if (status != ARQ_STATUS_OK) dispatch_error_d_in_place(status, i, a, a, r, r, name, x, x);
+        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, name, x);
+    }
+}
+
+// The same for a kernel with two results: Element(x, second, status) returns the first.
+template <auto Element, class T>
+void run_pair_elements(int begin, int end, const T *a, T *r1, T *r2, const char *name) {
+    for (int i = begin; i < end; ++i) {
+        const T x = a[i];
+        int status;
+        T second;
+        const T first = Element(x, second, status);
+        r1[i] = first;
+        r2[i] = second;
+        if (status != ARQ_STATUS_OK) report(status, i, a, r1, r2, name, x);
     }
 }
 
