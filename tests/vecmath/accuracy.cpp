@@ -238,13 +238,20 @@ bool report(const Function &f, const char *label, long points, const Worst (&wor
 int main(int argc, char **argv) {
     long points = 400000;
     bool all_floats = false;
-    if (argc == 3 && std::strcmp(argv[1], "--points") == 0) {
-        points = std::atol(argv[2]);
-    } else if (argc == 2 && std::strcmp(argv[1], "--all-floats") == 0) {
-        all_floats = true;
-    } else if (argc != 1) {
-        std::fprintf(stderr, "usage: korb_vm_accuracy [--points N | --all-floats]\n");
-        return 2;
+    std::string only;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--points" && i + 1 < argc) {
+            points = std::atol(argv[++i]);
+        } else if (arg == "--all-floats") {
+            all_floats = true;
+        } else if (arg == "--only" && i + 1 < argc) {
+            only = argv[++i];
+        } else {
+            std::fprintf(stderr,
+                         "usage: korb_vm_accuracy [--points N | --all-floats] [--only FUNC]\n");
+            return 2;
+        }
     }
     korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_IGNORE | ARQ_DENORMALS_KEEP);
 
@@ -253,6 +260,7 @@ int main(int argc, char **argv) {
     std::printf("%-8s %-4s %-22s %12s %12s  %s\n", "func", "slot", "range", "points", "max ulp",
                 "at x");
     for (const Function &f : functions()) {
+        if (!only.empty() && only != f.name) continue;
         const std::string table = std::string("korb_arq_kernel_") + f.name + "_ttab";
         auto slots = static_cast<const void *const *>(dlsym(RTLD_DEFAULT, table.c_str()));
         if (slots == nullptr) {
