@@ -1,14 +1,15 @@
 // The double sine, cosine, sine-and-cosine and tangent.
 //
-// x = k·π/2 + r, |r| <= π/4, then sin r and cos r from odd and even polynomials, chosen and
-// signed by k mod 4. For |x| < 2^19 the reduction subtracts k·π/2 in three parts (33, 33 and 53
-// bits: the first two products are exact) and keeps r as a double-double hi + lo, whose absolute
-// error is below k·2^-120; for |x| < 2^7 two parts (error k·2^-86) do when |hi| >= 2^-17. When
-// the cancellation leaves |hi| < 2^-41, or for larger |x|, the element path reduces with the
-// bits of 2/π instead (trig_reduce.cpp). The polynomials take lo
-// in to first order. Measured against MPFR: sin and cos within 0.55 ulp, tan within 0.7 ulp
-// (see README). The tangent divides the double-double sine by the double-double cosine (or
-// the cosine by the sine in odd quadrants) with one correction step.
+// x = k·π/2 + r, |r| <= π/4, then sin r and cos r from odd and even polynomials (relative
+// error 2^-58), chosen and signed by k mod 4. For |x| < 2^19 the reduction subtracts k·π/2 in
+// three parts (33, 33 and 53 bits: the first two products are exact) and keeps r as a
+// double-double hi + lo, whose absolute error is below k·2^-120; for |x| < 2^7 two parts (error
+// k·2^-86) do when |hi| >= 2^-17. When the cancellation leaves |hi| < 2^-41, or for larger |x|,
+// the element path reduces with the bits of 2/π instead (trig_reduce.cpp). The polynomials take
+// lo in to first order. The rounding of r^2 and of the sine's r^3 term leave sine and cosine
+// within 0.85 ulp (measured against MPFR, see README). The tangent keeps those exactly and
+// divides the double-double sine by the double-double cosine (the cosine by the sine in odd
+// quadrants) with one correction step: within 0.6 ulp.
 //
 // Blocks of 4 elements with |x| < 2^19 take the vector path, which keeps them if all reduced
 // arguments are large enough for the reduction used; every other block, and the last n mod 4

@@ -81,17 +81,50 @@ template <class V>
     return c.one + z * (c.c0 + z * (c.c1 + z * (c.c2 + z * c.c3)));
 }
 
+// The sine's and the cosine's polynomials have the same shape, base·(1 + z·P(z)) with base r
+// or 1, so a lane needing one of them takes the coefficients of its own: from a table of the
+// two sets for a double, from a table of the four combinations for a vector (indexed by the
+// lanes' quadrant parities). The products with base 1 are exact, so this gives the bits of
+// sin_poly and cos_poly.
+template <class V>
+struct Coefficients {
+    V k0, k1, k2, k3;
+};
+
+constexpr Coefficients<double> kSets[2] = {
+    {kScalar.s1, kScalar.s2, kScalar.s3, kScalar.s4},
+    {kScalar.c0, kScalar.c1, kScalar.c2, kScalar.c3},
+};
+
+constexpr Coefficients<f64v> combination(int lanes) {
+    const Coefficients<double> &a = kSets[lanes & 1], &b = kSets[lanes >> 1];
+    return {f64v{a.k0, b.k0}, f64v{a.k1, b.k1}, f64v{a.k2, b.k2}, f64v{a.k3, b.k3}};
+}
+alignas(16) constexpr Coefficients<f64v> kCombinations[4] = {combination(0), combination(1),
+                                                             combination(2), combination(3)};
+
+[[gnu::always_inline]] inline const Coefficients<double> &coefficients(std::uint64_t odd) {
+    return kSets[odd & 1];
+}
+[[gnu::always_inline]] inline const Coefficients<f64v> &coefficients(u64v odd) {
+    const int lanes = _mm_movemask_pd(reinterpret_cast<__m128d>(odd));
+    return simd::opaque(kCombinations)[lanes];
+}
+
 template <Func F, class V>
 [[gnu::always_inline]] inline V value(const Reduced<V> &red, const Constants<V> &c) {
     const V z = red.r * red.r;
-    const V s = sin_poly(red.r, z, c);
-    const V co = cos_poly(z, c);
     const Bits<V> q = F == Func::cos ? red.q + 1 : red.q;  // cos x = sin(x + π/2)
     const Bits<V> odd = odd_mask(q);
     if constexpr (F != Func::tan) {
-        return flip_sign(pick(odd, s, co), half_turn_sign(q));
+        const Coefficients<V> &k = coefficients(odd);
+        const V base = pick(odd, red.r, c.one);
+        const V y = base * (c.one + z * (k.k0 + z * (k.k1 + z * (k.k2 + z * k.k3))));
+        return flip_sign(y, half_turn_sign(q));
     } else {
         // tan x = sin r / cos r in even quadrants, -cos r / sin r in odd ones.
+        const V s = sin_poly(red.r, z, c);
+        const V co = cos_poly(z, c);
         return flip_sign(pick(odd, s, co) / pick(odd, co, s), (q << 63) & kSignBit);
     }
 }
