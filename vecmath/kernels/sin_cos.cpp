@@ -129,8 +129,54 @@ template <class V>
     const V s_tail = (z * hi) * sp + (lo - lo * hz);
     // 1 - z/2 rounded, its rounding error exactly, then the rest; cos(hi + lo) loses hi·lo.
     const V w = c.one - hz;
-    const V c_tail = ((c.one - w) - hz) + (z2 * cp - hi * lo);
+    const V c_tail = z2 * cp + (((c.one - w) - hz) - hi * lo);
     return {s_tail, w, c_tail};
+}
+
+// Sine and cosine have the same shape, head + (m·P(z) + tail), so where only one of them is
+// needed each lane takes its function's parts and coefficients: from a table of the two sets
+// for a double, from a table of the four combinations for a vector (indexed by the lanes'
+// quadrant parities). The results are those of sin_cos_parts.
+template <class V>
+struct Coefficients {
+    V k0, k1, k2, k3, k4, k5;
+};
+
+constexpr Coefficients<double> kSets[2] = {
+    {kScalar.s1, kScalar.s2, kScalar.s3, kScalar.s4, kScalar.s5, kScalar.s6},
+    {kScalar.c1, kScalar.c2, kScalar.c3, kScalar.c4, kScalar.c5, kScalar.c6},
+};
+
+constexpr Coefficients<f64v> combination(int lanes) {
+    const Coefficients<double> &a = kSets[lanes & 1], &b = kSets[lanes >> 1];
+    return {f64v{a.k0, b.k0}, f64v{a.k1, b.k1}, f64v{a.k2, b.k2},
+            f64v{a.k3, b.k3}, f64v{a.k4, b.k4}, f64v{a.k5, b.k5}};
+}
+alignas(16) constexpr Coefficients<f64v> kCombinations[4] = {combination(0), combination(1),
+                                                             combination(2), combination(3)};
+
+[[gnu::always_inline]] inline const Coefficients<double> &coefficients(std::uint64_t odd) {
+    return kSets[odd & 1];
+}
+[[gnu::always_inline]] inline const Coefficients<f64v> &coefficients(u64v odd) {
+    const int lanes = _mm_movemask_pd(reinterpret_cast<__m128d>(odd));
+    return simd::opaque(kCombinations)[lanes];
+}
+
+// sin r where odd is clear, cos r where it is set.
+template <class V>
+[[gnu::always_inline]] inline V sin_or_cos(V hi, V lo, Bits<V> odd, const Constants<V> &c) {
+    const Coefficients<V> &k = coefficients(odd);
+    const V z = hi * hi;
+    const V hz = z * c.half;
+    const V z2 = z * z;
+    const V z4 = z2 * z2;
+    const V w = c.one - hz;
+    const V head = pick(odd, hi, w);
+    const V m = pick(odd, z * hi, z2);
+    const V tail = pick(odd, lo - lo * hz, ((c.one - w) - hz) - hi * lo);
+    const V poly = ((k.k0 + z * k.k1) + z2 * (k.k2 + z * k.k3)) + z4 * (k.k4 + z * k.k5);
+    return head + (m * poly + tail);
 }
 
 // a·b = p + e exactly (Dekker's product, with 26-bit halves).
@@ -192,10 +238,7 @@ template <Func F, class V>
     const Bits<V> q = F == Func::cos ? red.q + 1 : red.q;  // cos x = sin(x + π/2)
     const Bits<V> odd = odd_mask(q);
     if constexpr (F != Func::tan) {
-        const Parts<V> p = sin_cos_parts(red.hi, red.lo, c);
-        const V s = red.hi + p.s_tail;
-        const V co = p.c_hi + p.c_tail;
-        return flip_sign(pick(odd, s, co), half_turn_sign(q));
+        return flip_sign(sin_or_cos(red.hi, red.lo, odd, c), half_turn_sign(q));
     } else {
         // tan x = sin r / cos r in even quadrants, -cos r / sin r in odd ones.
         const TanParts<V> p = tan_parts(red.hi, red.lo, c);
