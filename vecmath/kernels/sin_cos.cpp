@@ -7,9 +7,9 @@
 // k·2^-86) do when |hi| >= 2^-17. When the cancellation leaves |hi| < 2^-41, or for larger |x|,
 // the element path reduces with the bits of 2/π instead (trig_reduce.cpp). The polynomials take
 // lo in to first order. The rounding of r^2 and of the sine's r^3 term leave sine and cosine
-// within 0.85 ulp (measured against MPFR, see README). The tangent keeps those exactly and
+// within 0.8 ulp (measured against MPFR, see README). The tangent keeps those exactly and
 // divides the double-double sine by the double-double cosine (the cosine by the sine in odd
-// quadrants) with one correction step: within 0.6 ulp.
+// quadrants) with one correction step: within 0.63 ulp.
 //
 // Blocks of 4 elements with |x| < 2^19 take the vector path, which keeps them if all reduced
 // arguments are large enough for the reduction used; every other block, and the last n mod 4

