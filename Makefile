@@ -35,10 +35,11 @@ bench: build
 	/usr/bin/python3 bench/numpy_minmax.py
 	/usr/bin/python3 bench/scipy_sobol.py
 
-# The long accuracy run against MPFR: 10^8 points per double function, every float for the
-# single ones.
+# The long accuracy run against MPFR: every float for the single-precision functions, then
+# 10^8 points per double function.
 accuracy: build
-	./build/bin/korb_vm_accuracy --points 100000000 --exhaustive
+	./build/bin/korb_vm_accuracy --all-floats
+	./build/bin/korb_vm_accuracy --points 100000000
 
 # Measures the vector-math cost weights on this machine and writes them into the function list.
 costs: build
@@ -64,6 +65,7 @@ MT2203_TABLE = rng/brng/mt2203_params.inc
 
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
+	./build/bin/two_over_pi > vecmath/kernels/two_over_pi.inc
 	nice ./build/bin/gen_mt2203_params generate --threads $(JOBS) --out $(MT2203_TABLE)
 
 verify-tables: build

@@ -156,6 +156,27 @@ typedef void (*ArqKernelS)(int n, const float *a, float *r);
 typedef void (*ArqKernelScalarD)(int n, const double *a, double b, double *r);
 typedef void (*ArqKernelScalarS)(int n, const float *a, float b, float *r);
 
+/* Kernels with two results, r1[i] and r2[i] for a[i]. */
+typedef void (*ArqKernelD2)(int n, const double *a, double *r1, double *r2);
+typedef void (*ArqKernelS2)(int n, const float *a, float *r1, float *r2);
+
+/* Cos, Sin, SinCos (sines in r1, cosines in r2) and Tan, of arguments in radians of any
+ * magnitude: +-Inf gives the NaN 0xFFF8000000000000 (0xFFC00000 in single precision) with
+ * ARQ_STATUS_ERRDOM, a NaN itself quietly; sin(+-0) = tan(+-0) = +-0. */
+KORB_API void _arqsCos(int n, const float *a, float *r);
+KORB_API void _arqsCos_HA(int n, const float *a, float *r);
+KORB_API void _arqsCos_21(int n, const float *a, float *r);
+KORB_API void _arqsCos_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sCos_ttab[3];
+KORB_API extern const float korb_arq_kernel_sCos_ctab[3];
+
+KORB_API void _arqdCos(int n, const double *a, double *r);
+KORB_API void _arqdCos_HA(int n, const double *a, double *r);
+KORB_API void _arqdCos_50(int n, const double *a, double *r);
+KORB_API void _arqdCos_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dCos_ttab[3];
+KORB_API extern const float korb_arq_kernel_dCos_ctab[3];
+
 /* Exp: e^a. NaN gives the NaN with all bits set; overflow (a >= 709.7827128933841) +Inf with
  * ARQ_STATUS_OVERFLOW; a <= -708.3964185322642 a subnormal or zero with ARQ_STATUS_UNDERFLOW. */
 KORB_API void _arqdExp(int n, const double *a, double *r);
@@ -239,6 +260,49 @@ KORB_API void _arqdSqrt_50(int n, const double *a, double *r);
 KORB_API void _arqdSqrt_26(int n, const double *a, double *r);
 KORB_API extern const ArqKernelD korb_arq_kernel_dSqrt_ttab[3];
 KORB_API extern const float korb_arq_kernel_dSqrt_ctab[3];
+
+/* Sin, SinCos, Tan: see Cos above. */
+KORB_API void _arqsSin(int n, const float *a, float *r);
+KORB_API void _arqsSin_HA(int n, const float *a, float *r);
+KORB_API void _arqsSin_21(int n, const float *a, float *r);
+KORB_API void _arqsSin_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sSin_ttab[3];
+KORB_API extern const float korb_arq_kernel_sSin_ctab[3];
+
+KORB_API void _arqdSin(int n, const double *a, double *r);
+KORB_API void _arqdSin_HA(int n, const double *a, double *r);
+KORB_API void _arqdSin_50(int n, const double *a, double *r);
+KORB_API void _arqdSin_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dSin_ttab[3];
+KORB_API extern const float korb_arq_kernel_dSin_ctab[3];
+
+KORB_API void _arqsSinCos(int n, const float *a, float *r1, float *r2);
+KORB_API void _arqsSinCos_HA(int n, const float *a, float *r1, float *r2);
+KORB_API void _arqsSinCos_21(int n, const float *a, float *r1, float *r2);
+KORB_API void _arqsSinCos_11(int n, const float *a, float *r1, float *r2);
+KORB_API extern const ArqKernelS2 korb_arq_kernel_sSinCos_ttab[3];
+KORB_API extern const float korb_arq_kernel_sSinCos_ctab[3];
+
+KORB_API void _arqdSinCos(int n, const double *a, double *r1, double *r2);
+KORB_API void _arqdSinCos_HA(int n, const double *a, double *r1, double *r2);
+KORB_API void _arqdSinCos_50(int n, const double *a, double *r1, double *r2);
+KORB_API void _arqdSinCos_26(int n, const double *a, double *r1, double *r2);
+KORB_API extern const ArqKernelD2 korb_arq_kernel_dSinCos_ttab[3];
+KORB_API extern const float korb_arq_kernel_dSinCos_ctab[3];
+
+KORB_API void _arqsTan(int n, const float *a, float *r);
+KORB_API void _arqsTan_HA(int n, const float *a, float *r);
+KORB_API void _arqsTan_21(int n, const float *a, float *r);
+KORB_API void _arqsTan_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sTan_ttab[3];
+KORB_API extern const float korb_arq_kernel_sTan_ctab[3];
+
+KORB_API void _arqdTan(int n, const double *a, double *r);
+KORB_API void _arqdTan_HA(int n, const double *a, double *r);
+KORB_API void _arqdTan_50(int n, const double *a, double *r);
+KORB_API void _arqdTan_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dTan_ttab[3];
+KORB_API extern const float korb_arq_kernel_dTan_ctab[3];
 
 #ifdef __cplusplus
 }

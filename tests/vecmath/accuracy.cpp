@@ -2,6 +2,16 @@
 // function it knows, over sampled ranges, and fails when a slot exceeds its bound.
 //
 //   korb_vm_accuracy [--points N]    N points per function (default 400000), split over ranges
+//   korb_vm_accuracy --all-floats    every float for the single-precision functions that have a
+//                                    double-precision reference in the C library, then the
+//                                    double ones with the default points
+//   korb_vm_accuracy --only FUNC     one function of the list (for example sSin)
+//
+// Single-precision functions take the sampled doubles rounded to float. A function with two
+// results (SinCos) is measured on both, each against its own reference. In the walk over every
+// float, a result is measured with MPFR when it is more than 0.4999 ulp from the C library's
+// double-precision value (itself within 2^-28 float ulp of the exact one); the others are
+// counted with that estimate.
 //
 // Kernels are reached through their exported kernel tables, as a dispatching layer would.
 // Results of elements with a special result (infinite or NaN) are not measured; subnormal
@@ -9,6 +19,7 @@
 #include <dlfcn.h>
 #include <mpfr.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -35,9 +46,12 @@ struct Range {
 };
 
 struct Function {
-    const char *name;  // as in the kernel table's symbol
+    const char *name;  // as in the kernel table's symbol; name[0] is the precision
     Reference reference;
     std::vector<Range> ranges;
+    Reference second = nullptr;  // the reference of the second result, for two-result kernels
+    double (*estimate)(double) = nullptr;  // double-precision references for --all-floats
+    double (*second_estimate)(double) = nullptr;
     double share = 1.0;  // of the points asked for (the inverse error function's reference is slow)
 };
 
@@ -110,6 +124,42 @@ Sampler log_uniform(double lo, double hi) {
     };
 }
 
+// Either sign, magnitudes up to `largest`: the short reduction's range, near multiples of π/2
+// where it cancels most, and every binade up to the largest value.
+std::vector<Range> trig_ranges(double largest) {
+    return {{"[-10, 10]", uniform(-10.0, 10.0)},
+            {"[-2^19, 2^19]", uniform(-0x1p19, 0x1p19)},
+            {"near k*pi/2, k < 2^10",
+             [](std::mt19937_64 &rng) {
+                 const double k = std::uniform_int_distribution<int>(-1024, 1024)(rng);
+                 return k * 1.5707963267948966 +
+                        std::uniform_real_distribution<double>(-0x1p-20, 0x1p-20)(rng);
+             }},
+            {"|x| in [2^-30, max]", [largest](std::mt19937_64 &rng) {
+                 const double x = log_uniform(0x1p-30, largest)(rng);
+                 return rng() & 1 ? -x : x;
+             }}};
+}
+
+double libm_sin(double x) {
+    return std::sin(x);
+}
+double libm_cos(double x) {
+    return std::cos(x);
+}
+double libm_tan(double x) {
+    return std::tan(x);
+}
+double libm_exp(double x) {
+    return std::exp(x);
+}
+double libm_log(double x) {
+    return std::log(x);
+}
+double libm_sqrt(double x) {
+    return std::sqrt(x);
+}
+
 const std::vector<Function> &functions() {
     static const std::vector<Function> list = {
         {"dExp",
@@ -124,12 +174,23 @@ const std::vector<Function> &functions() {
           {"[0.5, 2]", uniform(0.5, 2.0)},
           {"[1 - 2^-9, 1 + 2^-9]", uniform(1.0 - 0x1p-9, 1.0 + 0x1p-9)},
           {"subnormals", log_uniform(0x1p-1074, 0x1p-1023)}}},
+        {"sCos", one(mpfr_cos), trig_ranges(0x1p127), nullptr, libm_cos},
+        {"dCos", one(mpfr_cos), trig_ranges(1.7976931348623157e308)},
+        {"sSin", one(mpfr_sin), trig_ranges(0x1p127), nullptr, libm_sin},
+        {"dSin", one(mpfr_sin), trig_ranges(1.7976931348623157e308)},
+        {"sSinCos", one(mpfr_sin), trig_ranges(0x1p127), one(mpfr_cos), libm_sin, libm_cos},
+        {"dSinCos", one(mpfr_sin), trig_ranges(1.7976931348623157e308), one(mpfr_cos)},
+        {"sTan", one(mpfr_tan), trig_ranges(0x1p127), nullptr, libm_tan},
+        {"dTan", one(mpfr_tan), trig_ranges(1.7976931348623157e308)},
         {"dErfInv",
          erfinv_reference,
          {{"(-1, 1)", uniform(-1.0, 1.0)},
           {"|x| in [2^-30, 1/2]", log_uniform(0x1p-30, 0.5)},
           {"1 - |x| in [2^-53, 2^-3]",
            [](std::mt19937_64 &rng) { return 1.0 - log_uniform(0x1p-53, 0.125)(rng); }}},
+         nullptr,
+         nullptr,
+         nullptr,
          0.05},
         {"sErfInv",
          erfinv_reference,
@@ -137,17 +198,24 @@ const std::vector<Function> &functions() {
           {"|x| in [2^-30, 1/2]", log_uniform(0x1p-30, 0.5)},
           {"1 - |x| in [2^-24, 2^-3]",
            [](std::mt19937_64 &rng) { return 1.0 - log_uniform(0x1p-24, 0.125)(rng); }}},
+         nullptr,
+         nullptr,
+         nullptr,
          0.05},
         {"sExp",
          one(mpfr_exp),
          {{"[-103.9, 88.7]", uniform(-103.9, 88.7)},
           {"[-1, 1]", uniform(-1.0, 1.0)},
-          {"subnormal results", uniform(-103.9, -87.4)}}},
+          {"subnormal results", uniform(-103.9, -87.4)}},
+         nullptr,
+         libm_exp},
         {"sLn",
          one(mpfr_log),
          {{"positive normals", log_uniform(0x1p-126, 3.4e38)},
           {"[0.5, 2]", uniform(0.5, 2.0)},
-          {"subnormals", log_uniform(0x1p-149, 0x1p-127)}}},
+          {"subnormals", log_uniform(0x1p-149, 0x1p-127)}},
+         nullptr,
+         libm_log},
         {"sPowx",
          pow_reference,
          {{"(0, 4], b = 2.5", uniform(0.0, 4.0), 2.5},
@@ -162,19 +230,37 @@ const std::vector<Function> &functions() {
           {"positive normals, b = 0.3", log_uniform(0x1p-1022, 1.7e308), 0.3},
           {"[0.99, 1.01], b = 65000.5", uniform(0.99, 1.01), 65000.5},
           {"subnormal results", uniform(0.5, 0.6), 1070.0}}},
-        {"sSqrt", one(mpfr_sqrt), {{"positive floats", log_uniform(0x1p-149, 3.4e38)}}},
+        {"sSqrt",
+         one(mpfr_sqrt),
+         {{"positive floats", log_uniform(0x1p-149, 3.4e38)}},
+         nullptr,
+         libm_sqrt},
         {"dSqrt", one(mpfr_sqrt), {{"positive doubles", log_uniform(0x1p-1074, 1.7e308)}}},
     };
     return list;
 }
 
-// Error of y against the exact value in ulps of the nearest number of the precision (53 or 24
-// bits, subnormals in units of the smallest one).
-double ulp_error(double y, mpfr_srcptr exact, mpfr_ptr scratch, bool single) {
-    const long e = std::max<long>(mpfr_get_exp(exact), single ? -125 : -1021);
+// Significand bits and smallest normal exponent (as MPFR counts it) of a precision.
+struct Format {
+    int bits;
+    long min_exp;
+};
+constexpr Format kDouble = {53, -1021};
+constexpr Format kFloat = {24, -125};
+
+// Error of y against the exact f(x) in ulps of the nearest value of the format.
+double ulp_error(double y, mpfr_srcptr exact, mpfr_ptr scratch, Format f = kDouble) {
+    const long e = std::max<long>(mpfr_get_exp(exact), f.min_exp);
     mpfr_sub_d(scratch, exact, y, MPFR_RNDN);
-    mpfr_mul_2si(scratch, scratch, (single ? 24 : 53) - e, MPFR_RNDN);
+    mpfr_mul_2si(scratch, scratch, f.bits - e, MPFR_RNDN);
     return std::fabs(mpfr_get_d(scratch, MPFR_RNDN));
+}
+
+// The same against a double-precision approximation of the exact value, in float ulps.
+double float_ulp_estimate(float y, double approx) {
+    int e;
+    std::frexp(approx, &e);
+    return std::fabs(static_cast<double>(y) - approx) * std::ldexp(1.0, 24 - std::max(e, -125));
 }
 
 struct Worst {
@@ -182,55 +268,125 @@ struct Worst {
     double x = 0.0;
 };
 
-// Bound in ulps for each slot: LA 50 (double) or 21 (single) correct bits, HA 1 ulp, EP 26 or
-// 11 correct bits.
+// Bound in ulps for each slot: 50 and 26 correct bits (double), 21 and 11 (single) for LA and
+// EP, 1 ulp for HA.
 constexpr double kBound[2][3] = {{0x1p3, 1.0, 0x1p27}, {0x1p3, 1.0, 0x1p13}};
 constexpr const char *kSlotName[3] = {"LA", "HA", "EP"};
 
-// Runs the kernel in a slot on x[0..n), widening its results into y.
-void call(const void *kernel, bool single, bool scalar, int n, const double *x, double b,
-          double *y) {
-    if (!single) {
-        if (scalar) {
-            reinterpret_cast<ArqKernelScalarD>(kernel)(n, x, b, y);
+// Runs one slot's kernel on x[0..n) and calls check(i, y, which) for each finite result,
+// `which` being 0 for the first result and 1 for the second.
+using Check = std::function<void(int i, double y, int which)>;
+
+void run_slot(const Function &f, const void *kernel, const std::vector<double> &x, int n, double b,
+              const Check &check) {
+    const bool single = f.name[0] == 's';
+    const bool scalar = std::strncmp(f.name + 1, "Powx", 4) == 0;
+    const int results = f.second != nullptr ? 2 : 1;
+    std::vector<double> y[2];
+    if (single) {
+        std::vector<float> xs(x.begin(), x.begin() + n), ys[2];
+        for (int k = 0; k < results; ++k) ys[k].resize(static_cast<std::size_t>(n));
+        if (results == 2) {
+            reinterpret_cast<ArqKernelS2>(kernel)(n, xs.data(), ys[0].data(), ys[1].data());
+        } else if (scalar) {
+            reinterpret_cast<ArqKernelScalarS>(kernel)(n, xs.data(), static_cast<float>(b),
+                                                       ys[0].data());
         } else {
-            reinterpret_cast<ArqKernelD>(kernel)(n, x, y);
+            reinterpret_cast<ArqKernelS>(kernel)(n, xs.data(), ys[0].data());
         }
-        return;
-    }
-    std::vector<float> xf(x, x + n), yf(static_cast<std::size_t>(n));
-    if (scalar) {
-        reinterpret_cast<ArqKernelScalarS>(kernel)(n, xf.data(), static_cast<float>(b), yf.data());
+        for (int k = 0; k < results; ++k) y[k].assign(ys[k].begin(), ys[k].end());
     } else {
-        reinterpret_cast<ArqKernelS>(kernel)(n, xf.data(), yf.data());
+        for (int k = 0; k < results; ++k) y[k].resize(static_cast<std::size_t>(n));
+        if (results == 2) {
+            reinterpret_cast<ArqKernelD2>(kernel)(n, x.data(), y[0].data(), y[1].data());
+        } else if (scalar) {
+            reinterpret_cast<ArqKernelScalarD>(kernel)(n, x.data(), b, y[0].data());
+        } else {
+            reinterpret_cast<ArqKernelD>(kernel)(n, x.data(), y[0].data());
+        }
     }
-    for (int i = 0; i < n; ++i) y[i] = yf[i];
+    for (int k = 0; k < results; ++k) {
+        for (int i = 0; i < n; ++i) {
+            if (std::isfinite(y[k][i])) check(i, y[k][i], k);
+        }
+    }
+}
+
+// The largest error of each slot over the points `next` gives, in blocks of 4096.
+template <class Next>
+void measure(const Function &f, const void *const *slots, long points, double b, Next next,
+             bool estimate_first, Worst (&worst)[3]) {
+    mpfr_t exact, scratch;
+    mpfr_inits2(160, exact, scratch, static_cast<mpfr_ptr>(nullptr));
+    const Format format = f.name[0] == 's' ? kFloat : kDouble;
+    std::vector<double> x(4096);
+    for (long done = 0; done < points; done += static_cast<long>(x.size())) {
+        const int n = static_cast<int>(std::min<long>(x.size(), points - done));
+        for (int i = 0; i < n; ++i) x[i] = next(done + i);
+        for (int s = 0; s < 3; ++s) {
+            if (s > 0 && slots[s] == slots[s - 1]) {  // the same kernel: same figures
+                worst[s] = worst[s - 1];
+                continue;
+            }
+            run_slot(f, slots[s], x, n, b, [&](int i, double y, int which) {
+                if (estimate_first) {
+                    const double e = float_ulp_estimate(
+                        static_cast<float>(y), (which == 0 ? f.estimate : f.second_estimate)(x[i]));
+                    if (e <= 0.4999) {
+                        if (e > worst[s].ulps) worst[s] = {e, x[i]};
+                        return;
+                    }
+                }
+                (which == 0 ? f.reference : f.second)(
+                    exact, x[i], format.bits == 24 ? static_cast<float>(b) : b);
+                const double err = ulp_error(y, exact, scratch, format);
+                if (err > worst[s].ulps) worst[s] = {err, x[i]};
+            });
+        }
+    }
+    mpfr_clears(exact, scratch, static_cast<mpfr_ptr>(nullptr));
+}
+
+bool report(const Function &f, const char *label, long points, const Worst (&worst)[3]) {
+    bool ok = true;
+    for (int s = 0; s < 3; ++s) {
+        const bool within = worst[s].ulps <= kBound[f.name[0] == 's'][s];
+        ok = ok && within;
+        std::printf("%-8s %-4s %-22s %12ld %12.4f  %.17g%s\n", f.name, kSlotName[s], label, points,
+                    worst[s].ulps, worst[s].x, within ? "" : "  OVER BOUND");
+    }
+    std::fflush(stdout);
+    return ok;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
     long points = 400000;
-    bool exhaustive = false;
+    bool all_floats = false;
+    std::string only;
     for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--points") == 0 && i + 1 < argc) {
+        const std::string arg = argv[i];
+        if (arg == "--points" && i + 1 < argc) {
             points = std::atol(argv[++i]);
-        } else if (std::strcmp(argv[i], "--exhaustive") == 0) {
-            exhaustive = true;
+        } else if (arg == "--all-floats") {
+            all_floats = true;
+        } else if (arg == "--only" && i + 1 < argc) {
+            only = argv[++i];
         } else {
-            std::fprintf(stderr, "usage: korb_vm_accuracy [--points N] [--exhaustive]\n");
+            std::fprintf(stderr,
+                         "usage: korb_vm_accuracy [--points N | --all-floats] [--only FUNC]\n");
             return 2;
         }
     }
     korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_IGNORE | ARQ_DENORMALS_KEEP);
 
-    mpfr_t exact, scratch;
-    mpfr_inits2(160, exact, scratch, static_cast<mpfr_ptr>(nullptr));
     std::mt19937_64 rng(20261121);
     bool ok = true;
     std::printf("%-8s %-4s %-22s %12s %12s  %s\n", "func", "slot", "range", "points", "max ulp",
                 "at x");
     for (const Function &f : functions()) {
+        if (!only.empty() && only != f.name) continue;
         const std::string table = std::string("korb_arq_kernel_") + f.name + "_ttab";
         auto slots = static_cast<const void *const *>(dlsym(RTLD_DEFAULT, table.c_str()));
         if (slots == nullptr) {
@@ -238,62 +394,35 @@ int main(int argc, char **argv) {
             ok = false;
             continue;
         }
-        const bool single = f.name[0] == 's';
-        const bool scalar = std::strncmp(f.name + 1, "Powx", 4) == 0;
-        std::vector<Range> ranges = f.ranges;
-        // Every float, in order of bit patterns (specials are skipped like everywhere).
-        if (single && exhaustive) {
-            auto next = std::make_shared<std::uint32_t>(0);
-            ranges = {{"every float", [next](std::mt19937_64 &) {
-                           float v;
-                           const std::uint32_t b = (*next)++;
-                           std::memcpy(&v, &b, 4);
-                           return static_cast<double>(v);
-                       }}};
-        }
-        for (const Range &range : ranges) {
-            const long count = single && exhaustive
-                                   ? (1L << 32)
-                                   : std::max<long>(1, static_cast<long>(points * f.share) /
-                                                           static_cast<long>(ranges.size()));
+        if (all_floats && f.name[0] == 's') {
+            // Without a double-precision reference every float would need MPFR: hours.
+            if (f.estimate == nullptr) {
+                std::printf("%-8s every float: skipped, no double-precision reference\n", f.name);
+                continue;
+            }
             Worst worst[3];
-            std::vector<double> x(4096), y[3];
-            for (auto &v : y) v.resize(x.size());
-            for (long done = 0; done < count; done += static_cast<long>(x.size())) {
-                const int n = static_cast<int>(std::min<long>(x.size(), count - done));
-                for (int i = 0; i < n; ++i) {
-                    x[i] = range.sample(rng);
-                    if (single) x[i] = static_cast<float>(x[i]);
-                }
-                for (int s = 0; s < 3; ++s) {
-                    if (s == 0 || slots[s] != slots[0]) {
-                        call(slots[s], single, scalar, n, x.data(), range.b, y[s].data());
-                    }
-                }
-                for (int i = 0; i < n; ++i) {
-                    bool computed = false;
-                    for (int s = 0; s < 3; ++s) {
-                        const double v = slots[s] == slots[0] ? y[0][i] : y[s][i];
-                        if (!std::isfinite(v)) continue;
-                        if (!computed) {
-                            f.reference(exact, x[i],
-                                        single ? static_cast<float>(range.b) : range.b);
-                            computed = true;
-                        }
-                        const double err = ulp_error(v, exact, scratch, single);
-                        if (err > worst[s].ulps) worst[s] = {err, x[i]};
-                    }
-                }
-            }
-            for (int s = 0; s < 3; ++s) {
-                const bool within = worst[s].ulps <= kBound[single][s];
-                ok = ok && within;
-                std::printf("%-8s %-4s %-22s %12ld %12.4f  %.17g%s\n", f.name, kSlotName[s],
-                            range.label, count, worst[s].ulps, worst[s].x,
-                            within ? "" : "  OVER BOUND");
-            }
+            measure(
+                f, slots, 1l << 32, 0.0,
+                [](long i) {
+                    return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(i)));
+                },
+                f.estimate != nullptr, worst);
+            ok = report(f, "every float", 1l << 32, worst) && ok;
+            continue;
+        }
+        const long per_range = std::max<long>(
+            1, static_cast<long>(points * f.share) / static_cast<long>(f.ranges.size()));
+        for (const Range &range : f.ranges) {
+            Worst worst[3];
+            measure(
+                f, slots, per_range, range.b,
+                [&](long) {
+                    const double v = range.sample(rng);
+                    return f.name[0] == 's' ? static_cast<double>(static_cast<float>(v)) : v;
+                },
+                false, worst);
+            ok = report(f, range.label, per_range, worst) && ok;
         }
     }
-    mpfr_clears(exact, scratch, static_cast<mpfr_ptr>(nullptr));
     return ok ? 0 : 1;
 }

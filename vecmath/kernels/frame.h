@@ -74,14 +74,14 @@ inline float float_from(std::uint32_t b) {
     return x;
 }
 
-// The dispatcher of the element's precision, for a kernel that may run in place.
-inline void dispatch_in_place(int status, int index, const double *a, double *r, const char *name,
-                              double a1, double a2) {
-    dispatch_error_d_in_place(status, index, a, a, r, r, name, a1, a2);
+// Reports element i of a kernel that may run in place, with its arguments as read before.
+inline void report(int status, int i, const double *a, double *r1, double *r2, const char *name,
+                   double a1, double a2) {
+    dispatch_error_d_in_place(status, i, a, a, r1, r2, name, a1, a2);
 }
-inline void dispatch_in_place(int status, int index, const float *a, float *r, const char *name,
-                              float a1, float a2) {
-    dispatch_error_s_in_place(status, index, a, a, r, r, name, a1, a2);
+inline void report(int status, int i, const float *a, float *r1, float *r2, const char *name,
+                   float a1, float a2) {
+    dispatch_error_s_in_place(status, i, a, a, r1, r2, name, a1, a2);
 }
 
 // The element path of a one-argument kernel over [begin, end): each result is written, then a
@@ -93,7 +93,21 @@ void run_elements(int begin, int end, const T *a, T *r, const char *name) {
         const T x = a[i];
         int status;
         r[i] = Element(x, status);
-        if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, name, x, x);
+        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, name, x, x);
+    }
+}
+
+// The same for a kernel with two results: Element(x, second, status) returns the first.
+template <auto Element, class T>
+void run_pair_elements(int begin, int end, const T *a, T *r1, T *r2, const char *name) {
+    for (int i = begin; i < end; ++i) {
+        const T x = a[i];
+        int status;
+        T second;
+        const T first = Element(x, second, status);
+        r1[i] = first;
+        r2[i] = second;
+        if (status != ARQ_STATUS_OK) report(status, i, a, r1, r2, name, x, x);
     }
 }
 
@@ -105,7 +119,7 @@ void run_elements(int begin, int end, const T *a, T b, T *r, const char *name) {
         const T x = a[i];
         int status;
         r[i] = Element(x, b, status);
-        if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, name, x, b);
+        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, name, x, b);
     }
 }
 

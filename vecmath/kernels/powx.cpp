@@ -362,7 +362,7 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPowx_A(int n, con
                     const double x = a[l];
                     int status;
                     r[l] = element(x, b, status);
-                    if (status != ARQ_STATUS_OK) dispatch_in_place(status, l, a, r, "vdPowx", x, b);
+                    if (status != ARQ_STATUS_OK) report(status, l, a, r, r, "vdPowx", x, b);
                 }
                 continue;
             }
@@ -373,7 +373,7 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPowx_A(int n, con
         const double x = a[i];
         int status;
         r[i] = element(x, b, status);
-        if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, "vdPowx", x, b);
+        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, "vdPowx", x, b);
     }
 }
 
@@ -403,7 +403,7 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPowx_A(int n, con
                     const float x = a[l];
                     int status;
                     r[l] = powx_element_s(x, e, status);
-                    if (status != ARQ_STATUS_OK) dispatch_in_place(status, l, a, r, "vsPowx", x, b);
+                    if (status != ARQ_STATUS_OK) report(status, l, a, r, r, "vsPowx", x, b);
                 }
                 continue;
             }
@@ -414,7 +414,7 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPowx_A(int n, con
         const float x = a[i];
         int status;
         r[i] = powx_element_s(x, e, status);
-        if (status != ARQ_STATUS_OK) dispatch_in_place(status, i, a, r, "vsPowx", x, b);
+        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, "vsPowx", x, b);
     }
 }
 

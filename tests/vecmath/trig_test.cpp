@@ -1,0 +1,303 @@
+// The sine, cosine, sine-and-cosine and tangent kernels in both precisions: special values and
+// statuses, huge arguments and the arguments nearest multiples of π/2, the vector path against
+// the element path on mixed inputs (also in place), n <= 0, and the control-register frame.
+#include <gtest/gtest.h>
+#include <xmmintrin.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "korb/vm.h"
+
+namespace {
+
+struct Report {
+    int code;
+    int index;
+    double a1, r1, r2;
+};
+thread_local std::vector<Report> t_reports;
+
+int record(ArqErrorContext *c) {
+    t_reports.push_back({c->code, c->index, c->a1, c->r1, c->r2});
+    return 0;
+}
+
+// One of the eight kernels, called on doubles whatever its precision.
+struct Trig {
+    const char *name;
+    ArqKernelD d = nullptr;
+    ArqKernelS s = nullptr;
+    ArqKernelD2 d2 = nullptr;
+    ArqKernelS2 s2 = nullptr;
+
+    bool single() const { return s != nullptr || s2 != nullptr; }
+    bool pair() const { return d2 != nullptr || s2 != nullptr; }
+};
+
+const Trig kTrig[] = {
+    {"vdSin", _arqdSin},          {"vdCos", _arqdCos},
+    {"vdTan", _arqdTan},          {"vdSinCos", nullptr, nullptr, _arqdSinCos},
+    {"vsSin", nullptr, _arqsSin}, {"vsCos", nullptr, _arqsCos},
+    {"vsTan", nullptr, _arqsTan}, {"vsSinCos", nullptr, nullptr, nullptr, _arqsSinCos},
+};
+
+// Results (r2 only for SinCos) and the reports of one call; in place writes r1 over a.
+struct Outcome {
+    std::vector<double> r1, r2;
+    std::vector<Report> reports;
+};
+
+Outcome call(const Trig &t, const std::vector<double> &a, bool in_place = false) {
+    const int n = static_cast<int>(a.size());
+    t_reports.clear();
+    Outcome out;
+    if (t.single()) {
+        std::vector<float> x(a.begin(), a.end()), y1(a.size(), -7.0f), y2(a.size(), -7.0f);
+        float *r1 = in_place ? x.data() : y1.data();
+        if (t.pair()) {
+            t.s2(n, x.data(), r1, y2.data());
+        } else {
+            t.s(n, x.data(), r1);
+        }
+        out.r1.assign(r1, r1 + n);
+        if (t.pair()) out.r2.assign(y2.begin(), y2.end());
+    } else {
+        std::vector<double> x = a, y1(a.size(), -7.0), y2(a.size(), -7.0);
+        double *r1 = in_place ? x.data() : y1.data();
+        if (t.pair()) {
+            t.d2(n, x.data(), r1, y2.data());
+        } else {
+            t.d(n, x.data(), r1);
+        }
+        out.r1.assign(r1, r1 + n);
+        if (t.pair()) out.r2 = y2;
+    }
+    out.reports = t_reports;
+    return out;
+}
+
+// Bits of a result as the kernel's precision stores it.
+std::uint64_t stored_bits(const Trig &t, double v) {
+    return t.single() ? std::bit_cast<std::uint32_t>(static_cast<float>(v))
+                      : std::bit_cast<std::uint64_t>(v);
+}
+
+class Trigonometric : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        saved_mode_ = korb_arq_kernel_GetMode();
+        korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_KEEP);
+        korb_arq_kernel_SetErrorCallBack(record);
+    }
+    void TearDown() override {
+        korb_arq_kernel_ClearErrorCallBack();
+        korb_arq_kernel_SetMode(saved_mode_);
+    }
+
+  private:
+    unsigned saved_mode_ = 0;
+};
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+TEST_F(Trigonometric, InfinitiesAreDomainErrorsNaNsPassQuietlyZerosKeepTheirSign) {
+    for (const Trig &t : kTrig) {
+        const std::uint64_t domain_nan = t.single() ? 0xFFC00000u : 0xFFF8000000000000u;
+        for (double x : {kInf, -kInf}) {
+            const Outcome got = call(t, {x});
+            EXPECT_EQ(stored_bits(t, got.r1[0]), domain_nan) << t.name;
+            ASSERT_EQ(got.reports.size(), 1u) << t.name;
+            EXPECT_EQ(got.reports[0].code, ARQ_STATUS_ERRDOM);
+            EXPECT_EQ(got.reports[0].a1, x);
+            EXPECT_TRUE(std::isnan(got.reports[0].r1));
+            if (t.pair()) {
+                EXPECT_EQ(stored_bits(t, got.r2[0]), domain_nan) << t.name;
+            }
+        }
+        for (double x : {std::numeric_limits<double>::quiet_NaN(), -std::nan("7")}) {
+            const Outcome got = call(t, {x});
+            EXPECT_TRUE(std::isnan(got.r1[0])) << t.name;
+            EXPECT_TRUE(got.reports.empty()) << t.name;
+        }
+        const std::string name = t.name;
+        const bool is_cos = name.ends_with("Cos") && !name.ends_with("SinCos");
+        for (double zero : {0.0, -0.0}) {
+            const Outcome got = call(t, {zero});
+            if (is_cos) {
+                EXPECT_EQ(got.r1[0], 1.0) << t.name;
+            } else {
+                EXPECT_EQ(stored_bits(t, got.r1[0]), stored_bits(t, zero)) << t.name;
+            }
+            if (t.pair()) {
+                EXPECT_EQ(got.r2[0], 1.0) << t.name;
+            }
+            EXPECT_TRUE(got.reports.empty());
+        }
+    }
+}
+
+// Expected values: MPFR at 400 bits, rounded to the kernel's precision. Results must be within
+// one ulp (the kernels are not correctly rounded).
+struct Known {
+    double x, sin, cos, tan;
+};
+
+void expect_within_ulp(const Trig &t, double got, double want, double x) {
+    const double ulp = t.single() ? std::nextafter(static_cast<float>(std::fabs(want)), INFINITY) -
+                                        std::fabs(static_cast<float>(want))
+                                  : std::nextafter(std::fabs(want), kInf) - std::fabs(want);
+    EXPECT_LE(std::fabs(got - want), ulp) << t.name << " x=" << x;
+}
+
+TEST_F(Trigonometric, HugeArgumentsAndTheNeighboursOfMultiplesOfHalfPi) {
+    const double dmax = std::numeric_limits<double>::max();
+    const Known doubles[] = {
+        {dmax, 0.004961954789184062, -0.9999876894265599, -0.004962015874444895},
+        {-dmax, -0.004961954789184062, -0.9999876894265599, 0.004962015874444895},
+        {1e22, -0.8522008497671888, 0.523214785395139, -1.6287782256068988},
+        {1.3929611893421476e+301, 0.5942469466446325, -0.804282640869198, -0.7388533787107759},
+        // The doubles nearest ±π/2, the next one up, and the one nearest 3π/2.
+        {1.5707963267948966, 1.0, 6.123233995736766e-17, 1.633123935319537e+16},
+        {-1.5707963267948966, -1.0, 6.123233995736766e-17, -1.633123935319537e+16},
+        {1.5707963267948968, 1.0, -1.6081226496766366e-16, -6218431163823738.0},
+        {4.71238898038469, -1.0, -1.8369701987210297e-16, 5443746451065123.0},
+    };
+    const Known floats[] = {
+        {3.4028234663852886e+38, -0.5218765139579773, 0.8530210256576538, -0.6117979288101196},
+        {1.5707963705062866, 1.0, -4.371139000186243e-08, -22877332.0},
+    };
+    for (const Trig &t : kTrig) {
+        const std::string name = t.name;
+        for (const Known &k : t.single()
+                                  ? std::vector<Known>(std::begin(floats), std::end(floats))
+                                  : std::vector<Known>(std::begin(doubles), std::end(doubles))) {
+            const Outcome got = call(t, {k.x});
+            const double want = name.ends_with("Tan")      ? k.tan
+                                : name.ends_with("SinCos") ? k.sin
+                                : name.ends_with("Cos")    ? k.cos
+                                                           : k.sin;
+            expect_within_ulp(t, got.r1[0], want, k.x);
+            if (t.pair()) {
+                expect_within_ulp(t, got.r2[0], k.cos, k.x);
+            }
+            EXPECT_TRUE(got.reports.empty());
+        }
+    }
+}
+
+// Ordinary values, the edges of the vector path (2^19 for double, 2^20 for float), arguments
+// whose reduction cancels (near multiples of π/2), tiny and subnormal values, huge values,
+// zeros, infinities and NaNs.
+const std::vector<double> &specials() {
+    static const std::vector<double> v = {0.0,
+                                          -0.0,
+                                          kInf,
+                                          -kInf,
+                                          NAN,
+                                          1e-300,
+                                          -4.9e-324,
+                                          1e-310,
+                                          1e-20,
+                                          0x1p-41,
+                                          0x1p-42,
+                                          0.7853981633974483,
+                                          1.5707963267948966,
+                                          -3.141592653589793,
+                                          4.71238898038469,
+                                          6.283185307179586,
+                                          355.0,
+                                          0x1p19,
+                                          -std::nextafter(0x1p19, 0.0),
+                                          0x1p20,
+                                          std::nextafter(0x1p20, 0.0),
+                                          1e22,
+                                          -1.7976931348623157e308,
+                                          3.4028234663852886e38,
+                                          1.5707963705062866,
+                                          6381956970095103.0 * 0x1p797};
+    return v;
+}
+
+std::vector<double> mixed_inputs(std::mt19937_64 &rng, std::size_t n, double range,
+                                 int special_percent) {
+    std::uniform_real_distribution<double> ordinary(-range, range);
+    std::uniform_int_distribution<std::size_t> pick(0, specials().size() - 1);
+    std::uniform_int_distribution<int> percent(0, 99);
+    std::vector<double> v(n);
+    for (double &x : v) x = percent(rng) < special_percent ? specials()[pick(rng)] : ordinary(rng);
+    return v;
+}
+
+TEST_F(Trigonometric, VectorPathGivesTheElementPathsBitsAndReportsAlsoInPlace) {
+    std::mt19937_64 rng(2026);
+    for (const Trig &t : kTrig) {
+        for (double range : {7.0, 1e6}) {
+            for (int special_percent : {0, 5, 40}) {
+                for (std::size_t n : {1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 17u, 250u}) {
+                    const std::vector<double> a = mixed_inputs(rng, n, range, special_percent);
+                    const Outcome whole = call(t, a);
+                    const Outcome in_place = call(t, a, true);
+                    for (std::size_t i = 0; i < n; ++i) {
+                        const Outcome one = call(t, {a[i]});
+                        ASSERT_EQ(stored_bits(t, whole.r1[i]), stored_bits(t, one.r1[0]))
+                            << t.name << " x=" << a[i] << " n=" << n;
+                        ASSERT_EQ(stored_bits(t, in_place.r1[i]), stored_bits(t, one.r1[0]));
+                        if (t.pair()) {
+                            ASSERT_EQ(stored_bits(t, whole.r2[i]), stored_bits(t, one.r2[0]));
+                            ASSERT_EQ(stored_bits(t, in_place.r2[i]), stored_bits(t, one.r2[0]));
+                        }
+                    }
+                    // One report per infinity, at its index, with the original argument.
+                    for (const Outcome *run : {&whole, &in_place}) {
+                        std::size_t next = 0;
+                        for (std::size_t i = 0; i < n; ++i) {
+                            const double x = t.single() ? static_cast<float>(a[i]) : a[i];
+                            if (!std::isinf(x)) continue;
+                            ASSERT_LT(next, run->reports.size()) << t.name;
+                            EXPECT_EQ(run->reports[next].index, static_cast<int>(i));
+                            EXPECT_EQ(run->reports[next].a1, x);
+                            ++next;
+                        }
+                        EXPECT_EQ(next, run->reports.size()) << t.name;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST_F(Trigonometric, NothingIsWrittenForNonPositiveLengthsAndTheControlRegisterIsKept) {
+    for (const Trig &t : kTrig) {
+        for (int n : {0, -1}) {
+            std::vector<double> a(4, 1.0), r1(4, 5.0), r2(4, 5.0);
+            std::vector<float> af(4, 1.0f), r1f(4, 5.0f), r2f(4, 5.0f);
+            if (t.d) t.d(n, a.data(), r1.data());
+            if (t.d2) t.d2(n, a.data(), r1.data(), r2.data());
+            if (t.s) t.s(n, af.data(), r1f.data());
+            if (t.s2) t.s2(n, af.data(), r1f.data(), r2f.data());
+            EXPECT_EQ(r1, std::vector<double>(4, 5.0));
+            EXPECT_EQ(r2, std::vector<double>(4, 5.0));
+            EXPECT_EQ(r1f, std::vector<float>(4, 5.0f));
+            EXPECT_EQ(r2f, std::vector<float>(4, 5.0f));
+        }
+        // Flush-to-zero asked by the mode, round-up and no flushing in the caller's register.
+        korb_arq_kernel_SetMode(ARQ_DENORMALS_FLUSH);
+        const unsigned caller = (_mm_getcsr() & ~0xE040u) | 0x4000u;
+        const unsigned saved = _mm_getcsr();
+        _mm_setcsr(caller);
+        const Outcome got = call(t, {0.1, 0.2, 0.3, 1e30, 5.0});
+        const unsigned after = _mm_getcsr();
+        _mm_setcsr(saved);
+        korb_arq_kernel_SetMode(ARQ_DENORMALS_KEEP);
+        EXPECT_EQ(after & ~0x3Fu, caller & ~0x3Fu) << t.name;
+        EXPECT_EQ(got.r1, call(t, {0.1, 0.2, 0.3, 1e30, 5.0}).r1) << t.name;  // rounded to nearest
+    }
+}
+
+}  // namespace
