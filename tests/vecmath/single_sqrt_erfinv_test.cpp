@@ -11,23 +11,13 @@
 #include <vector>
 
 #include "korb/vm.h"
+#include "vecmath/kernel_test.h"
 
 namespace {
 
-struct Report {
-    int code;
-    int index;
-    double a1;
-    double a2;
-    double r1;
-};
-
-thread_local std::vector<Report> t_reports;
-
-int record(ArqErrorContext *c) {
-    t_reports.push_back({c->code, c->index, c->a1, c->a2, c->r1});
-    return 0;
-}
+using korb::test::bits;
+using korb::test::Report;
+using korb::test::t_reports;
 
 // Powx with the exponent of the test, in the shape of the one-argument kernels.
 thread_local double t_exponent = 0.0;
@@ -39,33 +29,9 @@ void spowx(int n, const float *a, float *r) {
 }
 
 template <class T>
-auto bits(T x) {
-    if constexpr (sizeof(T) == 4) {
-        return std::bit_cast<std::uint32_t>(x);
-    } else {
-        return std::bit_cast<std::uint64_t>(x);
-    }
-}
-
-template <class T>
 using Kernel = void (*)(int, const T *, T *);
 
-class Kernels : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        saved_mode_ = korb_arq_kernel_GetMode();
-        korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_KEEP);
-        korb_arq_kernel_SetErrorCallBack(record);
-        t_reports.clear();
-    }
-    void TearDown() override {
-        korb_arq_kernel_ClearErrorCallBack();
-        korb_arq_kernel_SetMode(saved_mode_);
-    }
-
-  private:
-    unsigned saved_mode_ = 0;
-};
+using Kernels = korb::test::KernelTest;
 
 template <class T>
 struct Special {

@@ -13,20 +13,12 @@
 #include <vector>
 
 #include "korb/vm.h"
+#include "vecmath/kernel_test.h"
 
 namespace {
 
-struct Report {
-    int code;
-    int index;
-    double a1, r1, r2;
-};
-thread_local std::vector<Report> t_reports;
-
-int record(ArqErrorContext *c) {
-    t_reports.push_back({c->code, c->index, c->a1, c->r1, c->r2});
-    return 0;
-}
+using korb::test::Report;
+using korb::test::t_reports;
 
 // One of the eight kernels, called on doubles whatever its precision.
 struct Trig {
@@ -88,21 +80,7 @@ std::uint64_t stored_bits(const Trig &t, double v) {
                       : std::bit_cast<std::uint64_t>(v);
 }
 
-class Trigonometric : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        saved_mode_ = korb_arq_kernel_GetMode();
-        korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_KEEP);
-        korb_arq_kernel_SetErrorCallBack(record);
-    }
-    void TearDown() override {
-        korb_arq_kernel_ClearErrorCallBack();
-        korb_arq_kernel_SetMode(saved_mode_);
-    }
-
-  private:
-    unsigned saved_mode_ = 0;
-};
+using Trigonometric = korb::test::KernelTest;
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
