@@ -2,7 +2,6 @@
 // statuses, huge arguments and the arguments nearest multiples of π/2, the vector path against
 // the element path on mixed inputs (also in place), n <= 0, and the control-register frame.
 #include <gtest/gtest.h>
-#include <xmmintrin.h>
 
 #include <bit>
 #include <cmath>
@@ -247,34 +246,6 @@ TEST_F(Trigonometric, VectorPathGivesTheElementPathsBitsAndReportsAlsoInPlace) {
                 }
             }
         }
-    }
-}
-
-TEST_F(Trigonometric, NothingIsWrittenForNonPositiveLengthsAndTheControlRegisterIsKept) {
-    for (const Trig &t : kTrig) {
-        for (int n : {0, -1}) {
-            std::vector<double> a(4, 1.0), r1(4, 5.0), r2(4, 5.0);
-            std::vector<float> af(4, 1.0f), r1f(4, 5.0f), r2f(4, 5.0f);
-            if (t.d) t.d(n, a.data(), r1.data());
-            if (t.d2) t.d2(n, a.data(), r1.data(), r2.data());
-            if (t.s) t.s(n, af.data(), r1f.data());
-            if (t.s2) t.s2(n, af.data(), r1f.data(), r2f.data());
-            EXPECT_EQ(r1, std::vector<double>(4, 5.0));
-            EXPECT_EQ(r2, std::vector<double>(4, 5.0));
-            EXPECT_EQ(r1f, std::vector<float>(4, 5.0f));
-            EXPECT_EQ(r2f, std::vector<float>(4, 5.0f));
-        }
-        // Flush-to-zero asked by the mode, round-up and no flushing in the caller's register.
-        korb_arq_kernel_SetMode(ARQ_DENORMALS_FLUSH);
-        const unsigned caller = (_mm_getcsr() & ~0xE040u) | 0x4000u;
-        const unsigned saved = _mm_getcsr();
-        _mm_setcsr(caller);
-        const Outcome got = call(t, {0.1, 0.2, 0.3, 1e30, 5.0});
-        const unsigned after = _mm_getcsr();
-        _mm_setcsr(saved);
-        korb_arq_kernel_SetMode(ARQ_DENORMALS_KEEP);
-        EXPECT_EQ(after & ~0x3Fu, caller & ~0x3Fu) << t.name;
-        EXPECT_EQ(got.r1, call(t, {0.1, 0.2, 0.3, 1e30, 5.0}).r1) << t.name;  // rounded to nearest
     }
 }
 
