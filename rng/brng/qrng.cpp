@@ -12,6 +12,7 @@
 
 #include "frame/simd.h"
 #include "korb/frame.h"
+#include "rng/brng/uniform.h"
 #include "rng/stream.h"
 
 namespace korb::rng::qrng {
@@ -19,7 +20,6 @@ namespace {
 
 // Points 1 to 2^32 - 1 exist: point 2^32 would need a 33rd direction number.
 constexpr uint32_t kLastPoint = 0xFFFFFFFFu;
-constexpr double kTwoM32 = 0x1p-32;
 
 struct Header {
     uint32_t point;
@@ -138,47 +138,17 @@ int skip_ahead(const Table &t, BixStream *s, uint64_t nskip) {
 using simd::u32v;
 using simd::u64v;
 
-// The low and high two lanes of four 32-bit words, zero-extended to 64-bit lanes.
-inline u64v widen_lo(u32v x) {
-    return reinterpret_cast<u64v>(__builtin_shufflevector(x, u32v{}, 0, 4, 1, 4));
-}
-inline u64v widen_hi(u32v x) {
-    return reinterpret_cast<u64v>(__builtin_shufflevector(x, u32v{}, 2, 4, 3, 4));
-}
-
 struct IntSink {
     uint32_t *r;
     void one(int i, uint32_t x) { r[i] = x; }
-    void four(int i, u32v x) { simd::store(r + i, x); }
-};
-
-struct DoubleSink {
-    double *r;
-    double s;
-    double a;
-    void one(int i, uint32_t x) { r[i] = simd::to_double_exact(x) * s + a; }
-    void four(int i, u32v x) {
-        simd::store(r + i, simd::to_double_exact(widen_lo(x)) * s + a);
-        simd::store(r + i + 2, simd::to_double_exact(widen_hi(x)) * s + a);
-    }
-};
-
-struct FloatSink {
-    float *r;
-    double s;
-    double a;
-    void one(int i, uint32_t x) { r[i] = static_cast<float>(simd::to_double_exact(x) * s + a); }
-    void four(int i, u32v x) {
-        simd::store(r + i, simd::narrow(simd::to_double_exact(widen_lo(x)) * s + a,
-                                        simd::to_double_exact(widen_hi(x)) * s + a));
-    }
+    void block(int i, u32v x) { simd::store(r + i, x); }
 };
 
 // Hands x[0..k-1] to the sink as outputs i, i + 1, ...
 template <class Sink>
 inline void emit(Sink &sink, int i, const uint32_t *x, int k) {
     int j = 0;
-    for (; j + 4 <= k; j += 4) sink.four(i + j, simd::load<u32v>(x + j));
+    for (; j + 4 <= k; j += 4) sink.block(i + j, simd::load<u32v>(x + j));
     for (; j < k; ++j) sink.one(i + j, x[j]);
 }
 
@@ -189,7 +159,7 @@ inline void step(Sink &sink, int i, uint32_t *x, const uint32_t *vb, int w) {
     for (; j + 4 <= w; j += 4) {
         const u32v y = simd::load<u32v>(x + j) ^ simd::load<u32v>(vb + j);
         simd::store(x + j, y);
-        sink.four(i + j, y);
+        sink.block(i + j, y);
     }
     for (; j < w; ++j) {
         x[j] ^= vb[j];
@@ -234,8 +204,8 @@ int generate(const Table &t, BixStream *s, int n, Sink &sink) {
             const u32v hi = {v1 ^ v2, v0 ^ v1 ^ v2, v0 ^ v2, v2};
             for (; n - i >= 8; i += 8) {
                 const u32v base = simd::splat<u32v>(x0 ^ next(point + 1));
-                sink.four(i, base ^ lo);
-                sink.four(i + 4, base ^ hi);
+                sink.block(i, base ^ lo);
+                sink.block(i + 4, base ^ hi);
                 x0 = base[0] ^ v2;  // the block's last point, gray(7) = 4
                 point += 8;
             }
@@ -295,13 +265,12 @@ int generate_ints(const Table &t, BixStream *stream, int n, uint32_t r[]) {
 }
 
 int generate_doubles(const Table &t, BixStream *stream, int n, double r[], double a, double b) {
-    DoubleSink sink{r, (b - a) * kTwoM32, a};
+    uniform::WordsToDoubles sink(r, a, b);
     return generate(t, stream, n, sink);
 }
 
 int generate_floats(const Table &t, BixStream *stream, int n, float r[], float a, float b) {
-    const double da = a;
-    FloatSink sink{r, (static_cast<double>(b) - da) * kTwoM32, da};
+    uniform::WordsToFloats sink(r, a, b);
     return generate(t, stream, n, sink);
 }
 
