@@ -12,6 +12,7 @@
 
 #include "korb/vm.h"
 #include "vecmath/kernel_test.h"
+#include "vecmath/kernels/exp_ln_tables.h"
 
 namespace {
 
@@ -312,17 +313,12 @@ TEST_F(ExpLn, TheCallersControlRegisterIsGivenBack) {
 
 namespace {
 
-// The committed tables hold the published sample entries.
-struct ExpEntry {
-    double hi, lo;
-};
-struct LnEntry {
-    double rcp, rcp_again, hi, lo;
-};
-#include "vecmath/kernels/exp_ln_tables.inc"
-constexpr ExpEntry kExpTable[64] = {KORB_EXP_TABLE_ENTRIES};
-constexpr LnEntry kLnTable[513] = {KORB_LN_TABLE_ENTRIES};
+using korb::vecmath::ExpEntry;
+using korb::vecmath::kExpTable;
+using korb::vecmath::kLnTable;
+using korb::vecmath::LnEntry;
 
+// The committed tables hold the published sample entries.
 TEST(ExpLnTables, HoldThePublishedSampleEntries) {
     EXPECT_EQ(kExpTable[0].hi, 1.0);
     EXPECT_EQ(kExpTable[0].lo, 0.0);

@@ -54,12 +54,7 @@ alignas(16) constexpr Coefficients<5, 6> kSingleA = {KORB_ERFINV_S_LA_CENTRAL,
 alignas(16) constexpr Coefficients<3, 3> kSingleC = {KORB_ERFINV_S_EP_CENTRAL,
                                                      {KORB_ERFINV_S_EP_TAIL}};
 
-constexpr std::uint64_t kAbsMask = 0x7FFFFFFFFFFFFFFF;
-constexpr std::uint64_t kSignBit = 0x8000000000000000;
 constexpr std::uint64_t kHalfBits = 0x3FE0000000000000;
-constexpr std::uint64_t kOneBits = 0x3FF0000000000000;
-constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
-constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
 // |x| = 1 - e^(-v²) at the segment bounds v = 1, 1.2, 1.6, 2, 2.6, 3.3, 4, 5.
 constexpr std::uint64_t kSegmentBits[kSegments - 1] = {
     0x3FE43A54E4E98864, 0x3FE86B167A1E433B, 0x3FED86B8357F0C5D, 0x3FEF69F5523EF618,

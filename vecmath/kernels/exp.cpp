@@ -9,6 +9,7 @@
 
 #include "frame/simd.h"
 #include "vecmath/dispatch.h"
+#include "vecmath/kernels/exp_ln_tables.h"
 #include "vecmath/kernels/frame.h"
 
 namespace korb::vecmath {
@@ -16,15 +17,6 @@ namespace {
 
 using simd::f64v;
 using simd::u64v;
-
-struct ExpEntry {
-    double hi;
-    double lo;
-};
-
-#include "vecmath/kernels/exp_ln_tables.inc"
-
-alignas(16) constexpr ExpEntry kExpTable[64] = {KORB_EXP_TABLE_ENTRIES};
 
 constexpr double kInvL = 92.33248261689366;      // 64 / ln 2
 constexpr double kShifter = 6755399441055744.0;  // 1.5 · 2^52
@@ -45,9 +37,6 @@ constexpr std::uint64_t kSubnormalBits = 0xC086232BDD7ABCD3;     // -708.3964185
 constexpr std::uint64_t kOverflowBits = 0x40862E42FEFA39F0;      // 709.7827128933841
 constexpr std::uint64_t kNearOverflowBits = 0x40862E37E7D8BA72;  // 709.7772976810359
 constexpr std::uint64_t kAllOnesNaN = 0xFFFFFFFFFFFFFFFF;
-constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
-constexpr std::uint64_t kMinusInfBits = 0xFFF0000000000000;
-constexpr std::uint64_t kSignBit = 0x8000000000000000;
 
 constexpr const char *kName = "vdExp";
 

@@ -57,6 +57,15 @@ inline double double_from(std::uint64_t b) {
     return x;
 }
 
+// Bit patterns of doubles the kernels test for or return.
+constexpr std::uint64_t kSignBit = 0x8000000000000000;
+constexpr std::uint64_t kAbsMask = 0x7FFFFFFFFFFFFFFF;
+constexpr std::uint64_t kMantissa = 0x000FFFFFFFFFFFFF;
+constexpr std::uint64_t kOneBits = 0x3FF0000000000000;
+constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
+constexpr std::uint64_t kMinusInfBits = 0xFFF0000000000000;
+constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;  // the NaN of a domain error
+
 // The high 32 bits of a double's pattern, the word the kernels' range tests look at.
 inline std::uint32_t high_word(double x) {
     return static_cast<std::uint32_t>(bits_of(x) >> 32);

@@ -10,6 +10,7 @@
 
 #include "frame/simd.h"
 #include "vecmath/dispatch.h"
+#include "vecmath/kernels/exp_ln_tables.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/ln_value.h"
 
@@ -19,23 +20,10 @@ namespace {
 using simd::f64v;
 using simd::u64v;
 
-struct LnEntry {
-    double rcp;
-    double rcp_again;  // kept for the table's 32-byte rows; not read
-    double hi;
-    double lo;
-};
-
-#include "vecmath/kernels/exp_ln_tables.inc"
-
-alignas(32) constexpr LnEntry kLnTable[513] = {KORB_LN_TABLE_ENTRIES};
-
 constexpr double kLn2Hi = 0.6931471805598903;  // 42 significant bits: k·LN2_HI is exact
 constexpr double kLn2Lo = 5.497923018708371e-14;
 constexpr std::uint32_t kSplit = 0x3FE7FC00;  // high word of 0.74951171875
-constexpr std::uint64_t kMantissa = 0x000FFFFFFFFFFFFF;
 constexpr std::uint64_t kHighHalf = 0x7FFFFFFF00000000;
-constexpr std::uint64_t kOneBits = 0x3FF0000000000000;
 constexpr double kTwo52 = 4503599627370496.0;
 constexpr double kD52 = 36.04365338911715;  // 52·ln 2
 constexpr double kG2 = -0.49999999999995254;
@@ -44,9 +32,6 @@ constexpr double kG4 = -0.2500001988694339;
 constexpr double kG5 = 0.2000001934420511;
 
 constexpr std::uint64_t kMinusZeroBits = 0x8000000000000000;
-constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
-constexpr std::uint64_t kMinusInfBits = 0xFFF0000000000000;
-constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
 
 constexpr const char *kName = "vdLn";
 

@@ -21,6 +21,7 @@
 #include <cstdint>
 
 #include "frame/simd.h"
+#include "vecmath/kernels/exp_ln_tables.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/ln_value.h"
 
@@ -30,32 +31,10 @@ namespace {
 using simd::f64v;
 using simd::u64v;
 
-struct ExpEntry {
-    double hi;
-    double lo;
-};
-struct LnEntry {
-    double rcp;
-    double rcp_again;
-    double hi;
-    double lo;
-};
-
-#include "vecmath/kernels/exp_ln_tables.inc"
-
-alignas(16) constexpr ExpEntry kExpTable[64] = {KORB_EXP_TABLE_ENTRIES};
-alignas(32) constexpr LnEntry kLnTable[513] = {KORB_LN_TABLE_ENTRIES};
-
 constexpr double kLn2Hi = 0.6931471805598903;  // 42 significant bits
 constexpr double kLn2Lo = 5.497923018708371e-14;
 constexpr std::uint32_t kSplit = 0x3FE7FC00;
-constexpr std::uint64_t kMantissa = 0x000FFFFFFFFFFFFF;
 constexpr std::uint64_t kHighHalf = 0x7FFFFFFF00000000;
-constexpr std::uint64_t kOneBits = 0x3FF0000000000000;
-constexpr std::uint64_t kAbsMask = 0x7FFFFFFFFFFFFFFF;
-constexpr std::uint64_t kSignBit = 0x8000000000000000;
-constexpr std::uint64_t kPlusInfBits = 0x7FF0000000000000;
-constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
 constexpr std::uint64_t kSmallestNormalBits = 0x0010000000000000;
 
 constexpr double kInvL = 92.33248261689366;      // 64 / ln 2

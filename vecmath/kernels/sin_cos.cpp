@@ -268,7 +268,6 @@ template <class V>
 }
 
 constexpr std::uint64_t kInfBits = 0x7FF0000000000000;
-constexpr std::uint64_t kDomainNaN = 0xFFF8000000000000;
 constexpr std::uint32_t kShortLimit = 0x41200000;             // high word of 2^19
 constexpr std::uint32_t kQuickLimit = 0x40600000;             // high word of 2^7
 constexpr std::uint64_t kQuarterPiBits = 0x3FE921FB54442D18;  // π/4 rounded down: k = 0 below

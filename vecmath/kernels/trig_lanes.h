@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "frame/simd.h"
+#include "vecmath/kernels/frame.h"
 
 namespace korb::vecmath::trig {
 
@@ -34,8 +35,6 @@ template <class V>
 [[gnu::always_inline]] inline V from_bits(Bits<V> b) {
     return std::bit_cast<V>(b);
 }
-
-constexpr std::uint64_t kSignBit = 0x8000000000000000ull;
 
 // All ones where the quadrant q (in the low bits of q's lanes) is odd.
 template <class U>
