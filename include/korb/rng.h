@@ -339,6 +339,45 @@ KORB_API int __bixsBRngTRNG(BixStream *stream, int n, float r[], float a, float 
 KORB_API int __bixdBRngTRNG(BixStream *stream, int n, double r[], double a, double b);
 KORB_API int __bixiBRngTRNG(BixStream *stream, int n, uint32_t r[]);
 
+/*
+ * Distributions. Every kernel takes (method, stream, n, r, parameters...) and fills r[0..n-1]
+ * with variates drawn from the stream; it returns the status of the stream's generator (0 or
+ * negative) or BIX_ERROR_MEM_FAILURE. The parameters are not checked (a < b, sigma > 0, ...).
+ * Kernels that compute elementary functions use the vector-math kernels (their high-accuracy
+ * variants, whatever the thread's accuracy mode) with denormals kept and their own error
+ * callback installed; the thread's mode word and callback are as before when they return.
+ */
+#define BIX_RNG_METHOD_ACCURACY_FLAG 0x40000000
+
+/*
+ * Continuous uniform on [a, b): the generator's own mapping. The accurate method also clamps
+ * every result into [a, b] (a NaN stays), against a + (b - a) u rounding past the bounds.
+ */
+#define BIX_RNG_METHOD_UNIFORM_STD 0
+#define BIX_RNG_METHOD_UNIFORM_STD_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG
+KORB_API int _bixdRngUniform(int method, BixStream *stream, int n, double r[], double a,
+                             double b);
+KORB_API int _bixsRngUniform(int method, BixStream *stream, int n, float r[], float a, float b);
+
+/*
+ * Gaussian of mean a and standard deviation sigma.
+ * BOXMULLER: one variate per pair of uniforms (2n uniforms).
+ * BOXMULLER2: both variates of each pair; a pair cut by the end of a call keeps its second
+ *   variate in a 16-byte chunk of the stream (key 2 for double, 1 for float), which is copied
+ *   and saved with the stream, so j then k variates equal j + k in one call.
+ * ICDF: a + sigma sqrt(2) erfinv(u), u uniform on [-1, 1); one uniform per variate.
+ * A uniform of 0 gives the radius sqrt(-2 ln) of the least subnormal, a finite variate; u = -1 in
+ * ICDF gives a - 0.7670519064056041 sqrt(2) sigma (-1.0837465524673462 in single precision).
+ * Methods other than these three give BIX_ERROR_BADMETHOD; n < 1 draws nothing.
+ */
+#define BIX_RNG_METHOD_GAUSSIAN_BOXMULLER 0
+#define BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2 1
+#define BIX_RNG_METHOD_GAUSSIAN_ICDF 2
+KORB_API int _bixdRngGaussian(int method, BixStream *stream, int n, double r[], double a,
+                              double sigma);
+KORB_API int _bixsRngGaussian(int method, BixStream *stream, int n, float r[], float a,
+                              float sigma);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,120 @@
+// The frame every distribution kernel shares: uniforms from the stream's own generator, the two
+// brackets around the vector-math kernels that compute the elementary functions, and the final
+// scaling and clamping loops.
+//
+// Kernels are written once as templates over the output precision; Precision<T> names the
+// generator function, the vector-math kernels and the constants of that precision.
+#pragma once
+
+#include <cstdint>
+
+#include "korb/rng.h"
+#include "korb/vm.h"
+
+namespace korb::dist {
+
+// The previous vector-math mode word, stored back exactly. The public setter keeps a group that
+// is 0 in the word it is given, so it cannot undo a change to a group that was 0 before.
+void restore_vm_mode(unsigned int mode);
+
+// Error-mode bracket: on construction the error mode becomes "callback" and `callback` is
+// installed; on destruction the previous callback and then the previous mode word come back,
+// whatever path the kernel leaves by.
+class VmErrorBracket {
+  public:
+    explicit VmErrorBracket(ArqErrorCallBack callback)
+        : mode_(korb_arq_kernel_SetMode(ARQ_ERRMODE_CALLBACK)),
+          callback_(korb_arq_kernel_SetErrorCallBack(callback)) {}
+    ~VmErrorBracket() {
+        korb_arq_kernel_SetErrorCallBack(callback_);
+        restore_vm_mode(mode_);
+    }
+    VmErrorBracket(const VmErrorBracket &) = delete;
+    VmErrorBracket &operator=(const VmErrorBracket &) = delete;
+
+  private:
+    unsigned int mode_;
+    ArqErrorCallBack callback_;
+};
+
+// One vector-math call with denormals kept, whatever the caller's denormal mode: the variates
+// must not depend on it.
+template <class F, class... Args>
+inline void vm(F kernel, Args... args) {
+    const unsigned int mode = korb_arq_kernel_SetMode(ARQ_DENORMALS_KEEP);
+    kernel(args...);
+    restore_vm_mode(mode);
+}
+
+template <class T>
+struct Precision;
+
+// The kernels are the high-accuracy variants whatever the thread's accuracy mode, so that the
+// variates a stream gives do not depend on it.
+template <>
+struct Precision<double> {
+    static constexpr uint32_t kPendingKey = 2;  // Gaussian pending-pair chunk
+    static constexpr double kTwoPi = 6.283185307179586;
+    static constexpr double kSqrt2 = 1.4142135623730951;
+    static int generate(const BrngProperties *row, BixStream *s, int n, double *r, double a,
+                        double b) {
+        return row->dGen(s, n, r, a, b);
+    }
+    static constexpr auto ln = _arqdLn;
+    static constexpr auto exp = _arqdExp;
+    static constexpr auto sin = _arqdSin;
+    static constexpr auto cos = _arqdCos;
+    static constexpr auto sin_cos = _arqdSinCos;
+    static constexpr auto tan = _arqdTan;
+    static constexpr auto sqrt = _arqdSqrt;
+    static constexpr auto erf_inv = _arqdErfInv;
+    static constexpr auto powx = _arqdPowx;
+};
+
+template <>
+struct Precision<float> {
+    static constexpr uint32_t kPendingKey = 1;
+    static constexpr float kTwoPi = 6.28318548f;  // 0x40C90FDB
+    static constexpr float kSqrt2 = 1.41421354f;  // 0x3FB504F3
+    static int generate(const BrngProperties *row, BixStream *s, int n, float *r, float a,
+                        float b) {
+        return row->sGen(s, n, r, a, b);
+    }
+    static constexpr auto ln = _arqsLn;
+    static constexpr auto exp = _arqsExp;
+    static constexpr auto sin = _arqsSin;
+    static constexpr auto cos = _arqsCos;
+    static constexpr auto sin_cos = _arqsSinCos;
+    static constexpr auto tan = _arqsTan;
+    static constexpr auto sqrt = _arqsSqrt;
+    static constexpr auto erf_inv = _arqsErfInv;
+    static constexpr auto powx = _arqsPowx;
+};
+
+// n uniforms on [a, b) from one call of the stream's generator: the uniform kernel with method 0,
+// through which every distribution draws.
+template <class T>
+inline int uniforms(BixStream *stream, int n, T *r, T a, T b) {
+    int row = 0, member = 0;
+    const BrngProperties *table = __bixGetBrngBaseOffset(stream->brng, &row, &member);
+    return Precision<T>::generate(table + row, stream, n, r, a, b);
+}
+
+// r[i] = r[i] * scale + shift. The loop is written plainly; the compiler vectorises it, and the
+// multiply and add stay separate operations, so every element gets the same bits.
+template <class T>
+inline void scale(int n, T *r, T scale, T shift) {
+    for (int i = 0; i < n; ++i) r[i] = r[i] * scale + shift;
+}
+
+// r[i] into [a, b]; a NaN stays as it is (both comparisons are false).
+template <class T>
+inline void clamp(int n, T *r, T a, T b) {
+    for (int i = 0; i < n; ++i) {
+        T x = r[i];
+        x = x < a ? a : x;
+        r[i] = x > b ? b : x;
+    }
+}
+
+}  // namespace korb::dist
