@@ -90,6 +90,22 @@ for bad in "--brng foo" "--brng" "--n 0" "--n -3" "--n 1x" "--format hex" "--a 0
     one_line_error "rng $bad" "$korb" rng $bad
 done
 
+# korb rng --dist and --stats
+check "rng gaussian" 0 '^mean 2\.0[0-9]*$' "$korb" rng --dist gaussian --mean 2 --sigma 3 --n 100000 --stats
+check "rng gaussian float icdf" 0 '^variance (0\.9|1\.0)' \
+    "$korb" rng --dist gaussian --method icdf --format float --n 100000 --stats
+check "rng uniform accurate" 0 '^max 0\.99' "$korb" rng --dist uniform --method accurate --n 1000 --stats
+check "rng uniform bounds" 0 '^min -4\.99' "$korb" rng --dist uniform --a -5 --b 5 --n 1000 --stats
+check "rng stats count" 0 '^count 7$' "$korb" rng --brng MCG59 --n 7 --stats
+check "rng gaussian pairs" 0 '^5$' sh -c "'$korb' rng --dist gaussian --method boxmuller2 --n 5 | wc -l"
+for bad in "--dist poisson" "--dist gaussian --sigma 0" "--dist gaussian --sigma -1" \
+    "--dist gaussian --beta 1" "--dist gaussian --a 1" "--dist gaussian --method foo" \
+    "--dist gaussian --format int" "--dist uniform --a 2 --b 1" "--sigma 2" "--method icdf" \
+    "--stats --binary" "--dist gaussian --brng SOBOL:2" "--dist uniform --format float --a 1 --b 1.00000001"; do
+    # shellcheck disable=SC2086
+    one_line_error "rng $bad" "$korb" rng $bad
+done
+
 # korb rng --save / --load: checkpoints continue the stream, splits included
 ckpt=$(mktemp -d)
 checkpoints() {  # checkpoints <split options> <format>: 3 + 4 + 3 numbers equal 10 at once
