@@ -1,7 +1,9 @@
 // Distribution kernels filling arrays of n = 1000 and 1,000,000 variates from an MCG31M1 stream,
-// beside their peers drawing one variate at a time: libstdc++'s normal_distribution (polar
-// method) on std::mt19937, GSL's polar Box-Muller and ziggurat on its MT19937, and Boost.Random's
-// ziggurat on its mt19937 (when its headers are there). Items are variates.
+// beside their peers drawing one variate at a time: for the Gaussian libstdc++'s
+// normal_distribution (polar method) on std::mt19937, GSL's polar Box-Muller and ziggurat on its
+// MT19937, and Boost.Random's ziggurat on its mt19937 (when its headers are there); for the
+// inversion kernels libstdc++'s distribution of the family where it has one and GSL's gsl_ran_*.
+// Items are variates.
 #include <benchmark/benchmark.h>
 #include <korb/rng.h>
 
@@ -35,6 +37,21 @@ void BM_korb_dist(benchmark::State &state, int method, T p1, T p2) {
     std::vector<T> r(static_cast<size_t>(n));
     for (auto _ : state) {
         Kernel(method, s, n, r.data(), p1, p2);
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+    __bixDeleteStream(&s);
+}
+
+// A kernel of other parameters, called as draw(stream, n, r).
+template <class T, class Draw>
+void BM_korb_dist3(benchmark::State &state, Draw draw) {
+    BixStream *s = nullptr;
+    const uint32_t seed = 7;
+    __bixNewStreamEx(&s, BIX_BRNG_MCG31M1, 1, &seed);
+    std::vector<T> r(static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        draw(s, static_cast<int>(r.size()), r.data());
         benchmark::ClobberMemory();
     }
     finish(state, r);
@@ -84,11 +101,55 @@ BENCHMARK(BM_boost_normal_ziggurat)->Arg(1000)->Arg(1000000);
 
 BENCHMARK(BM_libstdcxx_normal)->Arg(1000)->Arg(1000000);
 
+template <class Dist>
+void BM_libstdcxx(benchmark::State &state, Dist dist) {
+    std::mt19937 engine(7);
+    fill_by_one(state, [&] { return dist(engine); });
+}
+BENCHMARK_CAPTURE(BM_libstdcxx, exponential, std::exponential_distribution<double>(1.0))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, weibull, std::weibull_distribution<double>(1.5, 1.0))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, cauchy, std::cauchy_distribution<double>(0.0, 1.0))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, lognormal, std::lognormal_distribution<double>(0.0, 1.0))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, extreme_value, std::extreme_value_distribution<double>(0.0, 1.0))
+    ->Arg(1000000);
+
+#ifdef KORB_BENCH_HAVE_GSL
+template <class Draw>
+void BM_gsl(benchmark::State &state, Draw draw) {
+    gsl_rng *g = gsl_rng_alloc(gsl_rng_mt19937);
+    gsl_rng_set(g, 7);
+    fill_by_one(state, [&] { return draw(g); });
+    gsl_rng_free(g);
+}
+BENCHMARK_CAPTURE(BM_gsl, exponential, [](gsl_rng *g) {
+    return gsl_ran_exponential(g, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, laplace, [](gsl_rng *g) {
+    return gsl_ran_laplace(g, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, weibull, [](gsl_rng *g) {
+    return gsl_ran_weibull(g, 1.0, 1.5);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, cauchy, [](gsl_rng *g) { return gsl_ran_cauchy(g, 1.0); })->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, rayleigh, [](gsl_rng *g) {
+    return gsl_ran_rayleigh(g, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, lognormal, [](gsl_rng *g) {
+    return gsl_ran_lognormal(g, 0.0, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, gumbel1, [](gsl_rng *g) {
+    return gsl_ran_gumbel1(g, 1.0, 1.0);
+})->Arg(1000000);
+#endif
+
 template <class T, int (*Kernel)(int, BixStream *, int, T *, T, T)>
 void add(const char *name, int method, T p1, T p2) {
-    benchmark::RegisterBenchmark(name, [=](benchmark::State &state) {
-        BM_korb_dist<T, Kernel>(state, method, p1, p2);
-    })->Arg(1000)->Arg(1000000);
+    benchmark::RegisterBenchmark(
+        name, [=](benchmark::State &state) { BM_korb_dist<T, Kernel>(state, method, p1, p2); })
+        ->Arg(1000)
+        ->Arg(1000000);
 }
 
 const bool registered = [] {
@@ -99,13 +160,46 @@ const bool registered = [] {
                                   BIX_RNG_METHOD_GAUSSIAN_BOXMULLER, 0, 1);
     add<double, _bixdRngGaussian>("BM_korb_dist/dGaussianBoxMuller2",
                                   BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2, 0, 1);
-    add<double, _bixdRngGaussian>("BM_korb_dist/dGaussianICDF", BIX_RNG_METHOD_GAUSSIAN_ICDF, 0,
-                                  1);
+    add<double, _bixdRngGaussian>("BM_korb_dist/dGaussianICDF", BIX_RNG_METHOD_GAUSSIAN_ICDF, 0, 1);
     add<float, _bixsRngGaussian>("BM_korb_dist/sGaussianBoxMuller",
                                  BIX_RNG_METHOD_GAUSSIAN_BOXMULLER, 0, 1);
     add<float, _bixsRngGaussian>("BM_korb_dist/sGaussianBoxMuller2",
                                  BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2, 0, 1);
     add<float, _bixsRngGaussian>("BM_korb_dist/sGaussianICDF", BIX_RNG_METHOD_GAUSSIAN_ICDF, 0, 1);
+    // The inversion kernels, in both precisions.
+    add<double, _bixdRngExponential>("BM_korb_dist/dExponential", 0, 0, 1);
+    add<float, _bixsRngExponential>("BM_korb_dist/sExponential", 0, 0, 1);
+    add<double, _bixdRngLaplace>("BM_korb_dist/dLaplace", 0, 0, 1);
+    add<float, _bixsRngLaplace>("BM_korb_dist/sLaplace", 0, 0, 1);
+    add<double, _bixdRngCauchy>("BM_korb_dist/dCauchy", 0, 0, 1);
+    add<float, _bixsRngCauchy>("BM_korb_dist/sCauchy", 0, 0, 1);
+    add<double, _bixdRngRayleigh>("BM_korb_dist/dRayleigh", 0, 0, 1);
+    add<float, _bixsRngRayleigh>("BM_korb_dist/sRayleigh", 0, 0, 1);
+    add<double, _bixdRngGumbel>("BM_korb_dist/dGumbel", 0, 0, 1);
+    add<float, _bixsRngGumbel>("BM_korb_dist/sGumbel", 0, 0, 1);
+    const auto add3 = [](const char *name, auto kernel) {
+        benchmark::RegisterBenchmark(name, kernel)->Arg(1000)->Arg(1000000);
+    };
+    add3("BM_korb_dist/dWeibull", [](benchmark::State &state) {
+        BM_korb_dist3<double>(state, [](BixStream *s, int n, double *r) {
+            return _bixdRngWeibull(0, s, n, r, 1.5, 0.0, 1.0);
+        });
+    });
+    add3("BM_korb_dist/sWeibull", [](benchmark::State &state) {
+        BM_korb_dist3<float>(state, [](BixStream *s, int n, float *r) {
+            return _bixsRngWeibull(0, s, n, r, 1.5f, 0.0f, 1.0f);
+        });
+    });
+    add3("BM_korb_dist/dLognormal", [](benchmark::State &state) {
+        BM_korb_dist3<double>(state, [](BixStream *s, int n, double *r) {
+            return _bixdRngLognormal(0, s, n, r, 0.0, 1.0, 0.0, 1.0);
+        });
+    });
+    add3("BM_korb_dist/sLognormal", [](benchmark::State &state) {
+        BM_korb_dist3<float>(state, [](BixStream *s, int n, float *r) {
+            return _bixsRngLognormal(0, s, n, r, 0.0f, 1.0f, 0.0f, 1.0f);
+        });
+    });
     return true;
 }();
 

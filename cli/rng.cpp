@@ -398,6 +398,10 @@ void print_help() {
         "  uniform   [--a A --b B]              methods std (default), accurate\n"
         "  gaussian  [--mean M --sigma S]       methods boxmuller (default), boxmuller2,\n"
         "                                       icdf\n"
+        "  exponential, laplace, cauchy, rayleigh, gumbel  [--a A --beta B]\n"
+        "  weibull   [--alpha S --a A --beta B]\n"
+        "  lognormal [--a M --sigma S --b B --beta B]   (the normal's mean and deviation,\n"
+        "                                       displacement, scale)\n"
         "as doubles (--format float for single precision); --method picks the method.\n"
         "--stats prints count, mean, variance, min and max of the N numbers instead of\n"
         "the numbers.");

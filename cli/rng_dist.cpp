@@ -22,12 +22,45 @@ int s_gaussian(int m, BixStream *s, int n, float *r, const double *p) {
     return _bixsRngGaussian(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]));
 }
 
+// The kernels of two parameters (a, beta), and Weibull's and the lognormal's.
+#define KORB_CLI_TWO(F)                                                                         \
+    [](int m, BixStream *s, int n, double *r, const double *p) {                                \
+        return _bixdRng##F(m, s, n, r, p[0], p[1]);                                             \
+    },                                                                                          \
+        [](int m, BixStream *s, int n, float *r, const double *p) {                             \
+            return _bixsRng##F(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1])); \
+        }
+int d_weibull(int m, BixStream *s, int n, double *r, const double *p) {
+    return _bixdRngWeibull(m, s, n, r, p[0], p[1], p[2]);
+}
+int s_weibull(int m, BixStream *s, int n, float *r, const double *p) {
+    return _bixsRngWeibull(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]),
+                           static_cast<float>(p[2]));
+}
+int d_lognormal(int m, BixStream *s, int n, double *r, const double *p) {
+    return _bixdRngLognormal(m, s, n, r, p[0], p[1], p[2], p[3]);
+}
+int s_lognormal(int m, BixStream *s, int n, float *r, const double *p) {
+    return _bixsRngLognormal(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]),
+                             static_cast<float>(p[2]), static_cast<float>(p[3]));
+}
+
 const char *below(const double *p) {
     return p[0] < p[1] ? nullptr : "--a must be below --b";
 }
 const char *positive_second(const double *p) {
     return p[1] > 0 ? nullptr : "the scale must be positive";
 }
+const char *weibull_check(const double *p) {
+    return p[0] > 0 && p[2] > 0 ? nullptr : "--alpha and --beta must be positive";
+}
+const char *lognormal_check(const double *p) {
+    return p[1] > 0 && p[3] > 0 ? nullptr : "--sigma and --beta must be positive";
+}
+
+constexpr DistMethod kInversion[] = {{"icdf", BIX_RNG_METHOD_ICDF}};
+constexpr DistParam kShift = {"--a", 0.0};
+constexpr DistParam kScale = {"--beta", 1.0};
 
 constexpr Distribution kDistributions[] = {
     {"uniform",
@@ -46,6 +79,35 @@ constexpr Distribution kDistributions[] = {
      s_gaussian,
      nullptr,
      positive_second},
+    {"exponential",
+     {kShift, kScale},
+     {kInversion[0]},
+     KORB_CLI_TWO(Exponential),
+     nullptr,
+     positive_second},
+    {"laplace", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Laplace), nullptr, positive_second},
+    {"weibull",
+     {{"--alpha", 1.0}, kShift, kScale},
+     {kInversion[0]},
+     d_weibull,
+     s_weibull,
+     nullptr,
+     weibull_check},
+    {"cauchy", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Cauchy), nullptr, positive_second},
+    {"rayleigh",
+     {kShift, kScale},
+     {kInversion[0]},
+     KORB_CLI_TWO(Rayleigh),
+     nullptr,
+     positive_second},
+    {"lognormal",
+     {kShift, {"--sigma", 1.0}, {"--b", 0.0}, kScale},
+     {kInversion[0]},
+     d_lognormal,
+     s_lognormal,
+     nullptr,
+     lognormal_check},
+    {"gumbel", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Gumbel), nullptr, positive_second},
 };
 
 }  // namespace

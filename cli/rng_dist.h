@@ -10,7 +10,7 @@
 
 namespace korb::cli {
 
-constexpr int kMaxDistParams = 3;
+constexpr int kMaxDistParams = 4;
 constexpr int kMaxDistMethods = 4;
 
 struct DistParam {

@@ -53,9 +53,11 @@ struct Precision;
 // variates a stream gives do not depend on it.
 template <>
 struct Precision<double> {
-    static constexpr uint32_t kPendingKey = 2;  // Gaussian pending-pair chunk
+    static constexpr uint32_t kPendingKey = 2;               // Gaussian pending-pair chunk
+    static constexpr double kLnOfZero = -744.4400719213812;  // ln of the least subnormal
     static constexpr double kTwoPi = 6.283185307179586;
     static constexpr double kSqrt2 = 1.4142135623730951;
+    static constexpr double kHalfPi = 1.5707963267948966;  // 0x3FF921FB54442D18
     static int generate(const BrngProperties *row, BixStream *s, int n, double *r, double a,
                         double b) {
         return row->dGen(s, n, r, a, b);
@@ -74,8 +76,10 @@ struct Precision<double> {
 template <>
 struct Precision<float> {
     static constexpr uint32_t kPendingKey = 1;
-    static constexpr float kTwoPi = 6.28318548f;  // 0x40C90FDB
-    static constexpr float kSqrt2 = 1.41421354f;  // 0x3FB504F3
+    static constexpr float kLnOfZero = -103.2789306640625f;
+    static constexpr float kTwoPi = 6.28318548f;   // 0x40C90FDB
+    static constexpr float kSqrt2 = 1.41421354f;   // 0x3FB504F3
+    static constexpr float kHalfPi = 1.57079637f;  // 0x3FC90FDB
     static int generate(const BrngProperties *row, BixStream *s, int n, float *r, float a,
                         float b) {
         return row->sGen(s, n, r, a, b);
@@ -91,6 +95,17 @@ struct Precision<float> {
     static constexpr auto powx = _arqsPowx;
 };
 
+// The error callback of the chains whose only special value is ln(0), from a uniform of 0: it
+// writes the logarithm of the least subnormal, for a singularity or for any error.
+enum class LnErrors { kSingularity, kAny };
+template <class T, LnErrors kWhich>
+int ln_of_zero(ArqErrorContext *c) {
+    if (kWhich == LnErrors::kAny || c->code == ARQ_STATUS_SING) {
+        c->r1 = c->r2 = Precision<T>::kLnOfZero;
+    }
+    return 0;
+}
+
 // n uniforms on [a, b) from one call of the stream's generator: the uniform kernel with method 0,
 // through which every distribution draws.
 template <class T>
@@ -105,6 +120,15 @@ inline int uniforms(BixStream *stream, int n, T *r, T a, T b) {
 template <class T>
 inline void scale(int n, T *r, T scale, T shift) {
     for (int i = 0; i < n; ++i) r[i] = r[i] * scale + shift;
+}
+
+// r[i] = max(low, r[i] * scale + shift), for the distributions bounded below by a displacement.
+template <class T>
+inline void scale_above(int n, T *r, T scale, T shift, T low) {
+    for (int i = 0; i < n; ++i) {
+        const T x = r[i] * scale + shift;
+        r[i] = x < low ? low : x;
+    }
 }
 
 // r[i] into [a, b]; a NaN stays as it is (both comparisons are false).

@@ -21,13 +21,13 @@ template <class T>
 struct Special;
 template <>
 struct Special<double> {
-    static constexpr double kLnOfZero = -744.4400719213812;  // ln of the least subnormal
+    static constexpr double kLnOfZero = Precision<double>::kLnOfZero;
     static constexpr double kNegative = -0.7670519064056041;
     static constexpr double kPositive = 5.8635847487551676;
 };
 template <>
 struct Special<float> {
-    static constexpr float kLnOfZero = -103.2789306640625f;
+    static constexpr float kLnOfZero = Precision<float>::kLnOfZero;
     static constexpr float kNegative = -1.0837465524673462f;
     static constexpr float kPositive = 3.8325068950653076f;
 };

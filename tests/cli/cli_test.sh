@@ -98,10 +98,15 @@ check "rng uniform accurate" 0 '^max 0\.99' "$korb" rng --dist uniform --method 
 check "rng uniform bounds" 0 '^min -4\.99' "$korb" rng --dist uniform --a -5 --b 5 --n 1000 --stats
 check "rng stats count" 0 '^count 7$' "$korb" rng --brng MCG59 --n 7 --stats
 check "rng gaussian pairs" 0 '^5$' sh -c "'$korb' rng --dist gaussian --method boxmuller2 --n 5 | wc -l"
+check "rng exponential" 0 '^min 1\.' "$korb" rng --dist exponential --a 1 --beta 2 --n 1000 --stats
+check "rng weibull float" 0 '^count 10$' "$korb" rng --dist weibull --alpha 2 --format float --n 10 --stats
+check "rng lognormal" 0 '^min 3\.' "$korb" rng --dist lognormal --sigma 0.5 --b 3 --n 1000 --stats
+check "rng gumbel" 0 '^mean -0\.5[67]' "$korb" rng --dist gumbel --n 100000 --stats
 for bad in "--dist poisson" "--dist gaussian --sigma 0" "--dist gaussian --sigma -1" \
     "--dist gaussian --beta 1" "--dist gaussian --a 1" "--dist gaussian --method foo" \
     "--dist gaussian --format int" "--dist uniform --a 2 --b 1" "--sigma 2" "--method icdf" \
-    "--stats --binary" "--dist gaussian --brng SOBOL:2" "--dist uniform --format float --a 1 --b 1.00000001"; do
+    "--stats --binary" "--dist gaussian --brng SOBOL:2" "--dist weibull --alpha 0" \
+    "--dist lognormal --mean 1" "--dist cauchy --beta -1" "--dist laplace --method std" "--dist uniform --format float --a 1 --b 1.00000001"; do
     # shellcheck disable=SC2086
     one_line_error "rng $bad" "$korb" rng $bad
 done

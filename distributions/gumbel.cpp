@@ -1,0 +1,33 @@
+// Gumbel (the distribution of minima) of displacement a and scale beta: a + beta ln E, E a
+// standard exponential variate; with a = 0, beta = 1 that is ln(-ln u).
+#include "distributions/exponential.h"
+
+namespace korb::dist {
+namespace {
+
+template <class T>
+int gumbel(BixStream *stream, int n, T *r, T a, T beta) {
+    using P = Precision<T>;
+    // The exponential kernel brackets itself with its own callback inside this one.
+    VmErrorBracket bracket(ln_of_zero<T, LnErrors::kAny>);
+    const int status = exponential(stream, n, r, T(0), T(1));
+    if (status < 0) return status;
+    vm(P::ln, n, r, r);
+    scale(n, r, beta, a);
+    return status;
+}
+
+}  // namespace
+}  // namespace korb::dist
+
+extern "C" {
+
+int _bixdRngGumbel(int, BixStream *stream, int n, double r[], double a, double beta) {
+    return korb::dist::gumbel(stream, n, r, a, beta);
+}
+
+int _bixsRngGumbel(int, BixStream *stream, int n, float r[], float a, float beta) {
+    return korb::dist::gumbel(stream, n, r, a, beta);
+}
+
+}  // extern "C"

@@ -1,0 +1,33 @@
+// Rayleigh of displacement a and scale beta by inversion: max(a, sqrt(-ln u) beta + a).
+#include "distributions/frame.h"
+
+namespace korb::dist {
+namespace {
+
+template <class T>
+int rayleigh(BixStream *stream, int n, T *r, T a, T beta) {
+    using P = Precision<T>;
+    VmErrorBracket bracket(ln_of_zero<T, LnErrors::kSingularity>);
+    const int status = uniforms(stream, n, r, T(0), T(1));
+    if (status < 0) return status;
+    vm(P::ln, n, r, r);
+    for (int i = 0; i < n; ++i) r[i] = T(0) - r[i];
+    vm(P::sqrt, n, r, r);
+    scale_above(n, r, beta, a, a);
+    return status;
+}
+
+}  // namespace
+}  // namespace korb::dist
+
+extern "C" {
+
+int _bixdRngRayleigh(int, BixStream *stream, int n, double r[], double a, double beta) {
+    return korb::dist::rayleigh(stream, n, r, a, beta);
+}
+
+int _bixsRngRayleigh(int, BixStream *stream, int n, float r[], float a, float beta) {
+    return korb::dist::rayleigh(stream, n, r, a, beta);
+}
+
+}  // extern "C"

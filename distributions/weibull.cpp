@@ -1,0 +1,35 @@
+// Weibull of shape alpha, displacement a and scale beta by inversion:
+// max(a, (-ln u)^(1/alpha) beta + a).
+#include "distributions/frame.h"
+
+namespace korb::dist {
+namespace {
+
+template <class T>
+int weibull(BixStream *stream, int n, T *r, T alpha, T a, T beta) {
+    using P = Precision<T>;
+    VmErrorBracket bracket(ln_of_zero<T, LnErrors::kSingularity>);
+    const int status = uniforms(stream, n, r, T(0), T(1));
+    if (status < 0) return status;
+    vm(P::ln, n, r, r);
+    for (int i = 0; i < n; ++i) r[i] = T(0) - r[i];
+    vm(P::powx, n, r, T(1) / alpha, r);
+    scale_above(n, r, beta, a, a);
+    return status;
+}
+
+}  // namespace
+}  // namespace korb::dist
+
+extern "C" {
+
+int _bixdRngWeibull(int, BixStream *stream, int n, double r[], double alpha, double a,
+                    double beta) {
+    return korb::dist::weibull(stream, n, r, alpha, a, beta);
+}
+
+int _bixsRngWeibull(int, BixStream *stream, int n, float r[], float alpha, float a, float beta) {
+    return korb::dist::weibull(stream, n, r, alpha, a, beta);
+}
+
+}  // extern "C"
