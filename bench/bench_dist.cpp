@@ -101,6 +101,22 @@ BENCHMARK(BM_boost_normal_ziggurat)->Arg(1000)->Arg(1000000);
 
 BENCHMARK(BM_libstdcxx_normal)->Arg(1000)->Arg(1000000);
 
+// libstdc++'s integer distributions, into an int array.
+template <class Dist>
+void BM_libstdcxx_int(benchmark::State &state, Dist dist) {
+    std::mt19937 engine(7);
+    std::vector<int> r(static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        for (int &x : r) x = static_cast<int>(dist(engine));
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+}
+BENCHMARK_CAPTURE(BM_libstdcxx_int, uniform_int, std::uniform_int_distribution<int>(-5, 4))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx_int, bernoulli, std::bernoulli_distribution(0.3))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx_int, geometric, std::geometric_distribution<int>(0.2))->Arg(1000000);
+
 template <class Dist>
 void BM_libstdcxx(benchmark::State &state, Dist dist) {
     std::mt19937 engine(7);
@@ -199,6 +215,18 @@ const bool registered = [] {
         BM_korb_dist3<float>(state, [](BixStream *s, int n, float *r) {
             return _bixsRngLognormal(0, s, n, r, 0.0f, 1.0f, 0.0f, 1.0f);
         });
+    });
+    add3("BM_korb_dist/iUniform", [](benchmark::State &state) {
+        BM_korb_dist3<int>(
+            state, [](BixStream *s, int n, int *r) { return _bixiRngUniform(0, s, n, r, -5, 5); });
+    });
+    add3("BM_korb_dist/iBernoulli", [](benchmark::State &state) {
+        BM_korb_dist3<int>(
+            state, [](BixStream *s, int n, int *r) { return _bixiRngBernoulli(0, s, n, r, 0.3); });
+    });
+    add3("BM_korb_dist/iGeometric", [](benchmark::State &state) {
+        BM_korb_dist3<int>(
+            state, [](BixStream *s, int n, int *r) { return _bixiRngGeometric(0, s, n, r, 0.2); });
     });
     return true;
 }();

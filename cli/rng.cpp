@@ -402,7 +402,10 @@ void print_help() {
         "  weibull   [--alpha S --a A --beta B]\n"
         "  lognormal [--a M --sigma S --b B --beta B]   (the normal's mean and deviation,\n"
         "                                       displacement, scale)\n"
-        "as doubles (--format float for single precision); --method picks the method.\n"
+        "  uniform-int [--a A --b B]            integers A..B-1\n"
+        "  bernoulli, geometric  [--p P]        success probability\n"
+        "as doubles (--format float for single precision; integer distributions print\n"
+        "signed integers); --method picks the method.\n"
         "--stats prints count, mean, variance, min and max of the N numbers instead of\n"
         "the numbers.");
 }
@@ -458,6 +461,7 @@ int cmd_rng(int argc, char **argv) {
     constexpr long long kBlock = 1 << 16;
     const int words = row.wordSize / 4;
     std::vector<uint32_t> ints;
+    std::vector<int32_t> signed_ints;
     std::vector<double> doubles;
     std::vector<float> floats;
     // A leapfrog keeps one coordinate of each point, so its numbers are printed one per line.
@@ -467,7 +471,7 @@ int cmd_rng(int argc, char **argv) {
     const auto print_int = [](uint32_t v) { std::printf("%" PRIu32, v); };
     const auto print_double = [](double v) { std::printf("%.17g", v); };
     const auto print_float = [](float v) { std::printf("%.9g", static_cast<double>(v)); };
-    const auto print_signed = [](uint32_t v) { std::printf("%" PRId32, static_cast<int32_t>(v)); };
+    const auto print_signed = [](int32_t v) { std::printf("%" PRId32, v); };
     Summary summary;
     Summary *const sum = o.stats ? &summary : nullptr;
     const Distribution *d = o.dist;
@@ -477,11 +481,10 @@ int cmd_rng(int argc, char **argv) {
         switch (o.format) {
             case Format::Int:
                 if (d != nullptr) {
-                    ints.resize(count);
-                    status = d->i(o.method, stream, m, reinterpret_cast<int32_t *>(ints.data()),
-                                  o.dist_params);
+                    signed_ints.resize(count);
+                    status = d->i(o.method, stream, m, signed_ints.data(), o.dist_params);
                     if (status < 0) break;
-                    emit(ints, count, o.binary, per_line, &printed, print_signed, sum);
+                    emit(signed_ints, count, o.binary, per_line, &printed, print_signed, sum);
                     break;
                 }
                 ints.resize(count * words);

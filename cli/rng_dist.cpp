@@ -3,6 +3,7 @@
 
 #include <cinttypes>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -45,6 +46,30 @@ int s_lognormal(int m, BixStream *s, int n, float *r, const double *p) {
                              static_cast<float>(p[2]), static_cast<float>(p[3]));
 }
 
+int i_uniform(int m, BixStream *s, int n, int32_t *r, const double *p) {
+    return _bixiRngUniform(m, s, n, r, static_cast<int>(p[0]), static_cast<int>(p[1]));
+}
+int i_bernoulli(int m, BixStream *s, int n, int32_t *r, const double *p) {
+    return _bixiRngBernoulli(m, s, n, r, p[0]);
+}
+int i_geometric(int m, BixStream *s, int n, int32_t *r, const double *p) {
+    return _bixiRngGeometric(m, s, n, r, p[0]);
+}
+const char *integer_bounds(const double *p) {
+    for (int k = 0; k < 2; ++k) {
+        if (p[k] != std::trunc(p[k]) || p[k] < INT32_MIN || p[k] > INT32_MAX) {
+            return "--a and --b must be 32-bit integers";
+        }
+    }
+    return p[0] < p[1] ? nullptr : "--a must be below --b";
+}
+const char *probability(const double *p) {
+    return p[0] >= 0 && p[0] <= 1 ? nullptr : "--p must lie in [0, 1]";
+}
+const char *success_probability(const double *p) {
+    return p[0] > 0 && p[0] <= 1 ? nullptr : "--p must lie in (0, 1]";
+}
+
 const char *below(const double *p) {
     return p[0] < p[1] ? nullptr : "--a must be below --b";
 }
@@ -59,6 +84,7 @@ const char *lognormal_check(const double *p) {
 }
 
 constexpr DistMethod kInversion[] = {{"icdf", BIX_RNG_METHOD_ICDF}};
+constexpr DistMethod kStandard[] = {{"std", BIX_RNG_METHOD_STD}};
 constexpr DistParam kShift = {"--a", 0.0};
 constexpr DistParam kScale = {"--beta", 1.0};
 
@@ -108,6 +134,21 @@ constexpr Distribution kDistributions[] = {
      nullptr,
      lognormal_check},
     {"gumbel", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Gumbel), nullptr, positive_second},
+    {"uniform-int",
+     {{"--a", 0.0}, {"--b", 2.0}},
+     {kStandard[0]},
+     nullptr,
+     nullptr,
+     i_uniform,
+     integer_bounds},
+    {"bernoulli", {{"--p", 0.5}}, {kInversion[0]}, nullptr, nullptr, i_bernoulli, probability},
+    {"geometric",
+     {{"--p", 0.5}},
+     {kInversion[0]},
+     nullptr,
+     nullptr,
+     i_geometric,
+     success_probability},
 };
 
 }  // namespace

@@ -422,6 +422,21 @@ KORB_API int _bixdRngGumbel(int method, BixStream *stream, int n, double r[], do
                             double beta);
 KORB_API int _bixsRngGumbel(int method, BixStream *stream, int n, float r[], float a, float beta);
 
+
+/*
+ * Integer distributions, one method each (id 0). r holds n 32-bit signed integers.
+ *   Uniform(a, b)     integers a..b-1: the floor of a double uniform on [a, b)
+ *   Bernoulli(p)      1 where a float uniform is below (float)p; p <= 0 gives only zeros
+ *   Geometric(p)      failures before the first success, floor(ln u / ln(1 - p)), the constant
+ *                     1 / ln(1 - p) in double, the rest in single precision
+ * __bixdLn is the double logarithm of the vector-math kernel for one argument, with no report.
+ */
+#define BIX_RNG_METHOD_STD 0
+KORB_API int _bixiRngUniform(int method, BixStream *stream, int n, int r[], int a, int b);
+KORB_API int _bixiRngBernoulli(int method, BixStream *stream, int n, int r[], double p);
+KORB_API int _bixiRngGeometric(int method, BixStream *stream, int n, int r[], double p);
+KORB_API double __bixdLn(double x);
+
 #ifdef __cplusplus
 }
 #endif

@@ -102,11 +102,16 @@ check "rng exponential" 0 '^min 1\.' "$korb" rng --dist exponential --a 1 --beta
 check "rng weibull float" 0 '^count 10$' "$korb" rng --dist weibull --alpha 2 --format float --n 10 --stats
 check "rng lognormal" 0 '^min 3\.' "$korb" rng --dist lognormal --sigma 0.5 --b 3 --n 1000 --stats
 check "rng gumbel" 0 '^mean -0\.5[67]' "$korb" rng --dist gumbel --n 100000 --stats
+check "rng uniform-int" 0 '^min -5$' "$korb" rng --dist uniform-int --a -5 --b 5 --n 1000 --stats
+check "rng bernoulli" 0 '^mean 0\.(29|30)' "$korb" rng --dist bernoulli --p 0.3 --n 100000 --stats
+check "rng geometric" 0 '^mean (3\.9|4\.0)' "$korb" rng --dist geometric --p 0.2 --n 100000 --stats
 for bad in "--dist poisson" "--dist gaussian --sigma 0" "--dist gaussian --sigma -1" \
     "--dist gaussian --beta 1" "--dist gaussian --a 1" "--dist gaussian --method foo" \
     "--dist gaussian --format int" "--dist uniform --a 2 --b 1" "--sigma 2" "--method icdf" \
     "--stats --binary" "--dist gaussian --brng SOBOL:2" "--dist weibull --alpha 0" \
-    "--dist lognormal --mean 1" "--dist cauchy --beta -1" "--dist laplace --method std" "--dist uniform --format float --a 1 --b 1.00000001"; do
+    "--dist lognormal --mean 1" "--dist cauchy --beta -1" "--dist laplace --method std" \
+    "--dist uniform-int --a 0.5" "--dist uniform-int --b 3e9" "--dist bernoulli --p 1.5" \
+    "--dist geometric --p 0" "--dist bernoulli --format double" "--dist uniform --format float --a 1 --b 1.00000001"; do
     # shellcheck disable=SC2086
     one_line_error "rng $bad" "$korb" rng $bad
 done

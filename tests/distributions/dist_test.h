@@ -86,4 +86,24 @@ inline double ks_bound(size_t n) {
     return 1.95 / std::sqrt(static_cast<double>(n));
 }
 
+// Pearson's statistic of the counts against n times the probabilities (the last cell takes the
+// rest of the probability), and the value a correct sample stays under with probability 0.999
+// (Wilson-Hilferty's approximation for df degrees of freedom).
+inline double chi_square(const std::vector<long> &counts, std::vector<double> probabilities,
+                         long n) {
+    double rest = 1;
+    for (size_t k = 0; k + 1 < probabilities.size(); ++k) rest -= probabilities[k];
+    probabilities.back() = rest;
+    double x = 0;
+    for (size_t k = 0; k < counts.size(); ++k) {
+        const double e = probabilities[k] * static_cast<double>(n);
+        x += (static_cast<double>(counts[k]) - e) * (static_cast<double>(counts[k]) - e) / e;
+    }
+    return x;
+}
+inline double chi_square_bound(int df) {
+    const double h = 2.0 / (9.0 * df), z = 3.0902;
+    return df * std::pow(1 - h + z * std::sqrt(h), 3);
+}
+
 }  // namespace korb::test

@@ -241,3 +241,14 @@ simd::f64v ln_below_half_pair(simd::f64v x, simd::f64v &lo) {
 }
 
 }  // namespace korb::vecmath
+
+extern "C" {
+
+// The dLn kernel's value for one argument under the thread's denormal mode, with no report.
+double __bixdLn(double x) {
+    korb::vecmath::KernelFrame frame;
+    int status = 0;
+    return korb::vecmath::ln_element(x, status);
+}
+
+}  // extern "C"
