@@ -163,6 +163,8 @@ TYPED_TEST(Dist, BothVariatesMethodGivesTheSameNumbersHoweverSplit) {
 
 TYPED_TEST(Dist, PendingRecordAllocationFailuresLeakNothing) {
     using T = TypeParam;
+    // The thread's vector-math state first: failing to make it is fatal by design.
+    korb_arq_kernel_GetMode();
     sweep_allocation_failures([] {
         BixStream *s = nullptr;
         const uint32_t seed = 1;

@@ -12,6 +12,7 @@
 #include "vecmath/dispatch.h"
 #include "vecmath/kernels/exp_ln_tables.h"
 #include "vecmath/kernels/frame.h"
+#include "korb/rng.h"
 #include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
