@@ -19,14 +19,4 @@ int cauchy(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngCauchy(int, BixStream *stream, int n, double r[], double a, double beta) {
-    return korb::dist::cauchy(stream, n, r, a, beta);
-}
-
-int _bixsRngCauchy(int, BixStream *stream, int n, float r[], float a, float beta) {
-    return korb::dist::cauchy(stream, n, r, a, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Cauchy, cauchy)

@@ -21,15 +21,5 @@ template int exponential(BixStream *, int, float *, float, float);
 
 }  // namespace korb::dist
 
-extern "C" {
-
 // Both method ids give the same numbers: the clamp is always applied.
-int _bixdRngExponential(int, BixStream *stream, int n, double r[], double a, double beta) {
-    return korb::dist::exponential(stream, n, r, a, beta);
-}
-
-int _bixsRngExponential(int, BixStream *stream, int n, float r[], float a, float beta) {
-    return korb::dist::exponential(stream, n, r, a, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Exponential, exponential)

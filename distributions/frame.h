@@ -142,3 +142,14 @@ inline void clamp(int n, T *r, T a, T b) {
 }
 
 }  // namespace korb::dist
+
+// The double and single entry points of a distribution of two parameters that takes no method:
+// _bixdRng<Name> and _bixsRng<Name> call korb::dist::<kernel>(stream, n, r, p1, p2).
+#define KORB_DIST_ENTRY_POINTS(Name, kernel)                                                      \
+    extern "C" int _bixdRng##Name(int, BixStream *stream, int n, double r[], double p1,           \
+                                  double p2) {                                                    \
+        return korb::dist::kernel(stream, n, r, p1, p2);                                          \
+    }                                                                                             \
+    extern "C" int _bixsRng##Name(int, BixStream *stream, int n, float r[], float p1, float p2) { \
+        return korb::dist::kernel(stream, n, r, p1, p2);                                          \
+    }

@@ -20,14 +20,4 @@ int gumbel(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngGumbel(int, BixStream *stream, int n, double r[], double a, double beta) {
-    return korb::dist::gumbel(stream, n, r, a, beta);
-}
-
-int _bixsRngGumbel(int, BixStream *stream, int n, float r[], float a, float beta) {
-    return korb::dist::gumbel(stream, n, r, a, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Gumbel, gumbel)

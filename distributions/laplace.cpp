@@ -34,14 +34,4 @@ int laplace(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngLaplace(int, BixStream *stream, int n, double r[], double a, double beta) {
-    return korb::dist::laplace(stream, n, r, a, beta);
-}
-
-int _bixsRngLaplace(int, BixStream *stream, int n, float r[], float a, float beta) {
-    return korb::dist::laplace(stream, n, r, a, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Laplace, laplace)

@@ -20,14 +20,4 @@ int rayleigh(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngRayleigh(int, BixStream *stream, int n, double r[], double a, double beta) {
-    return korb::dist::rayleigh(stream, n, r, a, beta);
-}
-
-int _bixsRngRayleigh(int, BixStream *stream, int n, float r[], float a, float beta) {
-    return korb::dist::rayleigh(stream, n, r, a, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Rayleigh, rayleigh)
