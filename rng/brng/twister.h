@@ -210,22 +210,16 @@ inline void words_to_doubles_in_place(double *r, int count, double s, double a) 
     }
 }
 
-// n doubles on [a, b) into r. The words of a piece are generated into the first half of the
-// piece's part of r and converted in place; pieces keep that scratch within the first-level
-// cache. A piece ends on a block boundary when it can, so that later pieces run whole blocks.
+// n doubles on [a, b) into r, with r as the only scratch: the n words go into its first 4n
+// bytes, then are converted in place. (Converting in cache-sized pieces instead measured no
+// faster at n = 10^6 and slower at 1.6 * 10^7, 1.05 against 0.72 ns a number.)
 template <class S>
 void generate_doubles(uint32_t *mt, int32_t *index, const Params &p, int n, double *r, double a,
                       double b) {
-    constexpr int kPieceBlocks = std::max(1, 2048 / S::kN);
-    const double s = (b - a) * uniform::kWordScale;
-    for (int done = 0; done < n;) {
-        const int rest_of_block = S::kN - block_index<S>(*index);
-        const int len = std::min(n - done, rest_of_block + kPieceBlocks * S::kN);
-        WordSink sink{r + done};
-        generate<S>(mt, index, p, len, sink);
-        words_to_doubles_in_place(r + done, len, s, a);
-        done += len;
-    }
+    if (n <= 0) return;
+    WordSink sink{r};
+    generate<S>(mt, index, p, n, sink);
+    words_to_doubles_in_place(r, n, (b - a) * uniform::kWordScale, a);
 }
 
 }  // namespace korb::rng::twister

@@ -254,8 +254,8 @@ TEST(Twisters, RealOutputsOfTheExtremeWords) {
     }
 }
 
-// Doubles and floats are the words scaled, over requests that cross many blocks and the pieces
-// in which the doubles are made, from a stream that starts inside a block.
+// Doubles (made in place over their words) and floats are the words scaled, over requests that
+// cross many blocks, from a stream that starts inside a block.
 TEST(Twisters, RealOutputsScaleTheWords) {
     const int n = 7001;
     for (int brng : {BIX_BRNG_MT19937, BIX_BRNG_MT2203 + 17}) {
