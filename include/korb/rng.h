@@ -283,6 +283,30 @@ KORB_API int __bixiBRngMCG59(BixStream *stream, int n, uint32_t r[]);
 KORB_API uint64_t __bixiPowMod2P59(uint64_t base, uint64_t exponent);
 
 /*
+ * MT19937: the 32-bit Mersenne twister (period 2^19937 - 1). The n seed words are its key array
+ * (n <= 0: the key {1}), so the integer output is the reference output for that key. Real
+ * outputs are a + (b - a) * w * 2^-32 of the tempered words w (floats: that double rounded,
+ * kept below b). Leapfrog and skip-ahead return BIX_ERROR_LEAPFROG_UNSUPPORTED and
+ * BIX_ERROR_SKIPAHEAD_UNSUPPORTED.
+ */
+KORB_API int __bixBRngMT19937InitStream(int method, BixStream *stream, int n,
+                                        const uint32_t params[]);
+KORB_API int __bixsBRngMT19937(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngMT19937(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngMT19937(BixStream *stream, int n, uint32_t r[]);
+
+/*
+ * MT2203 set (BIX_BRNG_MT2203 + 0 to 6023): Mersenne twisters of period 2^2203 - 1 on 69 words,
+ * one per member, each with its own twist word and tempering masks. Seeding, outputs and the
+ * refused splits are as for MT19937.
+ */
+KORB_API int __bixBRngMT2203InitStream(int method, BixStream *stream, int n,
+                                       const uint32_t params[]);
+KORB_API int __bixsBRngMT2203(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngMT2203(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngMT2203(BixStream *stream, int n, uint32_t r[]);
+
+/*
  * Quasi-random generators: the base-2 Sobol sequence (Joe-Kuo direction numbers, 32 bits) and
  * the base-2 Niederreiter sequence (32 digits), in Gray-code order without the origin. Seeding
  * takes the dimension d in seed[0] (1 when there is no seed or it is 0); a d above the largest

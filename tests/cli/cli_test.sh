@@ -68,7 +68,11 @@ check "rng MRG32K3A no leapfrog" 1 'BIX_ERROR_LEAPFROG_UNSUPPORTED' \
     "$korb" rng --brng MRG32K3A --leapfrog 0,2
 check "rng MCG59 words" 0 '^302875106592253$' sh -c "'$korb' rng --brng MCG59 --n 2 | tail -n 1"
 check "rng MCG59 binary" 0 '^24$' sh -c "'$korb' rng --brng MCG59 --n 3 --binary | wc -c"
-check "rng not built" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng MT19937
+check "rng MT19937 key" 0 '^1067595299$' "$korb" rng --brng MT19937 --seed 291,564,837,1110 --n 1
+check "rng MT19937 no leapfrog" 1 'BIX_ERROR_LEAPFROG_UNSUPPORTED' \
+    "$korb" rng --brng MT19937 --leapfrog 0,2
+check "rng MT2203 member" 0 '^3$' sh -c "'$korb' rng --brng MT2203:6023 --n 3 --format double | wc -l"
+check "rng MT2203 no member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng MT2203:6024
 check "rng R250" 0 '^985332332$' "$korb" rng --brng R250 --n 1
 check "rng WH member" 0 '^4$' sh -c "'$korb' rng --brng WH:272 --n 1 | wc -l"
 check "rng WH last member" 1 'BIX_ERROR_INVALID_BRNG' "$korb" rng --brng WH:273
@@ -80,7 +84,7 @@ check "rng niederr leapfrog" 0 '^1073741824$' sh -c "'$korb' rng --brng NIEDERR:
 check "rng sobol too wide" 1 'BIX_ERROR_BADARGS' "$korb" rng --brng SOBOL:2601
 check "rng help" 0 '^usage: korb rng' "$korb" rng --help
 check "info registry" 0 'MCG31M1 .* yes$' "$korb" info
-check "info not built" 0 'MT19937 .* not yet$' "$korb" info
+check "info MT19937" 0 'MT19937 .* yes$' "$korb" info
 for bad in "--brng foo" "--brng" "--n 0" "--n -3" "--n 1x" "--format hex" "--a 0.5" \
     "--format double --a 2 --b 1" "--format float --a 1 --b 1.00000001" "--seed -1" \
     "--seed 4294967296" "--seed 1,,2" "--leapfrog 1" "--leapfrog 1,0" "--skip -1" \

@@ -26,6 +26,8 @@ const Generator kGenerators[] = {
     {BIX_BRNG_MCG59, true, true},     {BIX_BRNG_R250, false, true},
     {BIX_BRNG_WH, true, true},        {BIX_BRNG_WH + 272, true, true},
     {BIX_BRNG_SOBOL, false, true, 7}, {BIX_BRNG_NIEDERR, false, true, 7},
+    {BIX_BRNG_MT19937, false, false}, {BIX_BRNG_MT2203 + 1, false, false},
+    {BIX_BRNG_MT2203, false, false},  {BIX_BRNG_MT2203 + 6023, false, false},
 };
 
 class Contract : public ::testing::TestWithParam<Generator> {

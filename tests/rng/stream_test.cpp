@@ -41,11 +41,12 @@ TEST(Streams, AbstractIdsAreRefusedBeforeValidation) {
 
 TEST(Streams, FailedInitialiserLeavesTheStreamToTheCaller) {
     BixStream *s = nullptr;
-    EXPECT_EQ(__bixNewStreamEx(&s, BIX_BRNG_MT19937, 0, nullptr), BIX_ERROR_INVALID_BRNG);
+    const uint32_t too_wide = BIX_SOBOL_MAX_DIM + 1;
+    EXPECT_EQ(__bixNewStreamEx(&s, BIX_BRNG_SOBOL, 1, &too_wide), BIX_ERROR_BADARGS);
     ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->brng, BIX_BRNG_MT19937);
+    EXPECT_EQ(s->brng, BIX_BRNG_SOBOL);
     double d[1];
-    EXPECT_EQ(__RegBrngsNew[7].dGen(s, 1, d, 0, 1), BIX_ERROR_INVALID_BRNG);  // not built yet
+    EXPECT_EQ(__RegBrngsNew[5].dGen(s, 1, d, 0, 1), BIX_ERROR_BADARGS);  // never seeded
     EXPECT_EQ(__bixDeleteStream(&s), BIX_ERROR_OK);
     EXPECT_EQ(s, nullptr);
     EXPECT_EQ(__bixDeleteStream(&s), BIX_ERROR_OK);
@@ -115,7 +116,7 @@ TEST(Streams, CopyStateReplacesStateAndChunksButNotTheId) {
 
 TEST(Streams, CopyStateStaysInsideBothRecords) {
     // Wichmann-Hill declares 64 bytes of words but holds 32; MT19937 holds far more than
-    // MCG31M1. Streams of unbuilt generators are still allocated, which is all this needs.
+    // MCG31M1.
     BixStream *wh1 = nullptr, *wh2 = nullptr, *mt = nullptr;
     __bixNewStreamEx(&wh1, BIX_BRNG_WH, 0, nullptr);
     __bixNewStreamEx(&wh2, BIX_BRNG_WH + 3, 0, nullptr);
