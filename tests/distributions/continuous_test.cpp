@@ -144,7 +144,9 @@ void expect_bounded_and_restored(const Kernel &k) {
                       BIX_ERROR_OK);
             for (T x : r) {
                 EXPECT_TRUE(std::isfinite(x)) << k.name;
-                if (k.low >= 0) EXPECT_GE(x, static_cast<T>(k.p[k.low])) << k.name;
+                if (k.low >= 0) {
+                    EXPECT_GE(x, static_cast<T>(k.p[k.low])) << k.name;
+                }
             }
             EXPECT_EQ(korb_arq_kernel_GetMode(), mode) << k.name;
             EXPECT_EQ(korb_arq_kernel_GetErrorCallBack(), +callback) << k.name;
@@ -223,7 +225,9 @@ TYPED_TEST(Chains, CauchyAtMinusHalfPiIsLargeAndFinite) {
     EXPECT_TRUE(std::isfinite(r));
     // The double nearest -pi/2 lies above it (tangent about -1.6e16); the float below (2.3e7).
     EXPECT_GT(std::fabs(r), sizeof(T) == 8 ? 1e16 : 2e7);
-    if (sizeof(T) == 8) EXPECT_LT(r, 0);
+    if (sizeof(T) == 8) {
+        EXPECT_LT(r, 0);
+    }
 }
 
 // Both chains must reproduce the intermediate kernels' numbers exactly.
