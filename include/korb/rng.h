@@ -329,6 +329,20 @@ KORB_API int __bixdBRngsAbstract(BixStream *stream, int n, double r[], double a,
 KORB_API int __bixiBRngsAbstract(BixStream *stream, int n, uint32_t r[]);
 
 /*
+ * SFMT19937: the SIMD-oriented fast Mersenne twister with exponent 19937 (period 2^19937 - 1).
+ * Seeding takes a key array of n words (n <= 0: the key {1}) and reproduces the authors'
+ * reference output for that key. A stream is one sequence of 32-bit words: __bixiBRngSFMT19937
+ * writes n 128-bit words, that is the next 4n 32-bit words (r holds 4 * n uint32_t); doubles
+ * and floats take one 32-bit word w each, a + (b - a) * w * 2^-32. Leapfrog and skip-ahead
+ * return BIX_ERROR_LEAPFROG_UNSUPPORTED and BIX_ERROR_SKIPAHEAD_UNSUPPORTED.
+ */
+KORB_API int __bixBRngSFMT19937InitStream(int method, BixStream *stream, int n,
+                                          const uint32_t params[]);
+KORB_API int __bixsBRngSFMT19937(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngSFMT19937(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngSFMT19937(BixStream *stream, int n, uint32_t r[]);
+
+/*
  * The non-deterministic generator (row 13): streams are made (the initialiser checks for the
  * processor's random-number instruction and returns BIX_ERROR_NONDETERM_NOT_SUPPORTED without
  * it), but this kernel library generates nothing from them: the three generation functions

@@ -29,6 +29,5 @@ constexpr BrngProperties not_built(int state_size, int state_words, int includes
 
 const BrngProperties mt19937_row = not_built(2520, 625, 1, 4, 32);
 const BrngProperties mt2203_row = not_built(312, 70, 1, 4, 32);
-const BrngProperties sfmt19937_row = not_built(2536, 625, 1, 16, 128);
 
 }  // namespace korb::rng

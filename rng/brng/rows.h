@@ -17,11 +17,11 @@ extern const BrngProperties sabstract_row;
 extern const BrngProperties trng_row;
 extern const BrngProperties sobol_row;
 extern const BrngProperties niederr_row;
+extern const BrngProperties sfmt19937_row;
 
 // Generators whose rows exist with their final sizes but whose functions are not built yet
 // (rng/brng/not_built.cpp). Each moves to its own source when its generator lands.
 extern const BrngProperties mt19937_row;
 extern const BrngProperties mt2203_row;
-extern const BrngProperties sfmt19937_row;
 
 }  // namespace korb::rng
