@@ -353,6 +353,24 @@ KORB_API int __bixsBRngTRNG(BixStream *stream, int n, float r[], float a, float 
 KORB_API int __bixdBRngTRNG(BixStream *stream, int n, double r[], double a, double b);
 KORB_API int __bixiBRngTRNG(BixStream *stream, int n, uint32_t r[]);
 
+/*
+ * Uniform bits. _bixiRngUniformBits writes n raw output words of the stream's generator exactly
+ * as its iGen does (wordSize / 4 elements of r per word). _bixiRngUniformBits32 writes n 32-bit
+ * and _bixiRngUniformBits64 n 64-bit uniform words; they serve MCG59 (the top 32 of each word's
+ * 59 bits; two words per 64-bit output, the earlier in the low half), MT19937, MT2203 and the
+ * non-deterministic generator (raw words; two per 64-bit output, the earlier in the low half)
+ * and SFMT19937 (its 128-bit words split low part first; the part a call does not use is kept
+ * with the stream, so any split of n gives the same outputs). Other generators return
+ * BIX_ERROR_BRNG_NOT_SUPPORTED and write nothing. The method is 0.
+ */
+#define BIX_RNG_METHOD_UNIFORMBITS_STD 0
+#define BIX_RNG_METHOD_UNIFORMBITS32_STD 0
+#define BIX_RNG_METHOD_UNIFORMBITS64_STD 0
+
+KORB_API int _bixiRngUniformBits(int method, BixStream *stream, int n, uint32_t r[]);
+KORB_API int _bixiRngUniformBits32(int method, BixStream *stream, int n, uint32_t r[]);
+KORB_API int _bixiRngUniformBits64(int method, BixStream *stream, int n, uint64_t r[]);
+
 #ifdef __cplusplus
 }
 #endif
