@@ -125,11 +125,16 @@ bool parse_seeds(const char *s, std::vector<uint32_t> *seeds) {
 
 enum class Format { Int, Double, Float };
 
+// --dist: the raw words of the generator (none) or a uniform-bits kernel.
+enum class Dist { None, Bits, Bits32, Bits64 };
+
 struct Options {
     int brng = BIX_BRNG_MCG31M1;
     std::vector<uint32_t> seeds{1};
     long long n = 10;
     Format format = Format::Int;
+    bool format_given = false;
+    Dist dist = Dist::None;
     double a = 0.0;
     double b = 1.0;
     bool bounds_given = false;
@@ -176,7 +181,8 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
         }
         const bool known = opt == "--brng" || opt == "--seed" || opt == "--n" ||
                            opt == "--format" || opt == "--a" || opt == "--b" || opt == "--skip" ||
-                           opt == "--leapfrog" || opt == "--load" || opt == "--save";
+                           opt == "--leapfrog" || opt == "--load" || opt == "--save" ||
+                           opt == "--dist";
         if (!known) {
             *exit = usage_error("rng: unknown option", argv[i]);
             return false;
@@ -204,6 +210,11 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
             std::string_view f = v;
             ok = f == "int" || f == "double" || f == "float";
             o->format = f == "double" ? Format::Double : f == "float" ? Format::Float : Format::Int;
+            o->format_given = true;
+        } else if (opt == "--dist") {
+            std::string_view d = v;
+            ok = d == "bits" || d == "bits32" || d == "bits64";
+            o->dist = d == "bits" ? Dist::Bits : d == "bits32" ? Dist::Bits32 : Dist::Bits64;
         } else if (opt == "--a" || opt == "--b") {
             ok = parse_real(v, opt == "--a" ? &o->a : &o->b);
             o->bounds_given = true;
@@ -233,6 +244,11 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
             return false;
         }
         o->seeds = {static_cast<uint32_t>(o->dimension)};
+    }
+    if (o->dist != Dist::None && (o->format_given || o->bounds_given)) {
+        *exit = usage_error("rng: --dist bits, bits32 and bits64 print words; drop",
+                            o->format_given ? "--format" : "--a/--b");
+        return false;
     }
     if (o->bounds_given && o->format == Format::Int) {
         *exit = usage_error("rng: --a and --b need --format double or float, got", "int");
@@ -264,12 +280,38 @@ void emit(const std::vector<T> &r, size_t n, bool binary, long long per_line, lo
     }
 }
 
+// m words of a 32- or 64-bit uniform-bits kernel, printed one per line or written raw.
+int emit_bits(BixStream *stream, int m, Dist dist, bool binary, std::vector<uint32_t> *buffer) {
+    const size_t count = static_cast<size_t>(m);
+    int status = BIX_ERROR_OK;
+    if (dist == Dist::Bits32) {
+        buffer->resize(count);
+        status = _bixiRngUniformBits32(BIX_RNG_METHOD_UNIFORMBITS32_STD, stream, m, buffer->data());
+        if (status != BIX_ERROR_OK) return status;
+        if (binary) {
+            std::fwrite(buffer->data(), 4, count, stdout);
+        } else {
+            for (uint32_t v : *buffer) std::printf("%" PRIu32 "\n", v);
+        }
+        return status;
+    }
+    std::vector<uint64_t> words(count);
+    status = _bixiRngUniformBits64(BIX_RNG_METHOD_UNIFORMBITS64_STD, stream, m, words.data());
+    if (status != BIX_ERROR_OK) return status;
+    if (binary) {
+        std::fwrite(words.data(), 8, count, stdout);
+    } else {
+        for (uint64_t v : words) std::printf("%" PRIu64 "\n", v);
+    }
+    return status;
+}
+
 void print_help() {
     std::puts(
         "usage: korb rng [--brng NAME|ID] [--seed S[,S...]] [--n N]\n"
         "                [--format int|double|float] [--a A --b B]\n"
         "                [--skip N] [--leapfrog K,NSTREAMS] [--binary]\n"
-        "                [--load FILE] [--save FILE]\n"
+        "                [--load FILE] [--save FILE] [--dist bits|bits32|bits64]\n"
         "Draws N numbers (default 10) from a stream of the generator (default MCG31M1,\n"
         "seed 1) and prints one per line: raw output words for int, numbers on [A, B)\n"
         "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
@@ -280,7 +322,11 @@ void print_help() {
         "--load continues a stream saved by --save (generator, state and chunks come\n"
         "from FILE, so no --brng or --seed); --save writes the stream as it stands after\n"
         "the N numbers, so that a later run with --load continues where this one stopped.\n"
-        "FILE may be the same for both.");
+        "FILE may be the same for both.\n"
+        "--dist bits prints the generator's raw words through the uniform-bits kernel,\n"
+        "bits32 and bits64 N uniform 32- or 64-bit words (for generators with such a\n"
+        "conversion: MCG59, MT19937, MT2203, SFMT19937); with --binary they go out as\n"
+        "raw little-endian words, e.g. for a test battery reading standard input.");
 }
 
 }  // namespace
@@ -348,8 +394,14 @@ int cmd_rng(int argc, char **argv) {
         const size_t count = static_cast<size_t>(m);
         switch (o.format) {
             case Format::Int:
+                if (o.dist == Dist::Bits32 || o.dist == Dist::Bits64) {
+                    status = emit_bits(stream, m, o.dist, o.binary, &ints);
+                    break;
+                }
                 ints.resize(count * words);
-                status = row.iGen(stream, m, ints.data());
+                status = o.dist == Dist::Bits ? _bixiRngUniformBits(BIX_RNG_METHOD_UNIFORMBITS_STD,
+                                                                    stream, m, ints.data())
+                                              : row.iGen(stream, m, ints.data());
                 if (status != BIX_ERROR_OK) break;
                 if (words == 2 && !o.binary) {
                     // 64-bit words (MCG59) print as one number each, low half first in memory.
