@@ -333,8 +333,9 @@ KORB_API int __bixiBRngsAbstract(BixStream *stream, int n, uint32_t r[]);
  * Seeding takes a key array of n words (n <= 0: the key {1}) and reproduces the authors'
  * reference output for that key. A stream is one sequence of 32-bit words: __bixiBRngSFMT19937
  * writes n 128-bit words, that is the next 4n 32-bit words (r holds 4 * n uint32_t); doubles
- * and floats take one 32-bit word w each, a + (b - a) * w * 2^-32. Leapfrog and skip-ahead
- * return BIX_ERROR_LEAPFROG_UNSUPPORTED and BIX_ERROR_SKIPAHEAD_UNSUPPORTED.
+ * and floats take one 32-bit word w each, a + (b - a) * w * 2^-32. Skip-ahead counts 128-bit
+ * words (4 * nskip doubles or floats) and is exact; leapfrog returns
+ * BIX_ERROR_LEAPFROG_UNSUPPORTED.
  */
 KORB_API int __bixBRngSFMT19937InitStream(int method, BixStream *stream, int n,
                                           const uint32_t params[]);

@@ -19,7 +19,15 @@
 // Seeding takes a key array of n words (none: the key {1}), mixed into the state by the
 // authors' key-array initialisation, followed by their period certification: the inner product
 // of the first four 32-bit words with PARITY = {1, 0, 0, 0x13c9e684} must be odd, else the
-// lowest set bit of PARITY is flipped in the state. Leapfrog and skip-ahead are not offered.
+// lowest set bit of PARITY is flipped in the state. Leapfrog is not offered.
+//
+// Skip-ahead counts 128-bit words (the row's output word; four doubles or floats each). The
+// window of 156 words moves in whole renewals: by R renewals either by renewing R times
+// (small R) or by a polynomial jump. The step T on the window is linear on its 19968 bits with
+// characteristic polynomial p (sfmt19937_poly.inc, made by tools/gen_sfmt19937_poly), so
+// T^J = (t^J mod p)(T): with t^J mod p = sum of c_j t^j, the window J words later is the sum of
+// c_j T^j(window), evaluated by Horner's rule in 19968 steps. t^J mod p takes about 64
+// squarings modulo p. The result is exact for every state.
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -40,6 +48,14 @@ constexpr int kSL1 = 18, kSR1 = 11;   // shifts per 32-bit lane
 constexpr int kSL2 = 1, kSR2 = 1;     // whole-word shifts, in bytes
 constexpr uint32_t kMask[4] = {0xdfffffefu, 0xddfecb7fu, 0xbffaffffu, 0xbffffff6u};
 constexpr uint32_t kParity[4] = {0x00000001u, 0x00000000u, 0x00000000u, 0x13c9e684u};
+
+// The characteristic polynomial of the step, bit j of word j / 64 the coefficient of t^j.
+constexpr int kDegree = 128 * kVectors;  // 19968
+constexpr int kPolyWords = kDegree / 64 + 1;
+constexpr uint64_t kCharPoly[kPolyWords] = {
+#include "sfmt19937_poly.inc"
+};
+static_assert(kCharPoly[kPolyWords - 1] == 1, "monic of degree 19968");
 
 struct State {
     alignas(16) uint32_t u[kWords];  // the 156 128-bit words, lane 0 first
@@ -180,6 +196,116 @@ void generate(State *st, int n, Sink &sink) {
     st->idx = pos;
 }
 
+// Polynomials over GF(2) as little-endian bit strings: bit j of byte j / 8 is the coefficient
+// of t^j. A residue has kDegree coefficients; a square before reduction twice as many.
+constexpr int kResidueBytes = 8 * kPolyWords;
+constexpr int kProductBytes = 2 * kResidueBytes + 8;
+
+struct Poly {
+    unsigned char b[kProductBytes];
+    bool bit(int j) const { return (b[j >> 3] >> (j & 7)) & 1; }
+};
+
+// p shifted left by 0..7 bits, so that reducing by p t^e is one xor at byte e / 8.
+struct ShiftedModulus {
+    unsigned char s[8][kResidueBytes + 8];
+    ShiftedModulus() {
+        unsigned char p[kResidueBytes + 8] = {};
+        std::memcpy(p, kCharPoly, sizeof kCharPoly);
+        for (int k = 0; k < 8; ++k) {
+            for (int i = kResidueBytes + 7; i >= 0; --i) {
+                s[k][i] = static_cast<unsigned char>(p[i] << k | (i > 0 ? p[i - 1] >> (8 - k) : 0));
+            }
+        }
+    }
+};
+
+inline void xor_bytes(unsigned char *dst, const unsigned char *src, int n) {
+    int i = 0;
+    for (; i + 16 <= n; i += 16)
+        store(reinterpret_cast<uint32_t *>(dst + i),
+              _mm_xor_si128(load(reinterpret_cast<const uint32_t *>(dst + i)),
+                            load(reinterpret_cast<const uint32_t *>(src + i))));
+    for (; i < n; ++i) dst[i] ^= src[i];
+}
+
+// Clears every coefficient from `top` down to kDegree by subtracting multiples of p.
+void reduce(Poly &x, int top, const ShiftedModulus &m) {
+    for (int d = top; d >= kDegree; --d) {
+        if (!x.bit(d)) continue;
+        const int e = d - kDegree;
+        xor_bytes(x.b + (e >> 3), m.s[e & 7], kResidueBytes + 1);
+    }
+}
+
+// x^2 mod p: squaring spreads the coefficients to even degrees.
+void square(Poly &x, const ShiftedModulus &m) {
+    unsigned char r[kResidueBytes];
+    std::memcpy(r, x.b, sizeof r);
+    std::memset(x.b, 0, sizeof x.b);
+    for (int i = 0; i < kResidueBytes; ++i) {
+        uint32_t v = r[i];
+        v = (v | v << 4) & 0x0F0F;
+        v = (v | v << 2) & 0x3333;
+        v = (v | v << 1) & 0x5555;
+        x.b[2 * i] = static_cast<unsigned char>(v);
+        x.b[2 * i + 1] = static_cast<unsigned char>(v >> 8);
+    }
+    reduce(x, 2 * kDegree - 2, m);
+}
+
+// x * t mod p.
+void times_t(Poly &x, const ShiftedModulus &m) {
+    for (int i = kResidueBytes; i > 0; --i) {
+        x.b[i] = static_cast<unsigned char>(x.b[i] << 1 | x.b[i - 1] >> 7);
+    }
+    x.b[0] = static_cast<unsigned char>(x.b[0] << 1);
+    reduce(x, kDegree, m);
+}
+
+// Below this many renewals (about 30 ms) renewing is cheaper than a jump (25 to 100 ms).
+constexpr uint64_t kJumpFrom = uint64_t{1} << 17;
+
+// Moves the window `steps` words on: w <- (t^steps mod p)(T) w.
+void jump(State *st, uint64_t steps) {
+    const ShiftedModulus m;
+    Poly c = {};
+    c.b[0] = 1;
+    for (int k = 63 - __builtin_clzll(steps); k >= 0; --k) {
+        square(c, m);
+        if ((steps >> k) & 1) times_t(c, m);
+    }
+    // Horner's rule on a ring of 156 words: acc <- T(acc) + c_j w, j from the top down.
+    const __m128i mask = mask_vector();
+    alignas(16) uint32_t acc[kWords] = {};
+    int head = 0;  // ring position of the oldest word
+    const auto at = [&](int k) { return acc + 4 * ((head + k) % kVectors); };
+    for (int j = kDegree - 1; j >= 0; --j) {
+        const __m128i x = recursion(load(at(0)), load(at(kPos1)), load(at(kVectors - 2)),
+                                    load(at(kVectors - 1)), mask);
+        store(at(0), x);
+        head = (head + 1) % kVectors;
+        if (!c.bit(j)) continue;
+        for (int k = 0; k < kVectors; ++k) {
+            store(at(k), _mm_xor_si128(load(at(k)), load(st->u + 4 * k)));
+        }
+    }
+    for (int k = 0; k < kVectors; ++k) std::memcpy(st->u + 4 * k, at(k), 16);
+}
+
+// Advances the stream by nskip 128-bit words.
+void skip_ahead(State *st, uint64_t nskip) {
+    // Words from the window's start to the new position, and the renewals on the way.
+    const unsigned __int128 target = position(st) + 4 * static_cast<unsigned __int128>(nskip);
+    const uint64_t renewals = static_cast<uint64_t>(target / kWords);
+    if (renewals < kJumpFrom) {
+        for (uint64_t k = 0; k < renewals; ++k) regenerate(st);
+    } else {
+        jump(st, renewals * kVectors);
+    }
+    st->idx = static_cast<int32_t>(target % kWords);
+}
+
 inline uint32_t mix1(uint32_t x) {
     return (x ^ (x >> 27)) * 1664525u;
 }
@@ -268,7 +394,9 @@ int __bixBRngSFMT19937InitStream(int method, BixStream *stream, int n, const uin
         case BIX_INIT_METHOD_LEAPFROG:
             return BIX_ERROR_LEAPFROG_UNSUPPORTED;
         case BIX_INIT_METHOD_SKIPAHEAD:
-            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
+            if (params == nullptr) return BIX_ERROR_BADARGS;
+            skip_ahead(state_of<State>(stream), params[0] | static_cast<uint64_t>(params[1]) << 32);
+            return BIX_ERROR_OK;
         default:
             return BIX_ERROR_BADMETHOD;
     }

@@ -198,13 +198,49 @@ TEST(Sfmt19937, RowAndSplits) {
     EXPECT_EQ(p.iGen, &__bixiBRngSFMT19937);
     Stream s = make({1});
     EXPECT_EQ(__bixLeapfrogStream(s.get(), 0, 2), BIX_ERROR_LEAPFROG_UNSUPPORTED);
-    EXPECT_EQ(__bixSkipAheadStream(s.get(), 10), BIX_ERROR_SKIPAHEAD_UNSUPPORTED);
     EXPECT_EQ(__bixBRngSFMT19937InitStream(7, s.get(), 0, nullptr), BIX_ERROR_BADMETHOD);
     EXPECT_EQ(words(s.get(), 4), Model(std::vector<uint32_t>{1}).next(16))
         << "refused splits leave the state alone";
 }
 
 // A damaged image may hold any position; the stream must stay inside its buffer.
+// Discards n 128-bit words in blocks.
+void discard(BixStream *s, long long n) {
+    std::vector<uint32_t> r(4 << 20);
+    for (; n > 0; n -= 1 << 20) {
+        ASSERT_EQ(__bixiBRngSFMT19937(s, static_cast<int>(std::min(n, 1LL << 20)), r.data()),
+                  BIX_ERROR_OK);
+    }
+}
+
+// Skips of fewer than 2^17 renewals of the window renew it; longer ones jump by the
+// characteristic polynomial. Both must land where discarding lands, from any position.
+TEST(Sfmt19937, SkipAheadEqualsDiscarding) {
+    const long long jump = 156LL << 17;
+    for (long long nskip : {0LL, 1LL, 155LL, 156LL, 157LL, jump - 200, jump, jump + 12345}) {
+        for (int offset : {0, 3}) {  // 32-bit words drawn first, as doubles
+            Stream s = make({8, 9}), t = make({8, 9});
+            std::vector<double> d(3);
+            for (BixStream *x : {s.get(), t.get()}) {
+                ASSERT_EQ(__bixdBRngSFMT19937(x, offset, d.data(), 0.0, 1.0), BIX_ERROR_OK);
+            }
+            ASSERT_EQ(__bixSkipAheadStream(s.get(), nskip), BIX_ERROR_OK);
+            discard(t.get(), nskip);
+            EXPECT_EQ(words(s.get(), 200), words(t.get(), 200)) << nskip << " after " << offset;
+        }
+    }
+}
+
+// Far jumps compose: a skip of a then b lands where one skip of a + b does.
+TEST(Sfmt19937, FarSkipsCompose) {
+    const long long a = (1LL << 40) + 7, b = (1LL << 61) + 12345;
+    Stream s = make({3}), t = make({3});
+    ASSERT_EQ(__bixSkipAheadStream(s.get(), a), BIX_ERROR_OK);
+    ASSERT_EQ(__bixSkipAheadStream(s.get(), b), BIX_ERROR_OK);
+    ASSERT_EQ(__bixSkipAheadStream(t.get(), a + b), BIX_ERROR_OK);
+    EXPECT_EQ(words(s.get(), 300), words(t.get(), 300));
+}
+
 TEST(Sfmt19937, PositionOutOfRangeIsTreatedAsUsedUp) {
     for (int32_t bad : {625, -1, 1 << 30}) {
         Stream c = make({9});
