@@ -2,10 +2,10 @@
 // values.
 //
 // The plain kernel hands the row's iGen through. The 32- and 64-bit kernels dispatch on the
-// stream's registry row through a table of 16 slots each; generators whose words are not
-// uniform over a power of two (the congruential and combined generators, the quasi-random
-// sequences, the abstract sources) and rows beyond the built-in ones get the unsupported entry,
-// which returns BIX_ERROR_BRNG_NOT_SUPPORTED and writes nothing.
+// stream's registry row through a table of 16 slots each. Only the generators below have a
+// conversion; every other row (MCG31M1, R250, MRG32K3A, Wichmann-Hill, the quasi-random and
+// abstract generators, registered generators) gets the unsupported entry, which returns
+// BIX_ERROR_BRNG_NOT_SUPPORTED and writes nothing.
 //
 // - 32-bit raw-word rows (MT19937, MT2203, non-deterministic): a 64-bit output is two
 //   consecutive words, the earlier in the low half.
