@@ -217,8 +217,10 @@ bool check_distribution(Options *o, int *exit) {
         const auto given = o->params.find(d.params[k].option);
         o->dist_params[k] = given != o->params.end() ? given->second : d.params[k].fallback;
     }
-    if (!o->format_given) o->format = d.i != nullptr ? Format::Int : Format::Double;
-    const bool has = o->format == Format::Int      ? d.i != nullptr
+    if (!o->format_given) {
+        o->format = d.i != nullptr || d.w != nullptr ? Format::Int : Format::Double;
+    }
+    const bool has = o->format == Format::Int      ? d.i != nullptr || d.w != nullptr
                      : o->format == Format::Double ? d.d != nullptr
                                                    : d.s != nullptr;
     if (!has) {
@@ -404,6 +406,10 @@ void print_help() {
         "                                       displacement, scale)\n"
         "  uniform-int [--a A --b B]            integers A..B-1\n"
         "  bernoulli, geometric  [--p P]        success probability\n"
+        "  bits      the generator's raw words through the uniform-bits kernel\n"
+        "  bits32, bits64  uniform 32- or 64-bit words (MCG59, MT19937, MT2203,\n"
+        "            SFMT19937); with --binary raw little-endian words, e.g. for a test\n"
+        "            battery reading standard input\n"
         "as doubles (--format float for single precision; integer distributions print\n"
         "signed integers); --method picks the method.\n"
         "--stats prints count, mean, variance, min and max of the N numbers instead of\n"
@@ -475,23 +481,26 @@ int cmd_rng(int argc, char **argv) {
     Summary summary;
     Summary *const sum = o.stats ? &summary : nullptr;
     const Distribution *d = o.dist;
+    // 32-bit elements per output word: the generator's own, or the bits kernel's.
+    const int per_word = d != nullptr && d->word_elements > 0 ? d->word_elements : words;
     for (long long done = 0; done < total && status == BIX_ERROR_OK;) {
         const int m = static_cast<int>(total - done < kBlock ? total - done : kBlock);
         const size_t count = static_cast<size_t>(m);
         switch (o.format) {
             case Format::Int:
-                if (d != nullptr) {
+                if (d != nullptr && d->i != nullptr) {
                     signed_ints.resize(count);
                     status = d->i(o.method, stream, m, signed_ints.data(), o.dist_params);
                     if (status < 0) break;
                     emit(signed_ints, count, o.binary, per_line, &printed, print_signed, sum);
                     break;
                 }
-                ints.resize(count * words);
-                status = row.iGen(stream, m, ints.data());
+                ints.resize(count * per_word);
+                status = d != nullptr ? d->w(o.method, stream, m, ints.data())
+                                      : row.iGen(stream, m, ints.data());
                 if (status != BIX_ERROR_OK) break;
-                if (words == 2 && !o.binary) {
-                    // 64-bit words (MCG59) print as one number each, low half first in memory.
+                if (per_word == 2 && !o.binary) {
+                    // 64-bit words (MCG59, bits64) print as one number each, low half first.
                     for (size_t k = 0; k < count; ++k) {
                         const uint64_t w = ints[2 * k] | static_cast<uint64_t>(ints[2 * k + 1])
                                                              << 32;

@@ -55,6 +55,13 @@ int i_bernoulli(int m, BixStream *s, int n, int32_t *r, const double *p) {
 int i_geometric(int m, BixStream *s, int n, int32_t *r, const double *p) {
     return _bixiRngGeometric(m, s, n, r, p[0]);
 }
+int w_bits64(int m, BixStream *s, int n, uint32_t *r) {
+    return _bixiRngUniformBits64(m, s, n, reinterpret_cast<uint64_t *>(r));
+}
+const char *no_check(const double *) {
+    return nullptr;
+}
+
 const char *integer_bounds(const double *p) {
     for (int k = 0; k < 2; ++k) {
         if (p[k] != std::trunc(p[k]) || p[k] < INT32_MIN || p[k] > INT32_MAX) {
@@ -149,6 +156,9 @@ constexpr Distribution kDistributions[] = {
      nullptr,
      i_geometric,
      success_probability},
+    {"bits", {}, {kStandard[0]}, nullptr, nullptr, nullptr, no_check, _bixiRngUniformBits, 0},
+    {"bits32", {}, {kStandard[0]}, nullptr, nullptr, nullptr, no_check, _bixiRngUniformBits32, 1},
+    {"bits64", {}, {kStandard[0]}, nullptr, nullptr, nullptr, no_check, w_bits64, 2},
 };
 
 }  // namespace

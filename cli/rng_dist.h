@@ -34,6 +34,9 @@ struct Distribution {
     int (*i)(int method, BixStream *s, int n, int32_t *r, const double *p);
     // Null when the parameters are acceptable, else what is wrong with them.
     const char *(*check)(const double *p);
+    // Unsigned output words of word_elements 32-bit elements each (0: the generator's own).
+    int (*w)(int method, BixStream *s, int n, uint32_t *r) = nullptr;
+    int word_elements = 0;
 };
 
 std::span<const Distribution> distributions();

@@ -353,6 +353,21 @@ KORB_API int __bixdBRngsAbstract(BixStream *stream, int n, double r[], double a,
 KORB_API int __bixiBRngsAbstract(BixStream *stream, int n, uint32_t r[]);
 
 /*
+ * SFMT19937: the SIMD-oriented fast Mersenne twister with exponent 19937 (period 2^19937 - 1).
+ * Seeding takes a key array of n words (n <= 0: the key {1}) and reproduces the authors'
+ * reference output for that key. A stream is one sequence of 32-bit words: __bixiBRngSFMT19937
+ * writes n 128-bit words, that is the next 4n 32-bit words (r holds 4 * n uint32_t); doubles
+ * and floats take one 32-bit word w each, a + (b - a) * w * 2^-32. Skip-ahead counts 128-bit
+ * words (4 * nskip doubles or floats) and is exact; leapfrog returns
+ * BIX_ERROR_LEAPFROG_UNSUPPORTED.
+ */
+KORB_API int __bixBRngSFMT19937InitStream(int method, BixStream *stream, int n,
+                                          const uint32_t params[]);
+KORB_API int __bixsBRngSFMT19937(BixStream *stream, int n, float r[], float a, float b);
+KORB_API int __bixdBRngSFMT19937(BixStream *stream, int n, double r[], double a, double b);
+KORB_API int __bixiBRngSFMT19937(BixStream *stream, int n, uint32_t r[]);
+
+/*
  * The non-deterministic generator (row 13): streams are made (the initialiser checks for the
  * processor's random-number instruction and returns BIX_ERROR_NONDETERM_NOT_SUPPORTED without
  * it), but this kernel library generates nothing from them: the three generation functions
@@ -402,7 +417,6 @@ KORB_API int _bixdRngGaussian(int method, BixStream *stream, int n, double r[], 
 KORB_API int _bixsRngGaussian(int method, BixStream *stream, int n, float r[], float a,
                               float sigma);
 
-
 /*
  * Continuous distributions by inversion, one algorithm each (ICDF; the accurate id gives the
  * same numbers: the displacement clamp of the bounded ones is always applied). Parameters:
@@ -446,7 +460,6 @@ KORB_API int _bixdRngGumbel(int method, BixStream *stream, int n, double r[], do
                             double beta);
 KORB_API int _bixsRngGumbel(int method, BixStream *stream, int n, float r[], float a, float beta);
 
-
 /*
  * Integer distributions, one method each (id 0). r holds n 32-bit signed integers.
  *   Uniform(a, b)     integers a..b-1: the floor of a double uniform on [a, b)
@@ -460,6 +473,24 @@ KORB_API int _bixiRngUniform(int method, BixStream *stream, int n, int r[], int 
 KORB_API int _bixiRngBernoulli(int method, BixStream *stream, int n, int r[], double p);
 KORB_API int _bixiRngGeometric(int method, BixStream *stream, int n, int r[], double p);
 KORB_API double __bixdLn(double x);
+
+/*
+ * Uniform bits. _bixiRngUniformBits writes n raw output words of the stream's generator exactly
+ * as its iGen does (wordSize / 4 elements of r per word). _bixiRngUniformBits32 writes n 32-bit
+ * and _bixiRngUniformBits64 n 64-bit uniform words; they serve MCG59 (the top 32 of each word's
+ * 59 bits; two words per 64-bit output, the earlier in the low half), MT19937, MT2203 and the
+ * non-deterministic generator (raw words; two per 64-bit output, the earlier in the low half)
+ * and SFMT19937 (its 128-bit words split low part first; the part a call does not use is kept
+ * with the stream, so any split of n gives the same outputs). Other generators return
+ * BIX_ERROR_BRNG_NOT_SUPPORTED and write nothing. The method is 0.
+ */
+#define BIX_RNG_METHOD_UNIFORMBITS_STD 0
+#define BIX_RNG_METHOD_UNIFORMBITS32_STD 0
+#define BIX_RNG_METHOD_UNIFORMBITS64_STD 0
+
+KORB_API int _bixiRngUniformBits(int method, BixStream *stream, int n, uint32_t r[]);
+KORB_API int _bixiRngUniformBits32(int method, BixStream *stream, int n, uint32_t r[]);
+KORB_API int _bixiRngUniformBits64(int method, BixStream *stream, int n, uint64_t r[]);
 
 #ifdef __cplusplus
 }

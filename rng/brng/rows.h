@@ -19,9 +19,6 @@ extern const BrngProperties sobol_row;
 extern const BrngProperties niederr_row;
 extern const BrngProperties mt19937_row;
 extern const BrngProperties mt2203_row;
-
-// Generators whose rows exist with their final sizes but whose functions are not built yet
-// (rng/brng/not_built.cpp). Each moves to its own source when its generator lands.
 extern const BrngProperties sfmt19937_row;
 
 }  // namespace korb::rng

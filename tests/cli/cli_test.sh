@@ -83,13 +83,25 @@ check "rng sobol lines" 0 '^5$' sh -c "'$korb' rng --brng SOBOL:1000 --n 5 | wc 
 check "rng niederr leapfrog" 0 '^1073741824$' sh -c "'$korb' rng --brng NIEDERR:2 --leapfrog 1,2 --n 3 | sed -n 2p"
 check "rng sobol too wide" 1 'BIX_ERROR_BADARGS' "$korb" rng --brng SOBOL:2601
 check "rng help" 0 '^usage: korb rng' "$korb" rng --help
+sfmt="--brng SFMT19937 --seed 4660,22136,39612,57072"
+check "rng SFMT19937 words" 0 '^2920711183$' sh -c "'$korb' rng $sfmt --n 1 | head -n 1"
+check "rng SFMT19937 word count" 0 '^8$' sh -c "'$korb' rng $sfmt --n 2 | wc -l"
+check "rng bits32" 0 '^3501893680$' sh -c "'$korb' rng $sfmt --dist bits32 --n 3 | tail -n 1"
+check "rng bits64" 0 '^16689150863907128335$' "$korb" rng $sfmt --dist bits64 --n 1
+check "rng bits64 binary" 0 '^24$' sh -c "'$korb' rng $sfmt --dist bits64 --n 3 --binary | wc -c"
+check "rng bits32 binary" 0 '^20$' sh -c "'$korb' rng $sfmt --dist bits32 --n 5 --binary | wc -c"
+check "rng bits MCG59" 0 '^302875106592253$' sh -c "'$korb' rng --brng MCG59 --dist bits --n 2 | tail -n 1"
+check "rng bits32 MCG59" 0 '^2256595$' sh -c "'$korb' rng --brng MCG59 --dist bits32 --n 2 | tail -n 1"
+check "rng bits32 MCG31M1" 1 'BIX_ERROR_BRNG_NOT_SUPPORTED' "$korb" rng --dist bits32
+check "rng bits64 R250" 1 'BIX_ERROR_BRNG_NOT_SUPPORTED' "$korb" rng --brng R250 --dist bits64
 check "info registry" 0 'MCG31M1 .* yes$' "$korb" info
 check "info MT19937" 0 'MT19937 .* yes$' "$korb" info
 for bad in "--brng foo" "--brng" "--n 0" "--n -3" "--n 1x" "--format hex" "--a 0.5" \
     "--format double --a 2 --b 1" "--format float --a 1 --b 1.00000001" "--seed -1" \
     "--seed 4294967296" "--seed 1,,2" "--leapfrog 1" "--leapfrog 1,0" "--skip -1" \
     "--format double --a nan --b 1" "--brng MCG31M1+x" "--frobnicate" "--brng SOBOL:0" \
-    "--brng SOBOL:2 --seed 2"; do
+    "--brng SOBOL:2 --seed 2" "--dist normal" "--dist bits --format double" \
+    "--dist bits32 --a 0 --b 2" "--dist"; do
     # shellcheck disable=SC2086
     one_line_error "rng $bad" "$korb" rng $bad
 done
@@ -140,6 +152,11 @@ checkpoints "--seed 9" int
 checkpoints "--seed 9" double
 checkpoints "--leapfrog 1,3" int
 checkpoints "--skip 5" float
+# the words a 32-bit call keeps of a 128-bit word travel with the saved stream
+whole=$("$korb" rng --brng SFMT19937 --dist bits32 --n 10)
+parts=$("$korb" rng --brng SFMT19937 --dist bits32 --n 3 --save "$ckpt/b" &&
+    "$korb" rng --load "$ckpt/b" --dist bits32 --n 7)
+check "rng bits32 through a checkpoint" 0 '^same$' sh -c "[ '$whole' = '$parts' ] && echo same"
 "$korb" rng --n 1 --save "$ckpt/fresh" >/dev/null
 check "rng saved image size" 0 '^28$' sh -c "wc -c <'$ckpt/fresh'"
 printf 'not a stream image, just text\n' >"$ckpt/text"

@@ -28,6 +28,7 @@ const Generator kGenerators[] = {
     {BIX_BRNG_SOBOL, false, true, 7}, {BIX_BRNG_NIEDERR, false, true, 7},
     {BIX_BRNG_MT19937, false, false}, {BIX_BRNG_MT2203 + 1, false, false},
     {BIX_BRNG_MT2203, false, false},  {BIX_BRNG_MT2203 + 6023, false, false},
+    {BIX_BRNG_SFMT19937, false, true},
 };
 
 class Contract : public ::testing::TestWithParam<Generator> {
