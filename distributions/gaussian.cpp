@@ -117,7 +117,8 @@ int box_muller_pairs(BixStream *stream, int n, T *r, T a, T sigma) {
     if (int status = pending_record(stream, &record); status < 0) return status;
 
     // Single pairs go through the same kernels as the blocks, one element long, so that a pair
-    // gives the same variates whichever path it takes.
+    // gives the same variates whichever path it takes. Each variate is scaled as it is written,
+    // the same two operations a scaling pass over r would do, without reading r again.
     alignas(64) T u1[kPairBlock];
     alignas(64) T sines[kPairBlock];
     alignas(64) T cosines[kPairBlock];
@@ -127,7 +128,8 @@ int box_muller_pairs(BixStream *stream, int n, T *r, T a, T sigma) {
         T rad = record[0];
         vm(P::sin_cos, 1, &angle, sines, cosines);
         radius(1, &rad);
-        r[k++] = rad * cosines[0];
+        const T variate = rad * cosines[0];
+        r[k++] = variate * sigma + a;
     }
     const bool odd = (n - k) % 2 != 0;
 
@@ -144,8 +146,10 @@ int box_muller_pairs(BixStream *stream, int n, T *r, T a, T sigma) {
         vm(P::sin_cos, p, sines, sines, cosines);
         radius(p, u1);
         for (int i = 0; i < p; ++i) {
-            r[k + 2 * i] = u1[i] * sines[i];
-            r[k + 2 * i + 1] = u1[i] * cosines[i];
+            const T sine_variate = u1[i] * sines[i];
+            const T cosine_variate = u1[i] * cosines[i];
+            r[k + 2 * i] = sine_variate * sigma + a;
+            r[k + 2 * i + 1] = cosine_variate * sigma + a;
         }
         k += 2 * p;
     }
@@ -158,12 +162,12 @@ int box_muller_pairs(BixStream *stream, int n, T *r, T a, T sigma) {
         T angle = u[1] * P::kTwoPi;
         vm(P::sin_cos, 1, &angle, sines, cosines);
         radius(1, u);
-        r[k] = u[0] * sines[0];
+        const T variate = u[0] * sines[0];
+        r[k] = variate * sigma + a;
     } else {
         record[0] = T(-1);
         record[1] = T(-1);
     }
-    scale(n, r, sigma, a);
     return status;
 }
 
