@@ -2,7 +2,9 @@
 // copies, skip-ahead, leapfrog, saved images. A generator joins by adding its id to kGenerators.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,13 @@ struct Generator {
     bool skip_ahead;
     uint32_t seed = 20261121;  // the quasi-random generators take the dimension here
 };
+
+// How test names and failures show a generator: its id in hexadecimal.
+void PrintTo(const Generator &g, std::ostream *os) {
+    char id[16];
+    std::snprintf(id, sizeof id, "0x%X", static_cast<unsigned>(g.id));
+    *os << id;
+}
 
 // The quasi-random generators leapfrog to one coordinate only (tests/rng/qrng_test.cpp).
 const Generator kGenerators[] = {
