@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,6 +24,10 @@ struct Kernel {
     double (*cdf)(double x, const double *p);  // distribution function
     int low = -1;                              // index of the lower bound among p, or -1
 };
+
+void PrintTo(const Kernel &k, std::ostream *os) {
+    *os << k.name;
+}
 
 double normal_cdf(double z) {
     return 0.5 * std::erfc(-z / std::numbers::sqrt2);
