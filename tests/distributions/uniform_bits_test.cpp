@@ -203,33 +203,6 @@ TEST(UniformBits, OtherGeneratorsAreRefused) {
     }
 }
 
-// Every byte of the 32- and 64-bit outputs is uniform over 0..255: a chi-square with 255
-// degrees of freedom per byte position over 2^16 outputs, with a fixed seed, must stay below
-// 400 (exceeded with probability about 1e-8). Low bits of MCG59 words, which a wrong shift
-// would hand out, have short periods and fail by far.
-TEST(UniformBits, BytesAreUniform) {
-    constexpr int kN = 1 << 16;
-    const auto chi_square = [](const std::vector<int> &counts, double expected) {
-        double x = 0;
-        for (int c : counts) x += (c - expected) * (c - expected) / expected;
-        return x;
-    };
-    for (int brng : {BIX_BRNG_MCG59, BIX_BRNG_SFMT19937}) {
-        Stream s = make_stream(brng, 2026);
-        const std::vector<uint32_t> w32 = bits32(s.get(), {kN - 3, 3});
-        const std::vector<uint64_t> w64 = bits64(s.get(), {1, kN - 1});
-        for (int byte = 0; byte < 8; ++byte) {
-            std::vector<int> counts(256);
-            for (uint64_t w : w64) ++counts[w >> 8 * byte & 0xFF];
-            EXPECT_LT(chi_square(counts, kN / 256.0), 400.0) << brng << " 64-bit, byte " << byte;
-            if (byte >= 4) continue;
-            std::vector<int> counts32(256);
-            for (uint32_t w : w32) ++counts32[w >> 8 * byte & 0xFF];
-            EXPECT_LT(chi_square(counts32, kN / 256.0), 400.0) << brng << " 32-bit, byte " << byte;
-        }
-    }
-}
-
 TEST(UniformBits, PendingRecordAllocationFailures) {
     korb::test::sweep_allocation_failures([] {
         BixStream *p = nullptr;
