@@ -19,6 +19,7 @@ run: build
 	./build/bin/korb info
 	./build/bin/korb rng --brng MCG31M1 --seed 7 --n 5
 	./build/bin/korb rng --brng MCG31M1 --seed 7 --n 5 --format double --a -1 --b 1
+	./build/bin/korb rng --brng MT19937 --seed 7 --n 100000 --dist gaussian --mean 2 --sigma 3 --stats
 
 test: build
 	cd build && ctest $(CTEST_FLAGS)
