@@ -42,6 +42,19 @@ const BrngProperties *find_row(int brng);
 // streams of the non-deterministic generator need.
 bool has_hardware_rng();
 
+// The status of an initialiser method other than seeding, for a generator that offers neither
+// leapfrog nor skip-ahead.
+inline int refuse_split(int method) {
+    switch (method) {
+        case BIX_INIT_METHOD_LEAPFROG:
+            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
+        case BIX_INIT_METHOD_SKIPAHEAD:
+            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
+        default:
+            return BIX_ERROR_BADMETHOD;
+    }
+}
+
 // Number of entries in the shared read-only data table (for tests and diagnostics).
 int shared_table_count();
 

@@ -43,17 +43,6 @@ static_assert(sizeof(BoundedSource<float>) + kStreamHeaderBytes <= 56);
 constexpr int kIntArgWords = 6;
 constexpr int kBoundedArgWords = 10;
 
-int split_methods(int method) {
-    switch (method) {
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
-
 template <class T>
 int init_source(Source<T> &src, int words, int expected_words, const void *const *args) {
     if (args == nullptr || words != expected_words) return BIX_ERROR_BADARGS;
@@ -69,7 +58,7 @@ int init_source(Source<T> &src, int words, int expected_words, const void *const
 
 template <class T>
 int init_bounded(int method, BixStream *stream, int words, const uint32_t *params) {
-    if (method != BIX_INIT_METHOD_STANDARD) return split_methods(method);
+    if (method != BIX_INIT_METHOD_STANDARD) return refuse_split(method);
     auto *args = reinterpret_cast<const void *const *>(params);
     auto *st = state_of<BoundedSource<T>>(stream);
     int status = init_source(st->src, words, kBoundedArgWords, args);
@@ -152,7 +141,7 @@ using namespace korb::rng;
 extern "C" {
 
 int __bixBRngiAbstractInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    if (method != BIX_INIT_METHOD_STANDARD) return split_methods(method);
+    if (method != BIX_INIT_METHOD_STANDARD) return refuse_split(method);
     return init_source(*state_of<Source<uint32_t>>(stream), n, kIntArgWords,
                        reinterpret_cast<const void *const *>(params));
 }

@@ -51,12 +51,8 @@ int __bixBRngMT19937InitStream(int method, BixStream *stream, int n, const uint3
             st->index = Shape::kN;
             return BIX_ERROR_OK;
         }
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
         default:
-            return BIX_ERROR_BADMETHOD;
+            return korb::rng::refuse_split(method);
     }
 }
 

@@ -60,12 +60,8 @@ int __bixBRngMT2203InitStream(int method, BixStream *stream, int n, const uint32
             st->p = kTable[member];
             return BIX_ERROR_OK;
         }
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
         default:
-            return BIX_ERROR_BADMETHOD;
+            return korb::rng::refuse_split(method);
     }
 }
 

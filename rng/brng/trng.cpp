@@ -36,12 +36,8 @@ int __bixBRngTRNGInitStream(int method, BixStream *stream, int, const uint32_t[]
             if (!korb::rng::has_hardware_rng()) return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
             korb::rng::state_of<korb::rng::State>(stream)->source = 1;
             return BIX_ERROR_OK;
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
         default:
-            return BIX_ERROR_BADMETHOD;
+            return korb::rng::refuse_split(method);
     }
 }
 
