@@ -10,12 +10,9 @@
 
 #include "korb/rng.h"
 #include "korb/vm.h"
+#include "vecmath/mode.h"
 
 namespace korb::dist {
-
-// The previous vector-math mode word, stored back exactly. The public setter keeps a group that
-// is 0 in the word it is given, so it cannot undo a change to a group that was 0 before.
-void restore_vm_mode(unsigned int mode);
 
 // Error-mode bracket: on construction the error mode becomes "callback" and `callback` is
 // installed; on destruction the previous callback and then the previous mode word come back,
@@ -27,7 +24,7 @@ class VmErrorBracket {
           callback_(korb_arq_kernel_SetErrorCallBack(callback)) {}
     ~VmErrorBracket() {
         korb_arq_kernel_SetErrorCallBack(callback_);
-        restore_vm_mode(mode_);
+        vecmath::restore_mode(mode_);
     }
     VmErrorBracket(const VmErrorBracket &) = delete;
     VmErrorBracket &operator=(const VmErrorBracket &) = delete;
@@ -43,7 +40,7 @@ template <class F, class... Args>
 inline void vm(F kernel, Args... args) {
     const unsigned int mode = korb_arq_kernel_SetMode(ARQ_DENORMALS_KEEP);
     kernel(args...);
-    restore_vm_mode(mode);
+    vecmath::restore_mode(mode);
 }
 
 template <class T>

@@ -123,6 +123,10 @@ std::uint32_t merge_mode(std::uint32_t mode, std::uint32_t requested) {
     return mode;
 }
 
+void restore_mode(std::uint32_t mode) {
+    thread_state().mode = mode;
+}
+
 namespace {
 
 unsigned int set_mode(ThreadState &state, unsigned int requested) {

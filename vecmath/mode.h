@@ -35,6 +35,11 @@ std::optional<std::uint32_t> parse_mode_setting(const char *text);
 // The initial mode of a thread: the environment's setting when valid, else ARQ_MODE_DEFAULT.
 std::uint32_t initial_mode();
 
+// Stores a mode word as it is, for callers that bracket a kernel call with SetMode and must give
+// the thread back exactly the word they found: SetMode keeps a group that is 0 in its argument,
+// so it cannot undo a change to a group that was 0 before.
+void restore_mode(std::uint32_t mode);
+
 // `mode` with each settable group in which `requested` has a bit replaced by requested's bits.
 std::uint32_t merge_mode(std::uint32_t mode, std::uint32_t requested);
 
