@@ -396,6 +396,9 @@ void merge_block(Call<T> &k, double wb, double w2b, const double *centre, const 
         }
         if (std::isfinite(delta)) {
             two_sum(rec.hi[v], rec.lo[v] + delta * f, &rec.hi[v], &rec.lo[v]);
+        } else if (!std::isnan(rec.hi[v]) && std::isfinite(rec.hi[v])) {
+            rec.hi[v] += delta;  // this block brought the first infinity or NaN
+            rec.lo[v] = 0;
         }
     }
     if (k.comoments) {

@@ -452,4 +452,262 @@ TEST(BasicPortions, FarFromZero) {
     }
 }
 
+// The slots each estimate needs, in the order the checks report them (the expansion table).
+struct Expansion {
+    uint64_t est;
+    std::vector<int> ids;
+};
+const Expansion kExpansion[] = {
+    {BIX_SS_EST_MEAN, {BIX_SS_ID_MEAN}},
+    {BIX_SS_EST_RAW2, {BIX_SS_ID_RAW2}},
+    {BIX_SS_EST_RAW3, {BIX_SS_ID_RAW3}},
+    {BIX_SS_EST_RAW4, {BIX_SS_ID_RAW4}},
+    {BIX_SS_EST_CEN2, {BIX_SS_ID_MEAN, BIX_SS_ID_RAW2, BIX_SS_ID_CEN2}},
+    {BIX_SS_EST_CEN3, {BIX_SS_ID_MEAN, BIX_SS_ID_RAW2, BIX_SS_ID_RAW3, BIX_SS_ID_CEN3}},
+    {BIX_SS_EST_CEN4,
+     {BIX_SS_ID_MEAN, BIX_SS_ID_RAW2, BIX_SS_ID_RAW3, BIX_SS_ID_RAW4, BIX_SS_ID_CEN4}},
+    {BIX_SS_EST_COV, {BIX_SS_ID_MEAN, BIX_SS_ID_COV}},
+    {BIX_SS_EST_COR, {BIX_SS_ID_MEAN, BIX_SS_ID_COR}},
+    {BIX_SS_EST_KURTOSIS,
+     {BIX_SS_ID_MEAN, BIX_SS_ID_RAW2, BIX_SS_ID_RAW3, BIX_SS_ID_RAW4, BIX_SS_ID_CEN2,
+      BIX_SS_ID_CEN4, BIX_SS_ID_KURTOSIS}},
+    {BIX_SS_EST_SKEWNESS,
+     {BIX_SS_ID_MEAN, BIX_SS_ID_RAW2, BIX_SS_ID_RAW3, BIX_SS_ID_CEN2, BIX_SS_ID_CEN3,
+      BIX_SS_ID_SKEWNESS}},
+    {BIX_SS_EST_VARIATION, {BIX_SS_ID_MEAN, BIX_SS_ID_RAW2, BIX_SS_ID_CEN2, BIX_SS_ID_VARIATION}},
+};
+
+int null_code(int id) {
+    switch (id) {
+        case BIX_SS_ID_MEAN:
+            return BIX_SS_ERROR_NULL_MEAN;
+        case BIX_SS_ID_RAW2:
+            return BIX_SS_ERROR_NULL_RAW2;
+        case BIX_SS_ID_RAW3:
+            return BIX_SS_ERROR_NULL_RAW3;
+        case BIX_SS_ID_RAW4:
+            return BIX_SS_ERROR_NULL_RAW4;
+        case BIX_SS_ID_CEN2:
+            return BIX_SS_ERROR_NULL_CEN2;
+        case BIX_SS_ID_CEN3:
+            return BIX_SS_ERROR_NULL_CEN3;
+        case BIX_SS_ID_CEN4:
+            return BIX_SS_ERROR_NULL_CEN4;
+        case BIX_SS_ID_COV:
+            return BIX_SS_ERROR_NULL_COV;
+        case BIX_SS_ID_COR:
+            return BIX_SS_ERROR_NULL_COR;
+        case BIX_SS_ID_KURTOSIS:
+            return BIX_SS_ERROR_NULL_KURTOSIS;
+        case BIX_SS_ID_SKEWNESS:
+            return BIX_SS_ERROR_NULL_SKEWNESS;
+        default:
+            return BIX_SS_ERROR_NULL_VARIATION;
+    }
+}
+
+// Each request reports its slots one after the other as they are set, in the table's order, and
+// only then the method; nothing is written before every check has passed.
+TEST(BasicChecks, SlotsInTableOrderThenMethod) {
+    std::vector<double> x = {1, 2, 3, 4, 5, 7}, slots(12, 0.0);
+    int64_t p = 2, n = 3, storage = kCols, cov_storage = BIX_SS_COV_FULL;
+    for (const Expansion &e : kExpansion) {
+        BixSSTask *raw = nullptr;
+        ASSERT_EQ(__bixdSSNewTask(&raw, &p, &n, &storage, x.data(), nullptr, nullptr, 1), 0);
+        Task t(raw);
+        ASSERT_EQ(__bixiSSEditTask(t.get(), BIX_SS_ID_COV_STORAGE, &cov_storage), 0);
+        ASSERT_EQ(__bixiSSEditTask(t.get(), BIX_SS_ID_COR_STORAGE, &cov_storage), 0);
+        std::vector<double> data(8 * e.ids.size(), -1.0);
+        for (size_t k = 0; k < e.ids.size(); ++k) {
+            EXPECT_EQ(_bixdSSBasic(t.get(), e.est, 0x102), null_code(e.ids[k])) << e.est;
+            ASSERT_EQ(__bixdSSEditTask(t.get(), e.ids[k], data.data() + 8 * k), 0);
+        }
+        for (int bad : {0, 0x3, 0x102, 0x103, 0x4, 0x8}) {
+            EXPECT_EQ(_bixdSSBasic(t.get(), e.est, bad), BIX_SS_ERROR_BAD_METHOD) << bad;
+        }
+        EXPECT_EQ(data, std::vector<double>(8 * e.ids.size(), -1.0));
+        EXPECT_EQ(_bixdSSBasic(t.get(), e.est, BIX_SS_METHOD_TWO_PASS | 0x8), 0) << e.est;
+        EXPECT_NE(data, std::vector<double>(8 * e.ids.size(), -1.0));
+    }
+}
+
+TEST(BasicChecks, StorageCodesComeFirstAndLast) {
+    std::vector<double> x = {1, 2, 3, 4}, r(4, -1.0);
+    int64_t p = 2, n = 2, storage = kCols;
+    BixSSTask *raw = nullptr;
+    ASSERT_EQ(__bixdSSNewTask(&raw, &p, &n, &storage, x.data(), nullptr, nullptr, 1), 0);
+    Task t(raw);
+    EXPECT_EQ(_bixdSSBasic(nullptr, BIX_SS_EST_MEAN, 1), BIX_SS_ERROR_NULL_TASK);
+    // A bad observation storage code before any slot or the method.
+    storage = 0x40000;
+    EXPECT_EQ(_bixdSSBasic(t.get(), kAll, 0), BIX_SS_ERROR_BAD_STORAGE);
+    storage = kRows | kCols;  // both bits: variable-major
+    ASSERT_EQ(__bixdSSEditCovCor(t.get(), r.data(), r.data(), nullptr, nullptr, nullptr), 0);
+    // Covariance and correlation storage codes after the slots, before the method.
+    EXPECT_EQ(_bixdSSBasic(t.get(), BIX_SS_EST_COV, 0), BIX_SS_ERROR_NULL_STORAGE);
+    int64_t code = 0x4;
+    ASSERT_EQ(__bixiSSEditTask(t.get(), BIX_SS_ID_COV_STORAGE, &code), 0);
+    EXPECT_EQ(_bixdSSBasic(t.get(), BIX_SS_EST_COV, 0), BIX_SS_ERROR_BAD_STORAGE);
+    code = BIX_SS_COV_FULL | BIX_SS_COV_LOWER_PACKED;
+    EXPECT_EQ(_bixdSSBasic(t.get(), BIX_SS_EST_COV, 0), BIX_SS_ERROR_BAD_METHOD);
+    EXPECT_EQ(r, std::vector<double>(4, -1.0));
+    // Both bits: the full matrix; variable-major data: variables (1, 2) and (3, 4).
+    ASSERT_EQ(_bixdSSBasic(t.get(), BIX_SS_EST_COV, 2), 0);
+    EXPECT_EQ(r, (std::vector<double>{0.5, 0.5, 0.5, 0.5}));
+    // x null only matters when there is work; nothing selected or n < 1 writes nothing.
+    raw->x = nullptr;
+    EXPECT_EQ(_bixdSSBasic(t.get(), BIX_SS_EST_MEAN, 1), BIX_SS_ERROR_NULL_X);
+    n = 0;
+    EXPECT_EQ(_bixdSSBasic(t.get(), BIX_SS_EST_MEAN, 1), 0);
+    EXPECT_EQ(_bixdSSBasic(t.get(), 0, 1), 0);
+}
+
+// Unselected variables keep every result bit, also their covariance and correlation entries in
+// both forms, and the portion record of a call whose observations carry no weight stays.
+TEST(BasicSelection, UnselectedEntriesStayUntouched) {
+    const size_t p = 4, n = 300;
+    const std::vector<int> idx = {0, 1, 0, 1};
+    for (int storage : {kRows, kCols}) {
+        for (int form : {BIX_SS_COV_FULL, BIX_SS_COV_LOWER_PACKED}) {
+            const std::vector<double> x = sample<double>(p, n, storage, 3, 51);
+            Basic<double> b(x.data(), p, n, storage, nullptr, &idx, -123.0);
+            b.cov_storage = b.cor_storage = form;
+            ASSERT_EQ(b.run(kAll, BIX_SS_METHOD_ONE_PASS), 0);
+            const size_t entries = form == BIX_SS_COV_FULL ? p * p : p * (p + 1) / 2;
+            for (size_t i = 0; i < p; ++i) {
+                for (size_t k = 0; k < p; ++k) {
+                    if (form == BIX_SS_COV_LOWER_PACKED && k > i) continue;
+                    const size_t at = form == BIX_SS_COV_FULL ? i * p + k : i * (i + 1) / 2 + k;
+                    const bool touched = idx[i] != 0 && idx[k] != 0;
+                    EXPECT_EQ(b.cov[at] == -123.0, !touched) << i << " " << k;
+                    EXPECT_EQ(b.cor[at] == -123.0, !touched) << i << " " << k;
+                }
+                EXPECT_EQ(b.mean[i] == -123.0, idx[i] == 0);
+                EXPECT_EQ(b.kurt[i] == -123.0, idx[i] == 0);
+            }
+            for (size_t at = entries; at < p * p; ++at) EXPECT_EQ(b.cov[at], -123.0);
+        }
+    }
+}
+
+// A NaN observation makes its own variable's estimates NaN and leaves the others' bits as they
+// are without it (the moments of a variable do not depend on the others).
+TEST(BasicSelection, NanStaysInItsVariable) {
+    const size_t p = 5, n = 700;
+    for (int storage : {kRows, kCols}) {
+        for (int method : kMethods) {
+            std::vector<double> x = sample<double>(p, n, storage, 2, 61);
+            Basic<double> clean(x.data(), p, n, storage);
+            ASSERT_EQ(clean.run(kAll, method), 0);
+            x[storage == kRows ? 2 * n + 333 : 333 * p + 2] = std::nan("");
+            Basic<double> b(x.data(), p, n, storage);
+            ASSERT_EQ(b.run(kAll, method), 0);
+            for (size_t i = 0; i < p; ++i) {
+                for (auto v : {&Basic<double>::mean, &Basic<double>::cen2, &Basic<double>::cen4,
+                               &Basic<double>::skew, &Basic<double>::raw3}) {
+                    if (i == 2) {
+                        EXPECT_TRUE(std::isnan((b.*v)[i]));
+                    } else {
+                        EXPECT_EQ((b.*v)[i], (clean.*v)[i]) << i;
+                    }
+                }
+                for (size_t k = 0; k < p; ++k) {
+                    const bool nan = i == 2 || k == 2;
+                    EXPECT_EQ(std::isnan(b.cov[i * p + k]), nan) << i << " " << k;
+                    EXPECT_EQ(std::isnan(b.cor[i * p + k]), nan) << i << " " << k;
+                }
+            }
+        }
+    }
+}
+
+// The vector loops and the element-by-element paths add in the same order: the results do not
+// depend on where the data start in memory, and a variable computed alone (the element path of
+// observation-major data) has the bits it has among others (the vector path).
+TEST(BasicSelection, VectorAndElementPathsAgreeBitForBit) {
+    const size_t p = 7, n = 1001;
+    for (int storage : {kRows, kCols}) {
+        for (int method : kMethods) {
+            const std::vector<double> x = sample<double>(p, n, storage, 4, 71);
+            const std::vector<double> w = weights<double>(n, 72);
+            Basic<double> all(x.data(), p, n, storage, w.data());
+            ASSERT_EQ(all.run(kAllMoments, method), 0);
+            std::vector<double> shifted(x.size() + 1), wshift(n + 1);
+            std::copy(x.begin(), x.end(), shifted.begin() + 1);
+            std::copy(w.begin(), w.end(), wshift.begin() + 1);
+            Basic<double> moved(shifted.data() + 1, p, n, storage, wshift.data() + 1);
+            ASSERT_EQ(moved.run(kAllMoments, method), 0);
+            EXPECT_EQ(moved.cen4, all.cen4);
+            EXPECT_EQ(moved.mean, all.mean);
+            for (size_t i = 0; i < p; ++i) {
+                std::vector<int> one(p, 0);
+                one[i] = 1;
+                Basic<double> alone(x.data(), p, n, storage, w.data(), &one);
+                ASSERT_EQ(alone.run(kAllMoments, method), 0);
+                EXPECT_EQ(alone.mean[i], all.mean[i]) << i;
+                EXPECT_EQ(alone.raw4[i], all.raw4[i]) << i;
+                EXPECT_EQ(alone.cen3[i], all.cen3[i]) << i;
+                EXPECT_EQ(alone.kurt[i], all.kurt[i]) << i;
+            }
+        }
+    }
+}
+
+// Weights that are zero over whole blocks, negative weights (the covariance through dgemm), one
+// observation per portion (W - W2/W = 0 after the first), an infinite observation.
+TEST(BasicExact, AwkwardWeightsAndValues) {
+    const size_t p = 3, n = 9000;
+    for (int storage : {kRows, kCols}) {
+        const std::vector<double> x = sample<double>(p, n, storage, 20, 81);
+        std::vector<double> w = weights<double>(n, 82);
+        std::fill(w.begin() + 10, w.begin() + 6000, 0.0);
+        w[7000] = -0.5;
+        const Reference r = exact(x, p, n, storage, w.data());
+        for (int method : kMethods) {
+            Basic<double> b(x.data(), p, n, storage, w.data());
+            ASSERT_EQ(b.run(kAll, method), 0);
+            expect_estimates(b, r, 1e-12);
+        }
+    }
+    const std::vector<double> x = {4, 1, 7, 3, 9};
+    for (int method : kMethods) {
+        Basic<double> b(x.data(), 1, 5, kCols);
+        b.portions();
+        run_in_portions(b, x, static_cast<const double *>(nullptr), {0, 1, 2, 3, 4, 5}, method,
+                        kAll);
+        EXPECT_EQ(b.mean[0], 4.8);
+        EXPECT_DOUBLE_EQ(b.cen2[0], 10.2);
+        EXPECT_EQ(b.cor[0], 1.0);
+        std::vector<double> y = {1, 2, std::numeric_limits<double>::infinity(), 4};
+        Basic<double> c(y.data(), 1, 4, kRows);
+        ASSERT_EQ(c.run(kAll, method), 0);
+        EXPECT_EQ(c.mean[0], std::numeric_limits<double>::infinity());
+        EXPECT_TRUE(std::isnan(c.cen2[0]));
+    }
+}
+
+template <class T>
+class BasicAlloc : public ::testing::Test {};
+using Precisions = ::testing::Types<double, float>;
+TYPED_TEST_SUITE(BasicAlloc, Precisions);
+
+TYPED_TEST(BasicAlloc, FailuresLeaveResultsUnchanged) {
+    using T = TypeParam;
+    const size_t p = 3, n = 100;
+    const std::vector<int> idx = {1, 0, 1};
+    for (int storage : {kRows, kCols}) {
+        const std::vector<T> x = sample<T>(p, n, storage, 1, 91);
+        Basic<T> b(x.data(), p, n, storage, nullptr, &idx);
+        korb::test::sweep_ss_allocation_failures([&] {
+            const std::vector<T> mean = b.mean, cov = b.cov;
+            const int status = b.run(kAll, BIX_SS_METHOD_TWO_PASS);
+            if (status != 0) {
+                EXPECT_EQ(b.mean, mean);
+                EXPECT_EQ(b.cov, cov);
+            }
+            return status;
+        });
+    }
+}
+
 }  // namespace
