@@ -252,9 +252,15 @@ void first_finite(const Call<T> &k, size_t j0, size_t j1, double *out) {
     }
 }
 
-// Adds sum w (x - centre)(x - centre)^T over [j0, j1) to the record's C.
+// Stripe of the first central sum of a contiguous run (see basic_sums.h).
+constexpr size_t kStripe1 = 8;
+
+// Adds sum w (x - centre)(x - centre)^T over [j0, j1) to the record's C. With s1 non-null it
+// also leaves there the first central sums of the block, with the same bits as block_sums
+// gives them (the same additions in the same order), so that a request that needs no other sum
+// reads the block once.
 template <class T>
-void add_comoments(Call<T> &k, size_t j0, size_t j1, const double *centre) {
+void add_comoments(Call<T> &k, size_t j0, size_t j1, const double *centre, double *s1) {
     const Observations<T> &o = k.obs;
     const size_t q = k.q, m = j1 - j0;
     const size_t *vars = k.wk.vars;
@@ -263,9 +269,10 @@ void add_comoments(Call<T> &k, size_t j0, size_t j1, const double *centre) {
     // against a copy scaled by w instead.
     bool gemm = false;
     const double *rw = nullptr;
-    if (o.w != nullptr) {
+    const T *w = o.w != nullptr ? o.w + j0 : nullptr;
+    if (w != nullptr) {
         for (size_t t = 0; t < m; ++t) {
-            const double wt = static_cast<double>(o.w[j0 + t]);
+            const double wt = static_cast<double>(w[t]);
             gemm = gemm || wt < 0;
             k.wk.root_w[t] = std::sqrt(wt);
         }
@@ -282,19 +289,48 @@ void add_comoments(Call<T> &k, size_t j0, size_t j1, const double *centre) {
             } else {
                 for (size_t t = 0; t < m; ++t) col[t] = static_cast<double>(run[t]) - c;
             }
+            if (s1 == nullptr) continue;
+            double acc[kStripe1] = {};
+            size_t t = 0;
+            for (; t + kStripe1 <= m; t += kStripe1) {
+                for (size_t l = 0; l < kStripe1; ++l) {
+                    const double dv = static_cast<double>(run[t + l]) - c;
+                    acc[l] += w != nullptr ? static_cast<double>(w[t + l]) * dv : dv;
+                }
+            }
+            for (; t < m; ++t) {
+                const double dv = static_cast<double>(run[t]) - c;
+                acc[t % kStripe1] += w != nullptr ? static_cast<double>(w[t]) * dv : dv;
+            }
+            for (size_t h = kStripe1 / 2; h >= 1; h /= 2) {
+                for (size_t l = 0; l < h; ++l) acc[l] += acc[l + h];
+            }
+            s1[v] = acc[0];
         }
     } else {  // D is q x m, column t observation j0 + t
+        if (s1 != nullptr) std::fill_n(s1, q, 0.0);
+        const bool contiguous = vars[q - 1] - vars[0] == q - 1;
         for (size_t t = 0; t < m; ++t) {
             const T *row = o.x + (j0 + t) * o.p;
             double *col = d + t * q;
-            const double s = rw != nullptr ? rw[t] : 1.0;
-            if (rw != nullptr) {
-                for (size_t v = 0; v < q; ++v) {
-                    col[v] = (static_cast<double>(row[vars[v]]) - centre[v]) * s;
-                }
+            if (contiguous) {
+                row += vars[0];
+                for (size_t v = 0; v < q; ++v) col[v] = static_cast<double>(row[v]) - centre[v];
             } else {
-                for (size_t v = 0; v < q; ++v)
+                for (size_t v = 0; v < q; ++v) {
                     col[v] = static_cast<double>(row[vars[v]]) - centre[v];
+                }
+            }
+            if (s1 != nullptr) {
+                if (w != nullptr) {
+                    const double wt = static_cast<double>(w[t]);
+                    for (size_t v = 0; v < q; ++v) s1[v] += wt * col[v];
+                } else {
+                    for (size_t v = 0; v < q; ++v) s1[v] += col[v];
+                }
+            }
+            if (rw != nullptr) {
+                for (size_t v = 0; v < q; ++v) col[v] *= rw[t];
             }
         }
     }
@@ -326,6 +362,12 @@ void add_comoments(Call<T> &k, size_t j0, size_t j1, const double *centre) {
         frame::korb_blas_dgemm("N", "T", &qi, &qi, &mi, &one, d, &qi, e, &qi, &one, k.wk.rec.c, &qi,
                                1, 1);
     }
+}
+
+// Whether the block sums are only the first central sums, which the co-moment pass makes too.
+template <class T>
+bool fused(const Call<T> &k, SumOrders orders) {
+    return k.comoments && orders.raw == 0 && orders.cen == 1;
 }
 
 // Weight sums of [j0, j1).
@@ -432,8 +474,12 @@ void one_pass(Call<T> &k) {
                 if (rec.w != 0 && std::isfinite(rec.hi[v])) centre[v] = rec.hi[v];
             }
         }
-        block_sums(k.obs, k.wk.vars, q, j0, j1, centre, k.orders, k.wk.sums);
-        if (k.comoments) add_comoments(k, j0, j1, centre);
+        if (fused(k, k.orders)) {
+            add_comoments(k, j0, j1, centre, k.wk.sums);
+        } else {
+            block_sums(k.obs, k.wk.vars, q, j0, j1, centre, k.orders, k.wk.sums);
+            if (k.comoments) add_comoments(k, j0, j1, centre, nullptr);
+        }
         merge_block(k, wb, w2b, centre, k.wk.sums, k.orders);
     }
 }
@@ -453,9 +499,13 @@ void portion_sums(Call<T> &k, const double *centre, SumOrders orders, bool comom
         block_weights(k, j0, j1, &wb, &w2b);
         w.add(wb);
         w2.add(w2b);
-        block_sums(k.obs, k.wk.vars, q, j0, j1, centre, orders, k.wk.sums);
+        if (comoments && fused(k, orders)) {
+            add_comoments(k, j0, j1, centre, k.wk.sums);
+        } else {
+            block_sums(k.obs, k.wk.vars, q, j0, j1, centre, orders, k.wk.sums);
+            if (comoments) add_comoments(k, j0, j1, centre, nullptr);
+        }
         for (size_t i = 0; i < count; ++i) k.wk.totals[i].add(k.wk.sums[i]);
-        if (comoments) add_comoments(k, j0, j1, centre);
     }
     for (size_t i = 0; i < count; ++i) k.wk.sums[i] = k.wk.totals[i].value();
     *wp = w.value();

@@ -13,9 +13,10 @@ constexpr int count_sums(int raw, int cen) {
     return cen + (raw > 0 ? raw - 1 : 0);
 }
 // Logical accumulators per sum of a contiguous run: enough independent chains to hide the
-// latency of the additions, few enough that all of them stay in registers.
-constexpr int stripe_for(int sums) {
-    return sums == 1 ? 16 : sums <= 3 ? 8 : 4;
+// latency of the additions. The same for every set of sums, so that a sum has the same bits
+// whatever else the request makes the pass compute.
+constexpr int stripe_for(int) {
+    return 8;
 }
 // Observation-major blocks are walked in slices of rows of about this many bytes, so that the
 // passes over the variable groups of a slice read it from the first-level cache.

@@ -8,9 +8,8 @@
 // the same bits as the vector loops, and so will a build for a wider processor class:
 //
 // - a contiguous run (one variable of variable-major data, or one variable alone): observation
-//   t of the block (t = j - j0) goes to logical accumulator t mod S, with S = 16 for one sum,
-//   8 for two or three, 4 for more; the S accumulators are combined by halving (a[l] += a[l + h]
-//   for h = S/2, S/4, ..., 1).
+//   t of the block (t = j - j0) goes to logical accumulator t mod 8; the 8 accumulators are
+//   combined by halving (a[l] += a[l + h] for h = 4, 2, 1).
 // - observation-major data of several variables: one accumulator per variable and sum, adding
 //   the block's observations in order.
 //
