@@ -190,6 +190,20 @@ printf '1 2\n3 x\n' >"$bad"
 check "minmax bad number" 2 "^korb: stats: .*:2: not a number 'x'$" "$korb" stats minmax "$bad"
 printf '1 2\n\n3\n' >"$bad"
 check "minmax ragged" 2 ':3: expected 2 numbers, got 1$' "$korb" stats minmax "$bad"
+# korb stats basic
+printf '1 2 3\n-4 5 6\n2 0 9\n7 1 1\n' >"$data"
+check "basic count" 0 '^count 4$' "$korb" stats basic "$data"
+check "basic mean" 0 '^mean 1\.5 2 4\.75$' "$korb" stats basic "$data"
+check "basic variance" 0 '^central2 20\.33333333333333[0-9]* 4\.66666666666666[0-9]* 12\.25$' \
+    "$korb" stats basic "$data" --method onepass
+check "basic extremes" 0 '^max 7 5 9$' "$korb" stats basic "$data"
+check "basic correlation" 0 '^ 1 -0\.787043797453' "$korb" stats basic "$data"
+check "basic rows" 0 '^mean 2 2\.33333333333333[0-9]* 3\.66666666666666[0-9]* 3$' "$korb" stats basic --layout rows "$data"
+check "basic help" 0 'basic prints every basic estimate' "$korb" stats basic --help
+for args in "basic" "basic $data --method fast" "basic $data --method" "basic $bad"; do
+    # shellcheck disable=SC2086
+    one_line_error "stats $args" "$korb" stats $args
+done
 for args in "" "minmax" "frobnicate" "minmax $data --layout diagonal" "minmax $data --p 0" \
     "minmax $data $data" "minmax $data --frobnicate" "minmax /nonexistent/file" "minmax $bad"; do
     # shellcheck disable=SC2086
