@@ -5,6 +5,7 @@
 #include <korb/ss.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -254,7 +255,9 @@ int cmd_basic(int argc, char **argv) {
     if (status != BIX_ERROR_OK) return library_error(where, status);
     std::printf("count %lld\n", static_cast<long long>(n));
     const auto print_values = [up](const double *v) {
-        for (size_t i = 0; i < up; ++i) std::printf(" %.17g", v[i]);
+        // NaN without the sign that x86 gives 0/0.
+        for (size_t i = 0; i < up; ++i)
+            std::printf(" %.17g", std::isnan(v[i]) ? std::nan("") : v[i]);
         std::putchar('\n');
     };
     for (const Row &r : rows) {

@@ -113,6 +113,7 @@ check "rng gaussian float icdf" 0 '^variance (0\.9|1\.0)' \
 check "rng uniform accurate" 0 '^max 0\.99' "$korb" rng --dist uniform --method accurate --n 1000 --stats
 check "rng uniform bounds" 0 '^min -4\.99' "$korb" rng --dist uniform --a -5 --b 5 --n 1000 --stats
 check "rng stats count" 0 '^count 7$' "$korb" rng --brng MCG59 --n 7 --stats
+check "rng stats one number" 0 '^variance nan$' "$korb" rng --n 1 --stats
 check "rng gaussian pairs" 0 '^5$' sh -c "'$korb' rng --dist gaussian --method boxmuller2 --n 5 | wc -l"
 check "rng exponential" 0 '^min 1\.' "$korb" rng --dist exponential --a 1 --beta 2 --n 1000 --stats
 check "rng weibull float" 0 '^count 10$' "$korb" rng --dist weibull --alpha 2 --format float --n 10 --stats
