@@ -41,22 +41,88 @@ bool usable(double inv) {
     return std::isfinite(inv) && inv != 0.0;
 }
 
-// Factors the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]) into f.
+bool same(double a, double b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// The pivots p_0 = diag_0, p_i = diag_i - (sub_i sup_{i-1}) / p_{i-1}, into p[0..m-1].
+//
+// The recurrence is one division and one subtraction long per row, and the division's latency
+// is all the time it takes. Long systems therefore run kChains pieces side by side: each piece
+// but the first starts kWarm rows early from a guess (its first row treated as the first row of
+// a system), and because the recurrence contracts (a change of p_{i-1} reaches p_i shrunk by
+// sub_i sup_{i-1} / p_{i-1}^2, well below 1 for the diagonally dominant systems it is meant for)
+// the guess is forgotten by the time the piece reaches its own rows. Each piece is then checked
+// against the true pivot before it, and where the two differ it is recomputed from there until
+// it meets its own values again: from that row on the recurrence gives the same bits. So the
+// pivots are exactly those of the plain loop, whatever the matrix; only the time depends on how
+// fast guesses are forgotten.
+void pivots(int64_t m, const double *sub, const double *diag, const double *sup, double *p) {
+    constexpr int64_t kChains = 4, kWarm = 64, kShortest = 4096;
+    const auto step = [&](int64_t i, double prev) {
+        return diag[i] - (sub[i] * sup[i - 1]) / prev;
+    };
+    p[0] = diag[0];
+    int64_t done = 1;
+    if (m >= kShortest) {
+        const int64_t len = (m - kWarm) / kChains;
+        int64_t start[kChains];
+        double v[kChains], guess[kChains];
+        for (int64_t s = 0; s < kChains; ++s) {
+            start[s] = s == 0 ? 0 : kWarm + s * len;
+            v[s] = s == 0 ? diag[0] : diag[start[s] - kWarm];
+        }
+        for (int64_t j = 1; j < kWarm; ++j) {
+            v[0] = step(j, v[0]);
+            p[j] = v[0];
+            for (int64_t s = 1; s < kChains; ++s) v[s] = step(start[s] - kWarm + j, v[s]);
+        }
+        for (int64_t s = 1; s < kChains; ++s) guess[s] = v[s];
+        start[0] = kWarm;
+        for (int64_t j = 0; j < len; ++j) {
+            for (int64_t s = 0; s < kChains; ++s) {
+                const int64_t r = start[s] + j;
+                v[s] = step(r, v[s]);
+                p[r] = v[s];
+            }
+        }
+        for (int64_t s = 1; s < kChains; ++s) {
+            if (same(p[start[s] - 1], guess[s])) continue;
+            double x = p[start[s] - 1];
+            for (int64_t r = start[s]; r < start[s] + len; ++r) {
+                x = step(r, x);
+                if (same(x, p[r])) break;
+                p[r] = x;
+            }
+        }
+        done = kWarm + kChains * len;
+    }
+    for (int64_t i = done; i < m; ++i) p[i] = step(i, p[i - 1]);
+}
+
+// Factors the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]) into f: the
+// multipliers, the reciprocal pivots and the super-diagonal of U scaled by them. A pivot is
+// usable when its reciprocal is finite and not 0: r - r is 0 exactly for finite r, and the
+// loops keep the worst case without a branch, so that they run in vector registers.
 bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *diag,
                   const double *sup) {
-    double p = diag[0];
-    f->inv[0] = 1.0 / p;
-    f->l[0] = 0.0;
-    if (!usable(f->inv[0])) return false;
-    for (int64_t i = 1; i < m; ++i) {
-        f->l[i] = sub[i] * f->inv[i - 1];
-        p = diag[i] - (sub[i] * sup[i - 1]) / p;
-        f->inv[i] = 1.0 / p;
-        f->u[i - 1] = sup[i - 1];
-        if (!usable(f->inv[i])) return false;
+    double *__restrict inv = f->inv, *__restrict l = f->l, *__restrict u = f->u;
+    pivots(m, sub, diag, sup, inv);
+    double nonfinite = 0.0, smallest = INFINITY;
+    for (int64_t i = 0; i < m; ++i) {
+        const double r = 1.0 / inv[i];
+        const double a = std::fabs(r);
+        nonfinite += r - r;
+        smallest = a < smallest ? a : smallest;
+        inv[i] = r;
     }
-    if (m > 0) f->u[m - 1] = 0.0;
-    return true;
+    l[0] = 0.0;
+    for (int64_t i = 1; i < m; ++i) {
+        l[i] = sub[i] * inv[i - 1];
+        u[i - 1] = sup[i - 1] * inv[i - 1];
+    }
+    u[m - 1] = 0.0;
+    return nonfinite == 0.0 && smallest != 0.0;
 }
 
 // The border of a cyclic system of n >= 3 rows: w, v and the Schur complement.
@@ -74,89 +140,97 @@ bool factor_border(KorbTridiag *f, int64_t n, const double *sub, const double *d
     double v = sup[n - 1] * f->inv[0];
     f->v[0] = v;
     for (int64_t i = 1; i < m; ++i) {
-        v = ((i == m - 1 ? sub[n - 1] : 0.0) - f->u[i - 1] * v) * f->inv[i];
+        v = ((i == m - 1 ? sub[n - 1] : 0.0) - sup[i - 1] * v) * f->inv[i];
         f->v[i] = v;
     }
     double s = diag[n - 1];
     for (int64_t i = 0; i < m; ++i) s -= f->v[i] * f->w[i];
     f->inv_s = 1.0 / s;
+    // The solves use w scaled by the reciprocal pivots, like u.
+    for (int64_t i = 0; i < m; ++i) f->w[i] *= f->inv[i];
     return usable(f->inv_s);
 }
 
-// Solves one right-hand side with elements b[i * stride].
+// Solves one right-hand side with elements b[i * stride]. The forward sweep keeps z_i = b_i -
+// l_i z_{i-1} in a register and stores z_i / p_i; the backward sweep is then
+// x_i = z_i / p_i - u_i x_{i+1} (- w_i x_n), one multiplication and one subtraction per row.
 void solve_one(const KorbTridiag *f, double *b, int64_t stride) {
     const int64_t m = f->m;
-    double z = b[0];
-    double last = f->cyclic ? b[(f->n - 1) * stride] : 0.0;
-    if (f->cyclic) last -= f->v[0] * z;
-    for (int64_t i = 1; i < m; ++i) {
-        z = b[i * stride] - f->l[i] * z;
-        b[i * stride] = z;
-        if (f->cyclic) last -= f->v[i] * z;
-    }
-    if (f->cyclic) {
-        const double xn = last * f->inv_s;
-        b[(f->n - 1) * stride] = xn;
-        double x = (b[(m - 1) * stride] - f->w[m - 1] * xn) * f->inv[m - 1];
-        b[(m - 1) * stride] = x;
+    const double *l = f->l, *inv = f->inv, *u = f->u;
+    if (!f->cyclic) {
+        double z = b[0];
+        b[0] = z * inv[0];
+        for (int64_t i = 1; i < m; ++i) {
+            z = b[i * stride] - l[i] * z;
+            b[i * stride] = z * inv[i];
+        }
+        double x = b[(m - 1) * stride];
         for (int64_t i = m - 2; i >= 0; --i) {
-            x = (b[i * stride] - f->u[i] * x - f->w[i] * xn) * f->inv[i];
+            x = b[i * stride] - u[i] * x;
             b[i * stride] = x;
         }
         return;
     }
-    double x = b[(m - 1) * stride] * f->inv[m - 1];
-    b[(m - 1) * stride] = x;
-    for (int64_t i = m - 2; i >= 0; --i) {
-        x = (b[i * stride] - f->u[i] * x) * f->inv[i];
+    const double *v = f->v, *w = f->w;
+    double *bn = b + (f->n - 1) * stride;
+    double z = b[0], last = *bn - v[0] * z;
+    b[0] = z * inv[0];
+    for (int64_t i = 1; i < m; ++i) {
+        z = b[i * stride] - l[i] * z;
+        last -= v[i] * z;
+        b[i * stride] = z * inv[i];
+    }
+    const double xn = last * f->inv_s;
+    *bn = xn;
+    double x = xn;
+    for (int64_t i = m - 1; i >= 0; --i) {
+        x = b[i * stride] - u[i] * x - w[i] * xn;
         b[i * stride] = x;
     }
 }
 
 // Solves nrhs right-hand sides that lie side by side in each row (rhs stride 1): every step of
-// the sweeps is one vector operation across the row.
+// the sweeps is one vector operation across the row, each element computed as solve_one does.
 void solve_rows(const KorbTridiag *f, int64_t nrhs, double *b, int64_t rs) {
     const int64_t m = f->m;
-    double *__restrict last = f->cyclic ? b + (f->n - 1) * rs : nullptr;
-    if (f->cyclic) {
-        const double v = f->v[0];
-        for (int64_t k = 0; k < nrhs; ++k) last[k] -= v * b[k];
-    }
-    for (int64_t i = 1; i < m; ++i) {
+    const bool cyclic = f->cyclic != 0;
+    double *__restrict last = cyclic ? b + (f->n - 1) * rs : nullptr;
+    // Row i keeps z_i until row i+1 has used it, then holds z_i / p_i.
+    for (int64_t i = 0; i < m; ++i) {
         double *__restrict r = b + i * rs;
-        const double *__restrict q = r - rs;
-        const double l = f->l[i];
-        for (int64_t k = 0; k < nrhs; ++k) r[k] -= l * q[k];
-        if (f->cyclic) {
+        const double inv = f->inv[i];
+        if (i > 0) {
+            double *__restrict q = r - rs;
+            const double l = f->l[i], inv_q = f->inv[i - 1];
+            for (int64_t k = 0; k < nrhs; ++k) {
+                r[k] -= l * q[k];
+                q[k] *= inv_q;
+            }
+        }
+        if (cyclic) {
             const double v = f->v[i];
             for (int64_t k = 0; k < nrhs; ++k) last[k] -= v * r[k];
         }
+        if (i == m - 1) {
+            for (int64_t k = 0; k < nrhs; ++k) r[k] *= inv;
+        }
     }
-    if (f->cyclic) {
+    if (cyclic) {
         const double inv_s = f->inv_s;
         for (int64_t k = 0; k < nrhs; ++k) last[k] *= inv_s;
         for (int64_t i = m - 1; i >= 0; --i) {
             double *__restrict r = b + i * rs;
-            const double *__restrict q = r + rs;  // row m is the last row: u[m-1] is 0
-            const double u = f->u[i], w = f->w[i], inv = f->inv[i];
-            if (i == m - 1) {
-                for (int64_t k = 0; k < nrhs; ++k) r[k] = (r[k] - w * last[k]) * inv;
-            } else {
-                for (int64_t k = 0; k < nrhs; ++k) r[k] = (r[k] - u * q[k] - w * last[k]) * inv;
-            }
+            const double *__restrict q = r + rs;
+            const double u = f->u[i], w = f->w[i];
+            for (int64_t k = 0; k < nrhs; ++k) r[k] = r[k] - u * q[k] - w * last[k];
         }
         return;
-    }
-    {
-        double *__restrict r = b + (m - 1) * rs;
-        const double inv = f->inv[m - 1];
-        for (int64_t k = 0; k < nrhs; ++k) r[k] *= inv;
     }
     for (int64_t i = m - 2; i >= 0; --i) {
         double *__restrict r = b + i * rs;
         const double *__restrict q = r + rs;
-        const double u = f->u[i], inv = f->inv[i];
-        for (int64_t k = 0; k < nrhs; ++k) r[k] = (r[k] - u * q[k]) * inv;
+        const double u = f->u[i];
+        for (int64_t k = 0; k < nrhs; ++k) r[k] = r[k] - u * q[k];
     }
 }
 

@@ -2,8 +2,8 @@
 // Akima (derivatives from local formulas). Every cubic is written as a Hermite cubic on each cell
 // from its end values and end derivatives s:
 //
-//   slope = (y1 - y0) / h,  t = (s0 + s1 - 2 slope) / h,
-//   c0 = y0,  c1 = s0,  c2 = (slope - s0) / h - t,  c3 = t / h.
+//   slope = (y1 - y0) r,  t = (s0 + s1 - 2 slope) r,
+//   c0 = y0,  c1 = s0,  c2 = (slope - s0) r - t,  c3 = t r,   r = 1 / h.
 //
 // The C2 spline solves for the derivatives, one unknown per point:
 //
@@ -38,18 +38,35 @@
 
 namespace korb::datafit {
 
+namespace {
+
+// The cells from derivatives s[j * stride]; with Unit the stride is 1 and known to the compiler,
+// which then runs the loop in vector registers. Both give the same bits.
+template <class T, bool Unit>
+void cells(std::int64_t nx, const double *x, const double *y, const double *s,
+           std::int64_t s_stride, T *c) {
+    const std::int64_t stride = Unit ? 1 : s_stride;
+    for (std::int64_t j = 0; j < nx - 1; ++j) {
+        const double r = 1.0 / (x[j + 1] - x[j]);
+        const double s0 = s[j * stride], s1 = s[(j + 1) * stride];
+        const double slope = (y[j + 1] - y[j]) * r;
+        const double t = (s0 + s1 - 2.0 * slope) * r;
+        c[4 * j] = static_cast<T>(y[j]);
+        c[4 * j + 1] = static_cast<T>(s0);
+        c[4 * j + 2] = static_cast<T>((slope - s0) * r - t);
+        c[4 * j + 3] = static_cast<T>(t * r);
+    }
+}
+
+}  // namespace
+
 template <class T>
 void hermite_cells(std::int64_t nx, const double *x, const double *y, const double *s,
                    std::int64_t s_stride, T *c) {
-    for (std::int64_t j = 0; j < nx - 1; ++j) {
-        const double h = x[j + 1] - x[j];
-        const double s0 = s[j * s_stride], s1 = s[(j + 1) * s_stride];
-        const double slope = (y[j + 1] - y[j]) / h;
-        const double t = (s0 + s1 - 2.0 * slope) / h;
-        c[4 * j] = static_cast<T>(y[j]);
-        c[4 * j + 1] = static_cast<T>(s0);
-        c[4 * j + 2] = static_cast<T>((slope - s0) / h - t);
-        c[4 * j + 3] = static_cast<T>(t / h);
+    if (s_stride == 1) {
+        cells<T, true>(nx, x, y, s, 1, c);
+    } else {
+        cells<T, false>(nx, x, y, s, s_stride, c);
     }
 }
 
@@ -99,9 +116,10 @@ struct NaturalSystem {
 void natural_matrix(NaturalSystem &sys, const double *x, double *sub, double *diag, double *sup) {
     const std::int64_t nx = sys.nx;
     auto general = [&](double hp, double hc, std::int64_t r) {
-        sub[r] = hc / (hp + hc);
+        const double w = 1.0 / (hp + hc);
+        sub[r] = hc * w;
         diag[r] = 2.0;
-        sup[r] = hp / (hp + hc);
+        sup[r] = hp * w;
     };
     switch (sys.ends) {
         case Ends::values:
@@ -135,13 +153,14 @@ void natural_matrix(NaturalSystem &sys, const double *x, double *sub, double *di
     }
 }
 
-// Right-hand-side weights of the general rows, by point: 3 lambda_i / h_{i-1} and 3 mu_i / h_i.
+// Right-hand-side weights of the general rows, by point: 3 lambda_i / h_{i-1} and 3 mu_i / h_i,
+// computed as 3 h_i / ((h_{i-1} + h_i) h_{i-1}) and 3 h_{i-1} / ((h_{i-1} + h_i) h_i).
 void natural_weights(NaturalSystem &sys, const double *x, double *ra, double *rb) {
     const std::int64_t nx = sys.nx;
     for (std::int64_t i = 1; i < nx - 1; ++i) {
         const double hp = x[i] - x[i - 1], hc = x[i + 1] - x[i];
-        ra[i] = 3.0 * (hc / (hp + hc)) / hp;
-        rb[i] = 3.0 * (hp / (hp + hc)) / hc;
+        ra[i] = 3.0 * hc / ((hp + hc) * hp);
+        rb[i] = 3.0 * hp / ((hp + hc) * hc);
     }
     sys.ra = ra;
     sys.rb = rb;
