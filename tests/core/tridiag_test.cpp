@@ -191,6 +191,36 @@ TEST(Tridiag, BadlyScaledRowsAreSolvedToTheirOwnAccuracy) {
     }
 }
 
+// Long systems find their pivots in interleaved pieces started from guesses and repaired where
+// a guess was not forgotten in time. The result must be the plain recurrence's to the bit, for a
+// matrix that forgets fast and for the discrete Laplacian (2, -1), whose pivots (i + 2) / (i + 1)
+// forget their start so slowly that every piece is repaired.
+TEST(Tridiag, LongSystemsGiveTheBitsOfThePlainRecurrence) {
+    std::mt19937_64 g(21);
+    const int64_t n = 30011;
+    System laplacian{Vec(n, -1.0), Vec(n, 2.0), Vec(n, -1.0)};
+    for (const System &s : {random_system(n, g), laplacian}) {
+        const Vec b = random_vector(n, g);
+        // The plain recurrence, in the operations the factor-and-solve documents.
+        Vec inv(n), z(n), x(n);
+        double p = s.diag[0];
+        inv[0] = 1.0 / p;
+        for (int64_t i = 1; i < n; ++i) {
+            p = s.diag[i] - (s.sub[i] * s.sup[i - 1]) / p;
+            inv[i] = 1.0 / p;
+        }
+        double zi = b[0];
+        z[0] = zi * inv[0];
+        for (int64_t i = 1; i < n; ++i) {
+            zi = b[i] - (s.sub[i] * inv[i - 1]) * zi;
+            z[i] = zi * inv[i];
+        }
+        x[n - 1] = z[n - 1];
+        for (int64_t i = n - 2; i >= 0; --i) x[i] = z[i] - (s.sup[i] * inv[i]) * x[i + 1];
+        EXPECT_EQ(korb_solve(s, false, {b}, false)[0], x);
+    }
+}
+
 TEST(Tridiag, BothLayoutsGiveTheSameBits) {
     // The vector sweep across a row does per element what the one-at-a-time sweep does.
     std::mt19937_64 g(11);
