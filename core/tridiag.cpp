@@ -102,18 +102,16 @@ void pivots(int64_t m, const double *sub, const double *diag, const double *sup,
 
 // Factors the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]) into f: the
 // multipliers, the reciprocal pivots and the super-diagonal of U scaled by them. A pivot is
-// usable when its reciprocal is finite and not 0: r - r is 0 exactly for finite r, and the
-// loops keep the worst case without a branch, so that they run in vector registers.
+// usable when its reciprocal is finite and not 0 (r - r is 0 exactly for finite r); the flags
+// are or-ed together without a branch, so that the loops run in vector registers.
 bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *diag,
                   const double *sup) {
     double *__restrict inv = f->inv, *__restrict l = f->l, *__restrict u = f->u;
     pivots(m, sub, diag, sup, inv);
-    double nonfinite = 0.0, smallest = INFINITY;
+    int64_t bad = 0;
     for (int64_t i = 0; i < m; ++i) {
         const double r = 1.0 / inv[i];
-        const double a = std::fabs(r);
-        nonfinite += r - r;
-        smallest = a < smallest ? a : smallest;
+        bad |= static_cast<int64_t>(r - r != 0.0) | static_cast<int64_t>(r == 0.0);
         inv[i] = r;
     }
     l[0] = 0.0;
@@ -122,7 +120,7 @@ bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *di
         u[i - 1] = sup[i - 1] * inv[i - 1];
     }
     u[m - 1] = 0.0;
-    return nonfinite == 0.0 && smallest != 0.0;
+    return bad == 0;
 }
 
 // The border of a cyclic system of n >= 3 rows: w, v and the Schur complement.
