@@ -75,6 +75,8 @@ std::int64_t min_points_2(std::int64_t) {
     return 2;
 }
 
+constexpr std::int64_t kMostPoints = std::int64_t{1} << 44;
+
 // One spline the kernel builds.
 struct Row {
     std::int64_t order;
@@ -115,20 +117,31 @@ const Row *find_row(std::int64_t order, std::int64_t type, std::int64_t *status)
     return nullptr;
 }
 
+// The point i of a uniform partition from its ends: a + i h, the last one exactly b.
+double uniform_point(double a, double b, double h, std::int64_t i, std::int64_t nx) {
+    return i == nx - 1 ? b : a + static_cast<double>(i) * h;
+}
+
 // Checks the caller's partition: nx strictly increasing finite points (x hints 0, 1, 2), or two
-// finite ends in increasing order (hint 4).
+// finite ends far enough apart that the nx points placed between them increase strictly too
+// (hint 4).
 template <class T>
 bool partition_ok(const T *x, std::int64_t nx, std::int64_t hint) {
     const std::int64_t given = hint == 4 ? 2 : nx;
-    if (!std::isfinite(static_cast<double>(x[0])) ||
-        !std::isfinite(static_cast<double>(x[given - 1]))) {
-        return false;
-    }
+    const double a = static_cast<double>(x[0]), b = static_cast<double>(x[given - 1]);
+    // Differences of the points must be finite in double as well.
+    if (!std::isfinite(a) || !std::isfinite(b) || !std::isfinite(b - a)) return false;
     // Every step must be positive; a NaN fails the comparison too.
     bool ok = true;
-    for (std::int64_t i = 1; i < given; ++i) ok &= x[i] > x[i - 1];
-    // Differences of the points must be finite in double as well.
-    return ok && std::isfinite(static_cast<double>(x[given - 1]) - static_cast<double>(x[0]));
+    if (hint == 4) {
+        const double h = (b - a) / static_cast<double>(nx - 1);
+        for (std::int64_t i = 1; i < nx; ++i) {
+            ok &= uniform_point(a, b, h, i, nx) > uniform_point(a, b, h, i - 1, nx);
+        }
+    } else {
+        for (std::int64_t i = 1; i < nx; ++i) ok &= x[i] > x[i - 1];
+    }
+    return ok;
 }
 
 // The partition in double: the caller's array when it is one, else filled into `buf`.
@@ -137,8 +150,7 @@ const double *partition(const T *x, std::int64_t nx, std::int64_t hint, double *
     if (hint == 4) {
         const double a = static_cast<double>(x[0]), b = static_cast<double>(x[1]);
         const double h = (b - a) / static_cast<double>(nx - 1);
-        for (std::int64_t i = 0; i < nx - 1; ++i) buf[i] = a + static_cast<double>(i) * h;
-        buf[nx - 1] = b;
+        for (std::int64_t i = 0; i < nx; ++i) buf[i] = uniform_point(a, b, h, i, nx);
         return buf;
     }
     if constexpr (sizeof(T) == sizeof(double)) {
@@ -166,6 +178,8 @@ std::int64_t construct(DfTask *task, std::int64_t format, std::int64_t method) {
     }
     const std::int64_t nx = task->nx;
     if (nx < 2) return DF_ERROR_BAD_NX;
+    // More points than any memory holds: the work arrays' sizes could not even be computed.
+    if (nx > kMostPoints) return DF_ERROR_MEM_FAILURE;
     if (nx < row->min_points(bc_type)) return DF_ERROR_TOO_FEW_POINTS;
     if (task->x == nullptr) return DF_ERROR_NULL_X;
     if (!x_hint_accepted(task->xHint)) return DF_ERROR_BAD_XHINT;

@@ -541,6 +541,8 @@ TEST(Construct, RefusesWithItsCodeAndWritesNothing) {
     korb_df_kernel_iEditVal(f.task.get(), DF_VAL_XHINT, 4);
     f.x[1] = f.x[0];
     check(DF_ERROR_BAD_PARTITION, "uniform partition of no width");
+    f.x[1] = std::nextafter(f.x[0], 1.0);  // six points cannot fit between two neighbours
+    check(DF_ERROR_BAD_PARTITION, "uniform partition too narrow for its points");
     f.x[1] = 1;
 
     // Functions without values or coefficient blocks.
