@@ -45,24 +45,25 @@ bool same(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-// The pivots p_0 = diag_0, p_i = diag_i - (sub_i sup_{i-1}) / p_{i-1}, into p[0..m-1].
+// The reciprocal pivots r_0 = 1 / diag_0, r_i = 1 / (diag_i - (sub_i sup_{i-1}) r_{i-1}), into
+// r[0..m-1].
 //
-// The recurrence is one division and one subtraction long per row, and the division's latency
-// is all the time it takes. Long systems therefore run kChains pieces side by side: each piece
-// but the first starts kWarm rows early from a guess (its first row treated as the first row of
-// a system), and because the recurrence contracts (a change of p_{i-1} reaches p_i shrunk by
-// sub_i sup_{i-1} / p_{i-1}^2, well below 1 for the diagonally dominant systems it is meant for)
-// the guess is forgotten by the time the piece reaches its own rows. Each piece is then checked
-// against the true pivot before it, and where the two differ it is recomputed from there until
-// it meets its own values again: from that row on the recurrence gives the same bits. So the
-// pivots are exactly those of the plain loop, whatever the matrix; only the time depends on how
-// fast guesses are forgotten.
-void pivots(int64_t m, const double *sub, const double *diag, const double *sup, double *p) {
+// The recurrence is a multiplication, a subtraction and a division long per row, and their
+// latency is all the time it takes. Long systems therefore run kChains pieces side by side: each
+// piece but the first starts kWarm rows early from a guess (its first row treated as the first
+// row of a system), and because the recurrence contracts (a change of r_{i-1} reaches r_i shrunk
+// by sub_i sup_{i-1} r_i^2, well below 1 for the diagonally dominant systems it is meant for) the
+// guess is forgotten by the time the piece reaches its own rows. Each piece is then checked
+// against the true value before it, and where the two differ it is recomputed from there until it
+// meets its own values again: from that row on the recurrence gives the same bits. So the result
+// is exactly that of the plain loop, whatever the matrix; only the time depends on how fast
+// guesses are forgotten.
+void pivots(int64_t m, const double *sub, const double *diag, const double *sup, double *r) {
     constexpr int64_t kChains = 4, kWarm = 64, kShortest = 4096;
     const auto step = [&](int64_t i, double prev) {
-        return diag[i] - (sub[i] * sup[i - 1]) / prev;
+        return 1.0 / (diag[i] - (sub[i] * sup[i - 1]) * prev);
     };
-    p[0] = diag[0];
+    r[0] = 1.0 / diag[0];
     int64_t done = 1;
     if (m >= kShortest) {
         const int64_t len = (m - kWarm) / kChains;
@@ -70,49 +71,49 @@ void pivots(int64_t m, const double *sub, const double *diag, const double *sup,
         double v[kChains], guess[kChains];
         for (int64_t s = 0; s < kChains; ++s) {
             start[s] = s == 0 ? 0 : kWarm + s * len;
-            v[s] = s == 0 ? diag[0] : diag[start[s] - kWarm];
+            v[s] = s == 0 ? r[0] : 1.0 / diag[start[s] - kWarm];
         }
         for (int64_t j = 1; j < kWarm; ++j) {
             v[0] = step(j, v[0]);
-            p[j] = v[0];
+            r[j] = v[0];
             for (int64_t s = 1; s < kChains; ++s) v[s] = step(start[s] - kWarm + j, v[s]);
         }
         for (int64_t s = 1; s < kChains; ++s) guess[s] = v[s];
         start[0] = kWarm;
         for (int64_t j = 0; j < len; ++j) {
             for (int64_t s = 0; s < kChains; ++s) {
-                const int64_t r = start[s] + j;
-                v[s] = step(r, v[s]);
-                p[r] = v[s];
+                const int64_t i = start[s] + j;
+                v[s] = step(i, v[s]);
+                r[i] = v[s];
             }
         }
         for (int64_t s = 1; s < kChains; ++s) {
-            if (same(p[start[s] - 1], guess[s])) continue;
-            double x = p[start[s] - 1];
-            for (int64_t r = start[s]; r < start[s] + len; ++r) {
-                x = step(r, x);
-                if (same(x, p[r])) break;
-                p[r] = x;
+            if (same(r[start[s] - 1], guess[s])) continue;
+            double x = r[start[s] - 1];
+            for (int64_t i = start[s]; i < start[s] + len; ++i) {
+                x = step(i, x);
+                if (same(x, r[i])) break;
+                r[i] = x;
             }
         }
         done = kWarm + kChains * len;
     }
-    for (int64_t i = done; i < m; ++i) p[i] = step(i, p[i - 1]);
+    for (int64_t i = done; i < m; ++i) r[i] = step(i, r[i - 1]);
 }
 
 // Factors the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]) into f: the
 // multipliers, the reciprocal pivots and the super-diagonal of U scaled by them. A pivot is
 // usable when its reciprocal is finite and not 0 (r - r is 0 exactly for finite r); the flags
-// are or-ed together without a branch, so that the loops run in vector registers.
+// are or-ed together without a branch, so that the loop runs in vector registers. A NaN or an
+// infinite reciprocal makes every later one NaN, so they all fail the check too.
 bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *diag,
                   const double *sup) {
     double *__restrict inv = f->inv, *__restrict l = f->l, *__restrict u = f->u;
     pivots(m, sub, diag, sup, inv);
     int64_t bad = 0;
     for (int64_t i = 0; i < m; ++i) {
-        const double r = 1.0 / inv[i];
+        const double r = inv[i];
         bad |= static_cast<int64_t>(r - r != 0.0) | static_cast<int64_t>(r == 0.0);
-        inv[i] = r;
     }
     l[0] = 0.0;
     for (int64_t i = 1; i < m; ++i) {
@@ -149,86 +150,142 @@ bool factor_border(KorbTridiag *f, int64_t n, const double *sub, const double *d
     return usable(f->inv_s);
 }
 
-// Solves one right-hand side with elements b[i * stride]. The forward sweep keeps z_i = b_i -
-// l_i z_{i-1} in a register and stores z_i / p_i; the backward sweep is then
-// x_i = z_i / p_i - u_i x_{i+1} (- w_i x_n), one multiplication and one subtraction per row.
+// The sweeps, for one right-hand side and for many side by side, in the same arithmetic:
+//
+// Forward, z_0 = b_0 and z_i = b_i - l_i z_{i-1}, taken two rows at a time so that the chain
+// from one pair to the next is one multiplication and one addition:
+//   z_i = b_i - l_i z_{i-1},  z_{i+1} = (b_{i+1} - l_{i+1} b_i) + (l_{i+1} l_i) z_{i-1},
+// pairs (1, 2), (3, 4), ... and a last single row. Row i then holds z_i / p_i; a cyclic system
+// also takes last -= v_i z_i row by row.
+// Backward, x_{m-1} = a_{m-1} and x_i = a_i - u_i x_{i+1}, a_i = z_i / p_i (minus w_i x_n for a
+// cyclic system), two rows at a time the same way, pairs (m-2, m-3), (m-4, m-5), ...
+
+// Solves one right-hand side with elements b[i * stride].
 void solve_one(const KorbTridiag *f, double *b, int64_t stride) {
     const int64_t m = f->m;
-    const double *l = f->l, *inv = f->inv, *u = f->u;
-    if (!f->cyclic) {
-        double z = b[0];
-        b[0] = z * inv[0];
-        for (int64_t i = 1; i < m; ++i) {
-            z = b[i * stride] - l[i] * z;
-            b[i * stride] = z * inv[i];
-        }
-        double x = b[(m - 1) * stride];
-        for (int64_t i = m - 2; i >= 0; --i) {
-            x = b[i * stride] - u[i] * x;
-            b[i * stride] = x;
-        }
-        return;
-    }
-    const double *v = f->v, *w = f->w;
+    const double *l = f->l, *inv = f->inv, *u = f->u, *v = f->v;
+    const bool cyclic = f->cyclic != 0;
     double *bn = b + (f->n - 1) * stride;
-    double z = b[0], last = *bn - v[0] * z;
+    double z = b[0];
+    double last = cyclic ? *bn - v[0] * z : 0.0;
     b[0] = z * inv[0];
-    for (int64_t i = 1; i < m; ++i) {
+    int64_t i = 1;
+    for (; i + 1 < m; i += 2) {
+        double *bi = b + i * stride, *bj = bi + stride;
+        const double zi = *bi - l[i] * z;
+        const double zj = (*bj - l[i + 1] * *bi) + (l[i + 1] * l[i]) * z;
+        if (cyclic) {
+            last -= v[i] * zi;
+            last -= v[i + 1] * zj;
+        }
+        *bi = zi * inv[i];
+        *bj = zj * inv[i + 1];
+        z = zj;
+    }
+    if (i < m) {
         z = b[i * stride] - l[i] * z;
-        last -= v[i] * z;
+        if (cyclic) last -= v[i] * z;
         b[i * stride] = z * inv[i];
     }
-    const double xn = last * f->inv_s;
-    *bn = xn;
-    double x = xn;
-    for (int64_t i = m - 1; i >= 0; --i) {
-        x = b[i * stride] - u[i] * x - w[i] * xn;
-        b[i * stride] = x;
+    if (cyclic) {
+        const double xn = last * f->inv_s;
+        *bn = xn;
+        for (int64_t k = 0; k < m; ++k) b[k * stride] = b[k * stride] - f->w[k] * xn;
     }
+    double x = b[(m - 1) * stride];
+    int64_t k = m - 2;
+    for (; k >= 1; k -= 2) {
+        double *bk = b + k * stride, *bj = bk - stride;
+        const double xk = *bk - u[k] * x;
+        const double xj = (*bj - u[k - 1] * *bk) + (u[k - 1] * u[k]) * x;
+        *bk = xk;
+        *bj = xj;
+        x = xj;
+    }
+    if (k == 0) b[0] = b[0] - u[0] * x;
 }
 
 // Solves nrhs right-hand sides that lie side by side in each row (rhs stride 1): every step of
 // the sweeps is one vector operation across the row, each element computed as solve_one does.
 void solve_rows(const KorbTridiag *f, int64_t nrhs, double *b, int64_t rs) {
     const int64_t m = f->m;
+    const double *l = f->l, *inv = f->inv, *u = f->u, *v = f->v;
     const bool cyclic = f->cyclic != 0;
     double *__restrict last = cyclic ? b + (f->n - 1) * rs : nullptr;
-    // Row i keeps z_i until row i+1 has used it, then holds z_i / p_i.
-    for (int64_t i = 0; i < m; ++i) {
-        double *__restrict r = b + i * rs;
-        const double inv = f->inv[i];
-        if (i > 0) {
-            double *__restrict q = r - rs;
-            const double l = f->l[i], inv_q = f->inv[i - 1];
+    if (cyclic) {
+        for (int64_t k = 0; k < nrhs; ++k) last[k] -= v[0] * b[k];
+    }
+    // The row before the current pair still holds z (unscaled) until the pair has used it.
+    int64_t i = 1;
+    for (; i + 1 < m; i += 2) {
+        double *__restrict q = b + (i - 1) * rs;
+        double *__restrict ri = q + rs;
+        double *__restrict rj = ri + rs;
+        const double li = l[i], lj = l[i + 1], lij = l[i + 1] * l[i];
+        const double sq = inv[i - 1], si = inv[i];
+        if (cyclic) {
+            const double vi = v[i], vj = v[i + 1];
             for (int64_t k = 0; k < nrhs; ++k) {
-                r[k] -= l * q[k];
-                q[k] *= inv_q;
+                const double zi = ri[k] - li * q[k];
+                const double zj = (rj[k] - lj * ri[k]) + lij * q[k];
+                last[k] -= vi * zi;
+                last[k] -= vj * zj;
+                q[k] *= sq;
+                ri[k] = zi * si;
+                rj[k] = zj;
+            }
+        } else {
+            for (int64_t k = 0; k < nrhs; ++k) {
+                const double zi = ri[k] - li * q[k];
+                const double zj = (rj[k] - lj * ri[k]) + lij * q[k];
+                q[k] *= sq;
+                ri[k] = zi * si;
+                rj[k] = zj;
             }
         }
-        if (cyclic) {
-            const double v = f->v[i];
-            for (int64_t k = 0; k < nrhs; ++k) last[k] -= v * r[k];
+    }
+    if (i < m) {
+        double *__restrict q = b + (i - 1) * rs;
+        double *__restrict ri = q + rs;
+        const double li = l[i], sq = inv[i - 1], si = inv[i];
+        const double vi = cyclic ? v[i] : 0.0;
+        for (int64_t k = 0; k < nrhs; ++k) {
+            const double zi = ri[k] - li * q[k];
+            if (cyclic) last[k] -= vi * zi;
+            q[k] *= sq;
+            ri[k] = zi * si;
         }
-        if (i == m - 1) {
-            for (int64_t k = 0; k < nrhs; ++k) r[k] *= inv;
-        }
+    } else {
+        double *__restrict r = b + (m - 1) * rs;
+        const double s = inv[m - 1];
+        for (int64_t k = 0; k < nrhs; ++k) r[k] *= s;
     }
     if (cyclic) {
         const double inv_s = f->inv_s;
         for (int64_t k = 0; k < nrhs; ++k) last[k] *= inv_s;
-        for (int64_t i = m - 1; i >= 0; --i) {
-            double *__restrict r = b + i * rs;
-            const double *__restrict q = r + rs;
-            const double u = f->u[i], w = f->w[i];
-            for (int64_t k = 0; k < nrhs; ++k) r[k] = r[k] - u * q[k] - w * last[k];
+        for (int64_t j = 0; j < m; ++j) {
+            double *__restrict r = b + j * rs;
+            const double w = f->w[j];
+            for (int64_t k = 0; k < nrhs; ++k) r[k] = r[k] - w * last[k];
         }
-        return;
     }
-    for (int64_t i = m - 2; i >= 0; --i) {
-        double *__restrict r = b + i * rs;
-        const double *__restrict q = r + rs;
-        const double u = f->u[i];
-        for (int64_t k = 0; k < nrhs; ++k) r[k] = r[k] - u * q[k];
+    int64_t k = m - 2;
+    for (; k >= 1; k -= 2) {
+        const double *__restrict q = b + (k + 1) * rs;
+        double *__restrict rk = b + k * rs;
+        double *__restrict rj = rk - rs;
+        const double uk = u[k], uj = u[k - 1], ujk = u[k - 1] * u[k];
+        for (int64_t e = 0; e < nrhs; ++e) {
+            const double xk = rk[e] - uk * q[e];
+            const double xj = (rj[e] - uj * rk[e]) + ujk * q[e];
+            rk[e] = xk;
+            rj[e] = xj;
+        }
+    }
+    if (k == 0) {
+        const double *__restrict q = b + rs;
+        const double u0 = u[0];
+        for (int64_t e = 0; e < nrhs; ++e) b[e] = b[e] - u0 * q[e];
     }
 }
 

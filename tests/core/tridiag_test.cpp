@@ -201,22 +201,33 @@ TEST(Tridiag, LongSystemsGiveTheBitsOfThePlainRecurrence) {
     System laplacian{Vec(n, -1.0), Vec(n, 2.0), Vec(n, -1.0)};
     for (const System &s : {random_system(n, g), laplacian}) {
         const Vec b = random_vector(n, g);
-        // The plain recurrence, in the operations the factor-and-solve documents.
-        Vec inv(n), z(n), x(n);
-        double p = s.diag[0];
-        inv[0] = 1.0 / p;
+        // The plain recurrences, in the operations the factor-and-solve documents: reciprocal
+        // pivots, then both sweeps two rows at a time.
+        Vec inv(n), l(n, 0.0), u(n, 0.0), x(n);
+        inv[0] = 1.0 / s.diag[0];
         for (int64_t i = 1; i < n; ++i) {
-            p = s.diag[i] - (s.sub[i] * s.sup[i - 1]) / p;
-            inv[i] = 1.0 / p;
+            inv[i] = 1.0 / (s.diag[i] - (s.sub[i] * s.sup[i - 1]) * inv[i - 1]);
         }
-        double zi = b[0];
-        z[0] = zi * inv[0];
-        for (int64_t i = 1; i < n; ++i) {
-            zi = b[i] - (s.sub[i] * inv[i - 1]) * zi;
-            z[i] = zi * inv[i];
+        for (int64_t i = 1; i < n; ++i) l[i] = s.sub[i] * inv[i - 1];
+        for (int64_t i = 0; i + 1 < n; ++i) u[i] = s.sup[i] * inv[i];
+        double z = b[0];
+        x[0] = z * inv[0];
+        int64_t i = 1;
+        for (; i + 1 < n; i += 2) {
+            const double zi = b[i] - l[i] * z;
+            const double zj = (b[i + 1] - l[i + 1] * b[i]) + (l[i + 1] * l[i]) * z;
+            x[i] = zi * inv[i];
+            x[i + 1] = zj * inv[i + 1];
+            z = zj;
         }
-        x[n - 1] = z[n - 1];
-        for (int64_t i = n - 2; i >= 0; --i) x[i] = z[i] - (s.sup[i] * inv[i]) * x[i + 1];
+        if (i < n) x[i] = (b[i] - l[i] * z) * inv[i];
+        int64_t k = n - 2;
+        for (; k >= 1; k -= 2) {
+            const double xk = x[k] - u[k] * x[k + 1];
+            x[k - 1] = (x[k - 1] - u[k - 1] * x[k]) + (u[k - 1] * u[k]) * x[k + 1];
+            x[k] = xk;
+        }
+        if (k == 0) x[0] = x[0] - u[0] * x[1];
         EXPECT_EQ(korb_solve(s, false, {b}, false)[0], x);
     }
 }
