@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/simd.h"
 #include "korb_core.h"
 
 struct KorbTridiag {
@@ -102,26 +103,41 @@ void pivots(int64_t m, const double *sub, const double *diag, const double *sup,
 }
 
 // Factors the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]) into f: the
-// multipliers, the reciprocal pivots and the super-diagonal of U scaled by them. A pivot is
-// usable when its reciprocal is finite and not 0 (r - r is 0 exactly for finite r); the flags
-// are or-ed together without a branch, so that the loop runs in vector registers. A NaN or an
-// infinite reciprocal makes every later one NaN, so they all fail the check too.
+// multipliers, the reciprocal pivots and the super-diagonal of U scaled by them, a vector of rows
+// at a time. A pivot is usable when its reciprocal is finite and not 0: the smallest and largest
+// magnitudes are kept as the loop goes, and a NaN, which makes every later reciprocal NaN, shows
+// in the last one.
 bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *diag,
                   const double *sup) {
-    double *__restrict inv = f->inv, *__restrict l = f->l, *__restrict u = f->u;
+    using V = korb::simd::f64v;
+    constexpr int64_t kLanes = korb::simd::kLanes<double>;
+    double *inv = f->inv, *l = f->l, *u = f->u;
     pivots(m, sub, diag, sup, inv);
-    int64_t bad = 0;
-    for (int64_t i = 0; i < m; ++i) {
-        const double r = inv[i];
-        bad |= static_cast<int64_t>(r - r != 0.0) | static_cast<int64_t>(r == 0.0);
-    }
+    double lo = std::fabs(inv[m - 1]), hi = lo;
+    V vlo = V{} + lo, vhi = V{} + hi;
     l[0] = 0.0;
-    for (int64_t i = 1; i < m; ++i) {
-        l[i] = sub[i] * inv[i - 1];
-        u[i - 1] = sup[i - 1] * inv[i - 1];
+    int64_t i = 1;
+    for (; i + kLanes <= m; i += kLanes) {
+        const V r = korb::simd::load<V>(inv + i - 1);
+        const V a = r < 0.0 ? -r : r;
+        vlo = a < vlo ? a : vlo;
+        vhi = a > vhi ? a : vhi;
+        korb::simd::store(l + i, korb::simd::load<V>(sub + i) * r);
+        korb::simd::store(u + i - 1, korb::simd::load<V>(sup + i - 1) * r);
+    }
+    for (int k = 0; k < kLanes; ++k) {
+        lo = vlo[k] < lo ? vlo[k] : lo;
+        hi = vhi[k] > hi ? vhi[k] : hi;
+    }
+    for (; i < m; ++i) {
+        const double r = inv[i - 1], a = std::fabs(r);
+        lo = a < lo ? a : lo;
+        hi = a > hi ? a : hi;
+        l[i] = sub[i] * r;
+        u[i - 1] = sup[i - 1] * r;
     }
     u[m - 1] = 0.0;
-    return bad == 0;
+    return lo != 0.0 && hi < INFINITY && std::isfinite(inv[m - 1]);
 }
 
 // The border of a cyclic system of n >= 3 rows: w, v and the Schur complement.
