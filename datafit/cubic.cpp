@@ -281,11 +281,13 @@ std::int64_t build_natural(const Fit<T> &fit) {
     }
     const std::int64_t block = ny < kBlock ? ny : kBlock;
     const bool gather = fit.point_major || sizeof(T) != sizeof(double);
-    // Matrix (3 nx), slopes of a block (nx per function), gathered values of a block.
-    Work work(3 * nx + block * nx + (gather ? block * nx : 0));
-    if (!work.ok()) return DF_ERROR_MEM_FAILURE;
-    double *sub = work.get(), *diag = sub + nx, *sup = diag + nx;
-    double *slopes = sup + nx, *vals = slopes + block * nx;
+    // The matrix (3 nx), and the slopes and gathered values of a block (nx per function each),
+    // in separate blocks: the allocator serves blocks of a few arrays again from its heap on the
+    // next call, where one large block would be mapped afresh every time.
+    Work matrix(3 * nx), block_work(block * nx * (gather ? 2 : 1));
+    if (!matrix.ok() || !block_work.ok()) return DF_ERROR_MEM_FAILURE;
+    double *sub = matrix.get(), *diag = sub + nx, *sup = diag + nx;
+    double *slopes = block_work.get(), *vals = slopes + block * nx;
     natural_matrix(sys, fit.x, sub, diag, sup);
     Tridiag system;
     if (system.factor(sys.rows, sub, diag, sup, sys.ends == Ends::periodic) != DF_STATUS_OK) {

@@ -155,10 +155,11 @@ std::int64_t build_subbotin(const Fit<T> &fit) {
     const std::int64_t block = ny < kBlock ? ny : kBlock;
     const std::int64_t n1 = nx + 1;
     const bool gather = fit.point_major || sizeof(T) != sizeof(double);
-    Work work(3 * n1 + block * n1 + (gather ? block * nx : 0));
-    if (!work.ok()) return DF_ERROR_MEM_FAILURE;
-    double *sub = work.get(), *diag = sub + n1, *sup = diag + n1;
-    double *d = sup + n1, *vals = d + block * n1;
+    // Kept in two blocks, as the cubic's: see build_natural.
+    Work matrix(3 * n1), block_work(block * n1 + (gather ? block * nx : 0));
+    if (!matrix.ok() || !block_work.ok()) return DF_ERROR_MEM_FAILURE;
+    double *sub = matrix.get(), *diag = sub + n1, *sup = diag + n1;
+    double *d = block_work.get(), *vals = d + block * n1;
 
     // Row r of the matrix is the equation of unknown d_{lo+r}: equation j = lo + r - 1.
     for (std::int64_t r = 0; r < rows; ++r) {
