@@ -378,10 +378,14 @@ std::int64_t build_akima(const Fit<T> &fit) {
             m[nx + 1] = 2.0 * m[nx] - m[nx - 1];
             m[nx + 2] = 2.0 * m[nx + 1] - m[nx];
         }
+        // Both candidates are computed for every point (the quotient with a harmless divisor
+        // where the weights vanish) and one is selected, so that the loop runs in vectors.
         for (std::int64_t j = 0; j < nx; ++j) {
             const double w1 = std::fabs(m[j + 3] - m[j + 2]), w2 = std::fabs(m[j + 1] - m[j]);
             const double w = w1 + w2;
-            s[j] = w == 0.0 ? 0.5 * (m[j + 1] + m[j + 2]) : (w1 * m[j + 1] + w2 * m[j + 2]) / w;
+            const double weighted = (w1 * m[j + 1] + w2 * m[j + 2]) / (w == 0.0 ? 1.0 : w);
+            const double mean = 0.5 * (m[j + 1] + m[j + 2]);
+            s[j] = w == 0.0 ? mean : weighted;
         }
         hermite_cells(nx, x, y, s, 1, fit.c[i]);
     }
