@@ -46,8 +46,9 @@ bool same(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-// The reciprocal pivots r_0 = 1 / diag_0, r_i = 1 / (diag_i - (sub_i sup_{i-1}) r_{i-1}), into
-// r[0..m-1].
+// The factor of the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]): the
+// reciprocal pivots r_0 = 1 / diag_0, r_i = 1 / (diag_i - (sub_i sup_{i-1}) r_{i-1}), and with
+// each r_i the two entries that depend on it alone, u_i = sup_i r_i and l_{i+1} = sub_{i+1} r_i.
 //
 // The recurrence is a multiplication, a subtraction and a division long per row, and their
 // latency is all the time it takes. Long systems therefore run kChains pieces side by side: each
@@ -56,15 +57,24 @@ bool same(double a, double b) {
 // by sub_i sup_{i-1} r_i^2, well below 1 for the diagonally dominant systems it is meant for) the
 // guess is forgotten by the time the piece reaches its own rows. Each piece is then checked
 // against the true value before it, and where the two differ it is recomputed from there until it
-// meets its own values again: from that row on the recurrence gives the same bits. So the result
+// meets its own values again: from that row on the recurrence gives the same bits. So the factor
 // is exactly that of the plain loop, whatever the matrix; only the time depends on how fast
 // guesses are forgotten.
-void pivots(int64_t m, const double *sub, const double *diag, const double *sup, double *r) {
+void factor_rows(int64_t m, const double *sub, const double *diag, const double *sup,
+                 KorbTridiag *f) {
     constexpr int64_t kChains = 4, kWarm = 64, kShortest = 4096;
+    double *inv = f->inv, *l = f->l, *u = f->u;
     const auto step = [&](int64_t i, double prev) {
         return 1.0 / (diag[i] - (sub[i] * sup[i - 1]) * prev);
     };
-    r[0] = 1.0 / diag[0];
+    // Stores row i's reciprocal pivot and what follows from it.
+    const auto keep = [&](int64_t i, double r) {
+        inv[i] = r;
+        u[i] = i + 1 < m ? sup[i] * r : 0.0;
+        if (i + 1 < m) l[i + 1] = sub[i + 1] * r;
+    };
+    l[0] = 0.0;
+    keep(0, 1.0 / diag[0]);
     int64_t done = 1;
     if (m >= kShortest) {
         const int64_t len = (m - kWarm) / kChains;
@@ -72,11 +82,11 @@ void pivots(int64_t m, const double *sub, const double *diag, const double *sup,
         double v[kChains], guess[kChains];
         for (int64_t s = 0; s < kChains; ++s) {
             start[s] = s == 0 ? 0 : kWarm + s * len;
-            v[s] = s == 0 ? r[0] : 1.0 / diag[start[s] - kWarm];
+            v[s] = s == 0 ? inv[0] : 1.0 / diag[start[s] - kWarm];
         }
         for (int64_t j = 1; j < kWarm; ++j) {
             v[0] = step(j, v[0]);
-            r[j] = v[0];
+            keep(j, v[0]);
             for (int64_t s = 1; s < kChains; ++s) v[s] = step(start[s] - kWarm + j, v[s]);
         }
         for (int64_t s = 1; s < kChains; ++s) guess[s] = v[s];
@@ -85,58 +95,52 @@ void pivots(int64_t m, const double *sub, const double *diag, const double *sup,
             for (int64_t s = 0; s < kChains; ++s) {
                 const int64_t i = start[s] + j;
                 v[s] = step(i, v[s]);
-                r[i] = v[s];
+                keep(i, v[s]);
             }
         }
         for (int64_t s = 1; s < kChains; ++s) {
-            if (same(r[start[s] - 1], guess[s])) continue;
-            double x = r[start[s] - 1];
+            if (same(inv[start[s] - 1], guess[s])) continue;
+            double x = inv[start[s] - 1];
+            // l at the piece's first row came from the guess: it follows the true value now.
+            l[start[s]] = sub[start[s]] * x;
             for (int64_t i = start[s]; i < start[s] + len; ++i) {
                 x = step(i, x);
-                if (same(x, r[i])) break;
-                r[i] = x;
+                if (same(x, inv[i])) break;
+                keep(i, x);
             }
         }
         done = kWarm + kChains * len;
     }
-    for (int64_t i = done; i < m; ++i) r[i] = step(i, r[i - 1]);
+    for (int64_t i = done; i < m; ++i) keep(i, step(i, inv[i - 1]));
 }
 
-// Factors the plain system of m rows (sub[1..m-1], diag[0..m-1], sup[0..m-2]) into f: the
-// multipliers, the reciprocal pivots and the super-diagonal of U scaled by them, a vector of rows
-// at a time. A pivot is usable when its reciprocal is finite and not 0: the smallest and largest
-// magnitudes are kept as the loop goes, and a NaN, which makes every later reciprocal NaN, shows
-// in the last one.
+// Factors the plain system of m rows into f. A pivot is usable when its reciprocal is finite and
+// not 0: the smallest and largest magnitudes are found a vector of rows at a time, and a NaN,
+// which makes every later reciprocal NaN, shows in the last one.
 bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *diag,
                   const double *sup) {
     using V = korb::simd::f64v;
     constexpr int64_t kLanes = korb::simd::kLanes<double>;
-    double *inv = f->inv, *l = f->l, *u = f->u;
-    pivots(m, sub, diag, sup, inv);
+    factor_rows(m, sub, diag, sup, f);
+    const double *inv = f->inv;
     double lo = std::fabs(inv[m - 1]), hi = lo;
     V vlo = V{} + lo, vhi = V{} + hi;
-    l[0] = 0.0;
-    int64_t i = 1;
+    int64_t i = 0;
     for (; i + kLanes <= m; i += kLanes) {
-        const V r = korb::simd::load<V>(inv + i - 1);
+        const V r = korb::simd::load<V>(inv + i);
         const V a = r < 0.0 ? -r : r;
         vlo = a < vlo ? a : vlo;
         vhi = a > vhi ? a : vhi;
-        korb::simd::store(l + i, korb::simd::load<V>(sub + i) * r);
-        korb::simd::store(u + i - 1, korb::simd::load<V>(sup + i - 1) * r);
     }
     for (int k = 0; k < kLanes; ++k) {
         lo = vlo[k] < lo ? vlo[k] : lo;
         hi = vhi[k] > hi ? vhi[k] : hi;
     }
     for (; i < m; ++i) {
-        const double r = inv[i - 1], a = std::fabs(r);
+        const double a = std::fabs(inv[i]);
         lo = a < lo ? a : lo;
         hi = a > hi ? a : hi;
-        l[i] = sub[i] * r;
-        u[i - 1] = sup[i - 1] * r;
     }
-    u[m - 1] = 0.0;
     return lo != 0.0 && hi < INFINITY && std::isfinite(inv[m - 1]);
 }
 
