@@ -20,7 +20,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "frame/simd.h"
 #include "korb_core.h"
 
 struct KorbTridiag {
@@ -60,15 +59,26 @@ bool same(double a, double b) {
 // meets its own values again: from that row on the recurrence gives the same bits. So the factor
 // is exactly that of the plain loop, whatever the matrix; only the time depends on how fast
 // guesses are forgotten.
-void factor_rows(int64_t m, const double *sub, const double *diag, const double *sup,
-                 KorbTridiag *f) {
+//
+// Returns the smallest and largest magnitude of every reciprocal it stored, repaired ones included,
+// so that a caller who finds them finite and not 0 knows the final ones are.
+struct Range {
+    double lo, hi;
+};
+
+Range factor_rows(int64_t m, const double *sub, const double *diag, const double *sup,
+                  KorbTridiag *f) {
     constexpr int64_t kChains = 4, kWarm = 64, kShortest = 4096;
     double *inv = f->inv, *l = f->l, *u = f->u;
     const auto step = [&](int64_t i, double prev) {
         return 1.0 / (diag[i] - (sub[i] * sup[i - 1]) * prev);
     };
+    Range range{INFINITY, 0.0};
     // Stores row i's reciprocal pivot and what follows from it.
     const auto keep = [&](int64_t i, double r) {
+        const double a = std::fabs(r);
+        range.lo = a < range.lo ? a : range.lo;
+        range.hi = a > range.hi ? a : range.hi;
         inv[i] = r;
         u[i] = i + 1 < m ? sup[i] * r : 0.0;
         if (i + 1 < m) l[i + 1] = sub[i + 1] * r;
@@ -112,36 +122,23 @@ void factor_rows(int64_t m, const double *sub, const double *diag, const double 
         done = kWarm + kChains * len;
     }
     for (int64_t i = done; i < m; ++i) keep(i, step(i, inv[i - 1]));
+    return range;
 }
 
 // Factors the plain system of m rows into f. A pivot is usable when its reciprocal is finite and
-// not 0: the smallest and largest magnitudes are found a vector of rows at a time, and a NaN,
-// which makes every later reciprocal NaN, shows in the last one.
+// not 0. The magnitudes seen while factoring settle it when they pass; otherwise (some value,
+// perhaps a guess later repaired, failed) the final reciprocals are checked one by one. A NaN makes
+// every later reciprocal NaN, so the last one shows it.
 bool factor_plain(KorbTridiag *f, int64_t m, const double *sub, const double *diag,
                   const double *sup) {
-    using V = korb::simd::f64v;
-    constexpr int64_t kLanes = korb::simd::kLanes<double>;
-    factor_rows(m, sub, diag, sup, f);
+    const Range seen = factor_rows(m, sub, diag, sup, f);
     const double *inv = f->inv;
-    double lo = std::fabs(inv[m - 1]), hi = lo;
-    V vlo = V{} + lo, vhi = V{} + hi;
-    int64_t i = 0;
-    for (; i + kLanes <= m; i += kLanes) {
-        const V r = korb::simd::load<V>(inv + i);
-        const V a = r < 0.0 ? -r : r;
-        vlo = a < vlo ? a : vlo;
-        vhi = a > vhi ? a : vhi;
+    if (!std::isfinite(inv[m - 1])) return false;
+    if (seen.lo != 0.0 && seen.hi < INFINITY) return true;
+    for (int64_t i = 0; i < m; ++i) {
+        if (inv[i] == 0.0 || !std::isfinite(inv[i])) return false;
     }
-    for (int k = 0; k < kLanes; ++k) {
-        lo = vlo[k] < lo ? vlo[k] : lo;
-        hi = vhi[k] > hi ? vhi[k] : hi;
-    }
-    for (; i < m; ++i) {
-        const double a = std::fabs(inv[i]);
-        lo = a < lo ? a : lo;
-        hi = a > hi ? a : hi;
-    }
-    return lo != 0.0 && hi < INFINITY && std::isfinite(inv[m - 1]);
+    return true;
 }
 
 // The border of a cyclic system of n >= 3 rows: w, v and the Schur complement.
