@@ -211,5 +211,29 @@ for args in "" "minmax" "frobnicate" "minmax $data --layout diagonal" "minmax $d
     one_line_error "stats $args" "$korb" stats $args
 done
 
+# korb fit
+points=$(mktemp)
+trap 'rm -f "$data" "$bad" "$points"' EXIT
+printf '0 1 5\n1 3 6\n2 2 7\n4 4 1\n5 0 0\n' >"$points"
+check "fit linear" 0 '^0 1 1 3 -1$' "$korb" fit "$points" --spline linear
+check "fit linear second function" 0 '^1 3 4 1 -1$' "$korb" fit "$points" --spline linear
+check "fit cells" 0 '^8$' sh -c "'$korb' fit '$points' | wc -l"
+check "fit natural clamped" 0 '^0 0 0 1 0\.25 ' "$korb" fit "$points" --left first=0.25 --right first=0
+check "fit quadratic left second" 0 '^0 0 0 1 1 1$' \
+    sh -c "printf '0 1\n1 3\n2 1\n' | '$korb' fit - --spline quadratic --left second=2"
+check "fit subbotin knots" 0 '^0 1 0\.5 ' "$korb" fit "$points" --spline subbotin
+check "fit hermite" 0 '^0 0 0 1 7 ' sh -c "printf '0 1 7\n1 2 0\n' | '$korb' fit - --spline hermite"
+check "fit unsorted" 1 'DF_ERROR_BAD_PARTITION \(-1023\)$' \
+    sh -c "printf '0 1\n2 3\n1 4\n' | '$korb' fit - --spline akima"
+check "fit periodic values" 1 'DF_ERROR_BAD_PERIODIC_VAL' "$korb" fit "$points" --bc periodic
+check "fit help" 0 '^usage: korb fit' "$korb" fit --help
+for args in "" "$points --spline spiral" "$points --bc clamped" "$points --left first=1" \
+    "$points --left third=1 --right first=1" "$points --left first=x --right first=1" \
+    "$points --bc free --left first=1 --right first=1" "$points $points" "$points --frobnicate" \
+    "/nonexistent/file" "$bad" "$points --spline"; do
+    # shellcheck disable=SC2086
+    one_line_error "fit $args" "$korb" fit $args
+done
+
 echo "$passes passed, $fails failed"
 [ "$fails" -eq 0 ]
