@@ -1,0 +1,441 @@
+// Cell search: korb_df_kernel_[d|s]SearchCells1D, and the search, sites and checks that
+// interpolation and integration share.
+//
+// A site's count is the number of partition points at or below it. Each method below computes it
+// exactly, on any site including NaN (no point is at or below NaN: count 0) and the infinities:
+//
+// - Uniform partition (x hint 4): the count guessed as floor((s - a) / h) + 1 and moved by at most
+//   one point each way, comparing with the points as the construction places them. A guess that
+//   is further out (the ends far from 0 compared with the spacing make (s - a) / h inexact by many
+//   cells) is found in a second pass by bisection. The first pass is a straight-line loop.
+// - Nearly uniform partition (x hint 2): the same guess from x_0 and x_{nx-1}, the same steps on
+//   the caller's points, and a local walk then bisection for the sites it misses.
+// - Sorted sites (site hint 1 or 4, partition not uniform): a merging walk from the previous
+//   site's count, up or down; after kWalk steps it bisects the rest of the partition, so sparse
+//   sites cost a logarithm each, and unsorted ones are found all the same.
+// - Any other: branch-free bisection, all the sites of a block one level at a time so that their
+//   loads overlap. With many sites the points are first copied into breadth-first order
+//   (SearchTree): node k has its children at 2k and 2k + 1, padded with NaN to a full tree of L
+//   levels, and a descent of L steps ends at leaf 2^L + count. The top levels, which every site
+//   reads, then lie in a few cache lines; the padding compares false, as a point above every site
+//   would.
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "korb/df.h"
+#include "korb/frame.h"
+#include "search.h"
+#include "task.h"
+
+namespace korb::datafit {
+
+namespace {
+
+constexpr std::int64_t kWalk = 8;
+// Partitions below this many points are bisected: their few cache lines stay hot anyway.
+constexpr std::int64_t kTreeMinPoints = 64;
+
+// Count of the points first .. first + len - 1 at or below s, plus first (len >= 1).
+template <class Point>
+std::int64_t bisect_one(const Point &point, double s, std::int64_t first, std::int64_t len) {
+    std::int64_t base = first;
+    while (len > 1) {
+        const std::int64_t half = len / 2;
+        base = point(base + half) <= s ? base + half : base;
+        len -= half;
+    }
+    return base + (point(base) <= s ? 1 : 0);
+}
+
+// Whether count c is right for site s: the point below it (if any) is at or below s, the point
+// at c (if any) is not. True for NaN with c = 0.
+template <class Point>
+bool count_right(const Point &point, std::int64_t nx, double s, std::int64_t c) {
+    return (c == 0 || point(c - 1) <= s) && (c == nx || !(point(c) <= s));
+}
+
+// Walks from count c towards the count of s, at most kWalk points, then bisects what is left.
+template <class Point>
+std::int64_t walk_one(const Point &point, std::int64_t nx, double s, std::int64_t c) {
+    if (c < nx && point(c) <= s) {
+        for (std::int64_t step = 0; step < kWalk; ++step) {
+            ++c;
+            if (c == nx || !(point(c) <= s)) return c;
+        }
+        // point(c) <= s: the count lies in c + 1 .. nx.
+        return bisect_one(point, s, c, nx - c);
+    }
+    if (c > 0 && !(point(c - 1) <= s)) {
+        for (std::int64_t step = 0; step < kWalk; ++step) {
+            --c;
+            if (c == 0 || point(c - 1) <= s) return c;
+        }
+        // point(c - 1) > s: the count lies in 0 .. c - 1.
+        return bisect_one(point, s, 0, c);
+    }
+    return c;
+}
+
+// The guessing pass of the uniform and nearly uniform methods: the count from the site's offset
+// from x_0 in cells, then one step up and one down. Index is std::int32_t where every count fits
+// in it, so that the loop converts between doubles and indices in vector registers. Returns
+// whether some site still has a wrong count.
+template <class Index, class Point>
+bool guess_pass(const Point &point, std::int64_t nx, double origin, double scale, const double *s,
+                std::int64_t n, std::int64_t *k) {
+    const double top = static_cast<double>(nx);
+    const Index last = static_cast<Index>(nx - 1), count_max = static_cast<Index>(nx);
+    bool wrong = false;
+    for (std::int64_t i = 0; i < n; ++i) {
+        const double si = s[i];
+        double q = (si - origin) * scale + 1.0;
+        q = q > 0.0 ? q : 0.0;  // NaN goes to 0 here
+        q = q < top ? q : top;
+        // Conditions are combined with & rather than &&, and every point read is at a clamped
+        // index, so that the loop has no branch.
+        Index c = static_cast<Index>(q);
+        const Index up = c < last ? c : last;
+        c += static_cast<Index>((c < count_max) & (point(up) <= si));
+        const Index down = c > 0 ? c - 1 : 0;
+        c -= static_cast<Index>((c > 0) & !(point(down) <= si));
+        const Index below = c > 0 ? c - 1 : 0, at = c < last ? c : last;
+        const bool right =
+            ((c == 0) | (point(below) <= si)) & ((c == count_max) | !(point(at) <= si));
+        wrong |= !right;
+        k[i] = c;
+    }
+    return wrong;
+}
+
+// The guess, then the local walk for the sites whose guess was too far out.
+template <class Point>
+void guess_counts(const Point &point, std::int64_t nx, double origin, double scale, const double *s,
+                  std::int64_t n, std::int64_t *k) {
+    const bool wrong = nx <= std::numeric_limits<std::int32_t>::max()
+                           ? guess_pass<std::int32_t>(point, nx, origin, scale, s, n, k)
+                           : guess_pass<std::int64_t>(point, nx, origin, scale, s, n, k);
+    if (!wrong) return;
+    for (std::int64_t i = 0; i < n; ++i) {
+        if (!count_right(point, nx, s[i], k[i])) k[i] = walk_one(point, nx, s[i], k[i]);
+    }
+}
+
+// The points as functions of their index; the index type is the caller's, so that a loop over
+// 32-bit indices converts them to double directly.
+template <class T>
+struct ArrayPoint {
+    const T *x;
+    template <class I>
+    double operator()(I i) const {
+        return static_cast<double>(x[i]);
+    }
+};
+
+struct UniformPoint {
+    double a, b, h;
+    std::int64_t last;
+    template <class I>
+    double operator()(I i) const {
+        return i == static_cast<I>(last) ? b : a + static_cast<double>(i) * h;
+    }
+};
+
+template <class T>
+UniformPoint uniform_point(const Partition<T> &p) {
+    return {p.a, p.b, p.h, p.nx - 1};
+}
+
+}  // namespace
+
+template <class T>
+Sites<T>::Sites(std::int64_t count, const T *array, std::int64_t hint)
+    : n(count), s(array), uniform(hint == DF_SITES_UNIFORM), sorted(hint != DF_SITES_ANY) {
+    if (uniform && count > 0) {
+        a = static_cast<double>(array[0]);
+        b = static_cast<double>(array[1]);
+        h = count > 1 ? (b - a) / static_cast<double>(count - 1) : 0.0;
+    }
+}
+
+template <class T>
+void Sites<T>::block(std::int64_t first, std::int64_t count, double *out) const {
+    if (!uniform) {
+        for (std::int64_t i = 0; i < count; ++i) out[i] = static_cast<double>(s[first + i]);
+        return;
+    }
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::int64_t j = first + i;
+        out[i] = j == 0 ? a : j == n - 1 ? b : a + static_cast<double>(j) * h;
+    }
+}
+
+template <class T>
+std::int64_t read_partition(const DfTask *task, Partition<T> *p) {
+    if (task->nx < 2) return DF_ERROR_BAD_NX;
+    if (task->x == nullptr) return DF_ERROR_NULL_X;
+    if (!x_hint_accepted(task->xHint)) return DF_ERROR_BAD_XHINT;
+    p->nx = task->nx;
+    p->x = static_cast<const T *>(task->x);
+    p->uniform = task->xHint == DF_X_UNIFORM;
+    if (p->uniform) {
+        p->a = static_cast<double>(p->x[0]);
+        p->b = static_cast<double>(p->x[1]);
+        p->h = (p->b - p->a) / static_cast<double>(p->nx - 1);
+        // The checks that cost nothing: finite increasing ends and a step that moves.
+        if (!std::isfinite(p->a) || !std::isfinite(p->b) || !(p->a < p->b) ||
+            !std::isfinite(p->b - p->a) || !(p->h > 0.0)) {
+            return DF_ERROR_BAD_PARTITION;
+        }
+    }
+    return DF_STATUS_OK;
+}
+
+SearchTree::~SearchTree() {
+    if (nodes_ != nullptr) korbAlignedFree(nodes_);
+}
+
+template <class T>
+void SearchTree::build(const Partition<T> &p) {
+    const int levels = std::bit_width(static_cast<std::uint64_t>(p.nx));
+    const std::int64_t size = std::int64_t{1} << levels;
+    nodes_ = static_cast<double *>(
+        korbAlignedAlloc(static_cast<std::size_t>(size) * sizeof(double), DF_TASK_ALIGNMENT));
+    if (nodes_ == nullptr) return;  // the search bisects instead
+    levels_ = levels;
+    nodes_[0] = 0.0;
+    const double pad = std::numeric_limits<double>::quiet_NaN();
+    // Level d holds nodes 2^d .. 2^(d+1) - 1; node 2^d + m is point (2m + 1) 2^(L-1-d) - 1.
+    for (int d = 0; d < levels; ++d) {
+        const std::int64_t first = std::int64_t{1} << d;
+        const std::int64_t step = std::int64_t{1} << (levels - d);
+        std::int64_t i = step / 2 - 1;
+        for (std::int64_t m = 0; m < first; ++m, i += step) {
+            nodes_[first + m] = i < p.nx ? p.point(i) : pad;
+        }
+    }
+}
+
+bool tree_pays(std::int64_t nx, std::int64_t x_hint, std::int64_t nsites, bool sorted_sites) {
+    if (x_hint == DF_X_UNIFORM || x_hint == DF_X_NEARLY_UNIFORM || sorted_sites) return false;
+    // The tree costs about two passes over the partition; each site saves a fraction of its
+    // descent.
+    return nx >= kTreeMinPoints && nsites >= nx / 4;
+}
+
+template <class T>
+CellSearch<T>::CellSearch(const Partition<T> &p, std::int64_t x_hint, bool sorted_sites,
+                          const SearchTree *tree)
+    : p_(p), method_(Method::bisect), tree_(tree) {
+    if (p.uniform) {
+        method_ = Method::arithmetic;
+        scale_ = 1.0 / p.h;
+    } else if (sorted_sites) {
+        method_ = Method::walk;
+    } else if (x_hint == DF_X_NEARLY_UNIFORM) {
+        method_ = Method::guess;
+        const double width = static_cast<double>(p.x[p.nx - 1]) - static_cast<double>(p.x[0]);
+        scale_ = static_cast<double>(p.nx - 1) / width;
+        // A partition that does not increase gives no usable scale: every guess is then 1 and
+        // the walk and bisection find the counts.
+        if (!std::isfinite(scale_) || !(scale_ > 0.0)) scale_ = 0.0;
+    } else if (tree != nullptr && tree->nodes() != nullptr) {
+        method_ = Method::tree;
+    }
+}
+
+template <class T>
+void CellSearch<T>::counts(const double *s, std::int64_t n, std::int64_t *k) {
+    switch (method_) {
+        case Method::arithmetic:
+            return arithmetic(s, n, k);
+        case Method::guess:
+            return guess(s, n, k);
+        case Method::walk:
+            return walk(s, n, k);
+        case Method::tree:
+            return tree(s, n, k);
+        case Method::bisect:
+            return bisect(s, n, k);
+    }
+}
+
+template <class T>
+void CellSearch<T>::arithmetic(const double *s, std::int64_t n, std::int64_t *k) const {
+    guess_counts(uniform_point(p_), p_.nx, p_.a, scale_, s, n, k);
+}
+
+template <class T>
+void CellSearch<T>::guess(const double *s, std::int64_t n, std::int64_t *k) const {
+    guess_counts(ArrayPoint<T>{p_.x}, p_.nx, static_cast<double>(p_.x[0]), scale_, s, n, k);
+}
+
+template <class T>
+void CellSearch<T>::walk(const double *s, std::int64_t n, std::int64_t *k) {
+    const ArrayPoint<T> point{p_.x};
+    std::int64_t c = at_;
+    for (std::int64_t i = 0; i < n; ++i) {
+        const double si = s[i];
+        if (si != si) {  // NaN: count 0, and the walk stays where it was
+            k[i] = 0;
+            continue;
+        }
+        c = walk_one(point, p_.nx, si, c);
+        k[i] = c;
+    }
+    at_ = c;
+}
+
+template <class T>
+void CellSearch<T>::tree(const double *s, std::int64_t n, std::int64_t *k) const {
+    const double *nodes = tree_->nodes();
+    const int levels = tree_->levels();
+    for (std::int64_t i = 0; i < n; ++i) k[i] = 1;
+    for (int d = 0; d < levels; ++d) {
+        for (std::int64_t i = 0; i < n; ++i) k[i] = 2 * k[i] + (nodes[k[i]] <= s[i] ? 1 : 0);
+    }
+    const std::int64_t leaves = std::int64_t{1} << levels;
+    for (std::int64_t i = 0; i < n; ++i) k[i] -= leaves;
+}
+
+template <class T>
+void CellSearch<T>::bisect(const double *s, std::int64_t n, std::int64_t *k) const {
+    const T *x = p_.x;
+    for (std::int64_t i = 0; i < n; ++i) k[i] = 0;
+    std::int64_t len = p_.nx;
+    while (len > 1) {
+        const std::int64_t half = len / 2;
+        for (std::int64_t i = 0; i < n; ++i) {
+            k[i] = static_cast<double>(x[k[i] + half]) <= s[i] ? k[i] + half : k[i];
+        }
+        len -= half;
+    }
+    for (std::int64_t i = 0; i < n; ++i) k[i] += static_cast<double>(x[k[i]]) <= s[i] ? 1 : 0;
+}
+
+template <class T>
+void Pieces<T>::locate(const double *s, const std::int64_t *k, std::int64_t n, std::int64_t *j,
+                       double *t) const {
+    const std::int64_t nx = part.nx;
+    if (!midknots) {
+        const std::int64_t last = ncell - 1;
+        for (std::int64_t i = 0; i < n; ++i) {
+            std::int64_t c = k[i] - 1;
+            c = c < 0 ? 0 : c;
+            c = c > last ? last : c;
+            j[i] = c;
+        }
+        if (part.uniform) {
+            const UniformPoint point = uniform_point(part);
+            for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - point(j[i]);
+        } else {
+            for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - static_cast<double>(part.x[j[i]]);
+        }
+        return;
+    }
+    // Halfway knots: a site between x_{c-1} and x_c lies in cell c - 1 or c, split at their
+    // halfway knot.
+    for (std::int64_t i = 0; i < n; ++i) {
+        const std::int64_t c = k[i];
+        std::int64_t cell = 0;
+        if (c == nx) {
+            cell = nx - 1;
+        } else if (c > 0) {
+            cell = s[i] >= knot(c) ? c : c - 1;
+        }
+        j[i] = cell;
+        t[i] = s[i] - knot(cell);
+    }
+}
+
+template <class T>
+std::int64_t read_model(const DfTask *task, Pieces<T> *pieces) {
+    if (task->splineOrder < 1) return DF_ERROR_BAD_SPLINE_ORDER;
+    if (task->splineType < 0 || task->splineType > DF_SPLINE_TYPE_MAX) {
+        return DF_ERROR_BAD_SPLINE_TYPE;
+    }
+    pieces->order = task->splineOrder;
+    pieces->midknots = task->splineType == DF_PP_SUBBOTIN;
+    return DF_STATUS_OK;
+}
+
+template <class T>
+std::int64_t read_coefficients(const DfTask *task, Pieces<T> *pieces) {
+    const std::int64_t ny = task->ny;
+    if (ny < 1) return DF_ERROR_BAD_NY;
+    const auto *const *c = reinterpret_cast<const T *const *>(task->coeffs);
+    if (c == nullptr || array_entries(task->coeffs) < ny) return DF_ERROR_NULL_COEFF;
+    for (std::int64_t i = 0; i < ny; ++i) {
+        if (c[i] == nullptr) return DF_ERROR_NULL_COEFF;
+    }
+    pieces->ncell = pieces->midknots ? pieces->part.nx : pieces->part.nx - 1;
+    // A block of ncell cells must be indexable: an order that makes it larger than any memory
+    // cannot describe the caller's coefficients.
+    std::int64_t elements = 0;
+    if (__builtin_mul_overflow(pieces->ncell, pieces->order, &elements) ||
+        elements > PTRDIFF_MAX / static_cast<std::int64_t>(sizeof(T))) {
+        return DF_ERROR_BAD_SPLINE_ORDER;
+    }
+    pieces->c = c;
+    return DF_STATUS_OK;
+}
+
+#define KORB_DF_SEARCH(T)                                                    \
+    template struct Sites<T>;                                                \
+    template class CellSearch<T>;                                            \
+    template struct Pieces<T>;                                               \
+    template std::int64_t read_partition<T>(const DfTask *, Partition<T> *); \
+    template void SearchTree::build<T>(const Partition<T> &);                \
+    template std::int64_t read_model<T>(const DfTask *, Pieces<T> *);        \
+    template std::int64_t read_coefficients<T>(const DfTask *, Pieces<T> *);
+KORB_DF_SEARCH(double)
+KORB_DF_SEARCH(float)
+#undef KORB_DF_SEARCH
+
+namespace {
+
+template <class T>
+std::int64_t search_cells(DfTask *task, std::int64_t method, std::int64_t nsite, const T *site,
+                          std::int64_t sitehint, std::int64_t *cell) {
+    if (task == nullptr) return DF_ERROR_NULL_TASK;
+    if (method != DF_METHOD_STD) return DF_ERROR_BAD_METHOD;
+    if (nsite < 0) return DF_ERROR_BAD_NSITE;
+    if (site == nullptr && nsite > 0) return DF_ERROR_NULL_SITE;
+    if (!site_hint_accepted(sitehint)) return DF_ERROR_BAD_SITE_HINT;
+    if (cell == nullptr && nsite > 0) return DF_ERROR_NULL_CELL;
+    Partition<T> part;
+    const std::int64_t status = read_partition(task, &part);
+    if (status != DF_STATUS_OK) return status;
+    if (nsite == 0) return DF_STATUS_OK;
+
+    const Sites<T> sites(nsite, site, sitehint);
+    SearchTree tree;
+    if (tree_pays(part.nx, task->xHint, nsite, sites.sorted)) tree.build(part);
+    CellSearch<T> search(part, task->xHint, sites.sorted, &tree);
+    double s[kSiteBlock];
+    for (std::int64_t first = 0; first < nsite; first += kSiteBlock) {
+        const std::int64_t n = nsite - first < kSiteBlock ? nsite - first : kSiteBlock;
+        sites.block(first, n, s);
+        search.counts(s, n, cell + first);
+    }
+    return DF_STATUS_OK;
+}
+
+}  // namespace
+}  // namespace korb::datafit
+
+using namespace korb::datafit;
+
+extern "C" {
+
+int64_t korb_df_kernel_dSearchCells1D(DfTask *task, int64_t method, int64_t nsite,
+                                      const double site[], int64_t sitehint, int64_t cell[]) {
+    return search_cells(task, method, nsite, site, sitehint, cell);
+}
+
+int64_t korb_df_kernel_sSearchCells1D(DfTask *task, int64_t method, int64_t nsite,
+                                      const float site[], int64_t sitehint, int64_t cell[]) {
+    return search_cells(task, method, nsite, site, sitehint, cell);
+}
+}
