@@ -2,8 +2,11 @@
 //
 // The sites go through in blocks of kSiteBlock: the search gives each site's count of partition
 // points at or below it (written straight to the caller's cell array when cells are asked for),
-// Pieces::locate turns counts into polynomial cells and offsets t from the cells' left knots, and
-// then every requested derivative of every function is one loop over the block. Derivative q of
+// Pieces turns counts into polynomial cells and offsets t from the cells' left knots, and then
+// every requested derivative of every function is one loop over the block. Sorted sites that
+// crowd into few cells are evaluated a run of equal cells at a time instead, the coefficients
+// read once per run: the same operations, with the loop over the run's sites in vector
+// registers. Derivative q of
 // a cell's polynomial is evaluated by Horner's rule from the highest coefficient,
 //
 //   p^(q)(t) = sum_{m >= q} m! / (m - q)! c_m t^(m - q),
@@ -83,6 +86,48 @@ Evaluator<T> evaluator(std::int64_t order, std::int64_t q) {
     return derivative_any<T, Unit>;
 }
 
+// A run of sites in one cell: the coefficients are the same for every site of the run, so they
+// are read once and the loop over the sites runs in vector registers. The operations are those of
+// derivative_fixed, with the products falling(m, Q) c_m made once.
+template <class T>
+using RunEvaluator = void (*)(const T *c, double knot, const double *s, std::int64_t n, T *out,
+                              std::int64_t stride);
+
+template <class T, int Order, int Q, bool Unit>
+void derivative_run(const T *c, double knot, const double *s, std::int64_t n, T *out,
+                    std::int64_t stride) {
+    const std::int64_t step = Unit ? 1 : stride;
+    double f[Order];
+    for (int m = Q; m < Order; ++m) f[m] = falling(m, Q) * static_cast<double>(c[m]);
+    for (std::int64_t i = 0; i < n; ++i) {
+        const double t = s[i] - knot;
+        double acc = f[Order - 1];
+        for (int m = Order - 2; m >= Q; --m) acc = acc * t + f[m];
+        if constexpr (Q == Order - 1) acc = t == t ? acc : t;
+        out[i * step] = static_cast<T>(acc);
+    }
+}
+
+// The run evaluator of order 2 to 4, or null for any other order.
+template <class T, bool Unit>
+RunEvaluator<T> run_evaluator(std::int64_t order, std::int64_t q) {
+    static constexpr RunEvaluator<T> kOrder2[] = {derivative_run<T, 2, 0, Unit>,
+                                                  derivative_run<T, 2, 1, Unit>};
+    static constexpr RunEvaluator<T> kOrder3[] = {derivative_run<T, 3, 0, Unit>,
+                                                  derivative_run<T, 3, 1, Unit>,
+                                                  derivative_run<T, 3, 2, Unit>};
+    static constexpr RunEvaluator<T> kOrder4[] = {
+        derivative_run<T, 4, 0, Unit>, derivative_run<T, 4, 1, Unit>, derivative_run<T, 4, 2, Unit>,
+        derivative_run<T, 4, 3, Unit>};
+    if (order == 2) return kOrder2[q];
+    if (order == 3) return kOrder3[q];
+    if (order == 4) return kOrder4[q];
+    return nullptr;
+}
+
+// Runs are evaluated as runs when they hold at least this many sites on average.
+constexpr std::int64_t kRunSites = 4;
+
 bool result_hint_accepted(std::int64_t h) {
     return h == DF_R_FUNC_SITE_DER || h == DF_R_FUNC_DER_SITE || h == DF_R_SITE_FUNC_DER;
 }
@@ -135,15 +180,36 @@ std::int64_t interpolate(DfTask *task, std::int64_t type, std::int64_t method, s
     SearchTree tree;
     if (tree_pays(part.nx, task->xHint, nsite, sites.sorted)) tree.build(part);
     CellSearch<T> search(part, task->xHint, sites.sorted, &tree);
-    double s[kSiteBlock], t[kSiteBlock];
+    // Sorted sites are walked, by runs of sites with equal counts. With knots at the points a run
+    // lies in one cell, and when the runs are long (dense sites) the evaluators of orders 2 to 4
+    // take a run at a time.
+    const bool by_runs = !pieces.midknots && run_evaluator<T, true>(pieces.order, 0) != nullptr;
+    const std::int64_t last_cell = pieces.ncell - 1;
+    Runs runs;
+    double s[kSiteBlock], t[kSiteBlock], knots[kSiteBlock];
     std::int64_t counts[kSiteBlock], j[kSiteBlock];
     for (std::int64_t first = 0; first < nsite; first += kSiteBlock) {
         const std::int64_t n = nsite - first < kSiteBlock ? nsite - first : kSiteBlock;
         sites.block(first, n, s);
         std::int64_t *k = cells ? cell + first : counts;
-        search.counts(s, n, k);
+        std::int64_t nruns = 0;
+        if (search.walks()) {
+            search.runs(s, n, &runs);
+            if (evaluate && by_runs && runs.n * kRunSites <= n) nruns = runs.n;
+            if (cells || nruns == 0) runs.expand(k);
+        } else {
+            search.counts(s, n, k);
+        }
         if (!evaluate) continue;
-        pieces.locate(s, k, n, j, t);
+        if (nruns > 0) {
+            for (std::int64_t u = 0; u < nruns; ++u) {
+                const std::int64_t c = runs.count[u] - 1;
+                j[u] = c < 0 ? 0 : c > last_cell ? last_cell : c;
+                knots[u] = pieces.knot(j[u]);
+            }
+        } else {
+            pieces.locate(s, k, n, j, t);
+        }
         for (std::int64_t i = 0; i < ny; ++i) {
             std::int64_t rank = 0;
             for (std::int64_t q = 0; q < ndorder; ++q) {
@@ -163,10 +229,22 @@ std::int64_t interpolate(DfTask *task, std::int64_t type, std::int64_t method, s
                         stride = ny * nd;
                         break;
                 }
+                ++rank;
+                const T *c = pieces.c[i];
+                if (nruns > 0) {
+                    const RunEvaluator<T> eval = stride == 1
+                                                     ? run_evaluator<T, true>(pieces.order, q)
+                                                     : run_evaluator<T, false>(pieces.order, q);
+                    for (std::int64_t u = 0; u < nruns; ++u) {
+                        const std::int64_t b = runs.start[u];
+                        eval(c + j[u] * pieces.order, knots[u], s + b, runs.start[u + 1] - b,
+                             out + b * stride, stride);
+                    }
+                    continue;
+                }
                 const Evaluator<T> eval = stride == 1 ? evaluator<T, true>(pieces.order, q)
                                                       : evaluator<T, false>(pieces.order, q);
-                eval(pieces.c[i], pieces.order, q, j, t, n, out, stride);
-                ++rank;
+                eval(c, pieces.order, q, j, t, n, out, stride);
             }
         }
     }

@@ -24,6 +24,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "frame/simd.h"
 #include "korb/df.h"
 #include "korb/frame.h"
 #include "search.h"
@@ -58,7 +59,8 @@ bool count_right(const Point &point, std::int64_t nx, double s, std::int64_t c) 
 
 // Walks from count c towards the count of s, at most kWalk points, then bisects what is left.
 template <class Point>
-std::int64_t walk_one(const Point &point, std::int64_t nx, double s, std::int64_t c) {
+[[gnu::noinline]] std::int64_t walk_from(const Point &point, std::int64_t nx, double s,
+                                         std::int64_t c) {
     if (c < nx && point(c) <= s) {
         for (std::int64_t step = 0; step < kWalk; ++step) {
             ++c;
@@ -78,69 +80,160 @@ std::int64_t walk_one(const Point &point, std::int64_t nx, double s, std::int64_
     return c;
 }
 
-// The guessing pass of the uniform and nearly uniform methods: the count from the site's offset
-// from x_0 in cells, then one step up and one down. Index is std::int32_t where every count fits
-// in it, so that the loop converts between doubles and indices in vector registers. Returns
-// whether some site still has a wrong count.
-template <class Index, class Point>
-bool guess_pass(const Point &point, std::int64_t nx, double origin, double scale, const double *s,
-                std::int64_t n, std::int64_t *k) {
-    const double top = static_cast<double>(nx);
-    const Index last = static_cast<Index>(nx - 1), count_max = static_cast<Index>(nx);
-    bool wrong = false;
-    for (std::int64_t i = 0; i < n; ++i) {
-        const double si = s[i];
-        double q = (si - origin) * scale + 1.0;
-        q = q > 0.0 ? q : 0.0;  // NaN goes to 0 here
-        q = q < top ? q : top;
-        // Conditions are combined with & rather than &&, and every point read is at a clamped
-        // index, so that the loop has no branch.
-        Index c = static_cast<Index>(q);
-        const Index up = c < last ? c : last;
-        c += static_cast<Index>((c < count_max) & (point(up) <= si));
-        const Index down = c > 0 ? c - 1 : 0;
-        c -= static_cast<Index>((c > 0) & !(point(down) <= si));
-        const Index below = c > 0 ? c - 1 : 0, at = c < last ? c : last;
-        const bool right =
-            ((c == 0) | (point(below) <= si)) & ((c == count_max) | !(point(at) <= si));
-        wrong |= !right;
-        k[i] = c;
-    }
-    return wrong;
-}
-
-// The guess, then the local walk for the sites whose guess was too far out.
+// The same, with the common case of a site in the same cell as the previous one inline.
 template <class Point>
-void guess_counts(const Point &point, std::int64_t nx, double origin, double scale, const double *s,
-                  std::int64_t n, std::int64_t *k) {
-    const bool wrong = nx <= std::numeric_limits<std::int32_t>::max()
-                           ? guess_pass<std::int32_t>(point, nx, origin, scale, s, n, k)
-                           : guess_pass<std::int64_t>(point, nx, origin, scale, s, n, k);
-    if (!wrong) return;
-    for (std::int64_t i = 0; i < n; ++i) {
-        if (!count_right(point, nx, s[i], k[i])) k[i] = walk_one(point, nx, s[i], k[i]);
-    }
+[[gnu::always_inline]] inline std::int64_t walk_one(const Point &point, std::int64_t nx, double s,
+                                                    std::int64_t c) {
+    const bool stay = (c == nx || !(point(c) <= s)) && (c == 0 || point(c - 1) <= s);
+    return stay ? c : walk_from(point, nx, s, c);
 }
 
-// The points as functions of their index; the index type is the caller's, so that a loop over
-// 32-bit indices converts them to double directly.
+// Lanes of doubles: one double, or a vector of them. The guessing pass below is written once for
+// both, so that the vector body and the scalar tail compute the same operations.
+using simd::f64v;
+using m64v = decltype(f64v{} < f64v{});
+constexpr int kLanes = simd::kLanes<double>;
+
+inline double select(bool m, double a, double b) {
+    return m ? a : b;
+}
+inline f64v select(m64v m, f64v a, f64v b) {
+    return m ? a : b;
+}
+
+// The points as functions of their index: an integer, or a whole number held in a double (exact
+// below 2^53), one or a vector of them.
 template <class T>
 struct ArrayPoint {
     const T *x;
-    template <class I>
-    double operator()(I i) const {
-        return static_cast<double>(x[i]);
+    double operator()(std::int64_t i) const { return static_cast<double>(x[i]); }
+    double operator()(double i) const { return (*this)(static_cast<std::int64_t>(i)); }
+    f64v operator()(f64v i) const {
+        f64v p;
+        for (int l = 0; l < kLanes; ++l) p[l] = (*this)(i[l]);
+        return p;
     }
 };
 
 struct UniformPoint {
     double a, b, h;
     std::int64_t last;
-    template <class I>
-    double operator()(I i) const {
-        return i == static_cast<I>(last) ? b : a + static_cast<double>(i) * h;
+    double operator()(std::int64_t i) const {
+        return i == last ? b : a + static_cast<double>(i) * h;
+    }
+    template <class V>
+    V operator()(V i) const {
+        return select(i == static_cast<double>(last), V{} + b, a + i * h);
     }
 };
+
+inline double min_lanes(double a, double b) {
+    return a < b ? a : b;
+}
+inline double max_lanes(double a, double b) {
+    return a > b ? a : b;
+}
+using simd::max_lanes;
+using simd::min_lanes;
+
+// floor(q) for 0 <= q < 2^52: q rounded to a whole number by adding and removing 2^52, less one
+// where that rounded up.
+template <class V>
+V floor_small(V q) {
+    const V r = (q + 0x1p52) - 0x1p52;
+    return select(r > q, r - 1.0, r);
+}
+
+// The count of the site(s) of one lane from a guessed cell: j = floor((s - origin) scale) within
+// [0, nx - 2] (NaN to 0), and the count j + [p(j) <= s] + [p(j + 1) <= s], which is right when
+// the guess is at most one cell out: p(j - 1) <= s if s < p(j), and s < p(j + 2) if
+// p(j + 1) <= s. `wrong` is 1 in the lanes where that fails, for the walk to settle. The min and
+// max keep NaN sites at count 0 (every comparison with NaN is false).
+template <class V, class Point>
+V guess_lane(const Point &point, V s, double origin, double scale, double nx, V *wrong) {
+    const V zero = V{} + 0.0, one = V{} + 1.0, last = V{} + (nx - 1.0);
+    const V q = min_lanes(max_lanes((s - origin) * scale, zero), V{} + (nx - 2.0));
+    const V j = floor_small(q);
+    const V below = point(max_lanes(j - 1.0, zero)), at = point(j), next = point(j + 1.0);
+    const V after = point(min_lanes(j + 2.0, last));
+    const auto at_le = at <= s, next_le = next <= s;
+    *wrong = select(((j >= 1.0) & (s < below)) | ((j <= nx - 3.0) & (after <= s)), one, zero);
+    return j + select(at_le, one, zero) + select(next_le, one, zero);
+}
+
+// The guess for every site, then the walk for the sites it leaves unproven.
+template <class Point>
+void guess_counts(const Point &point, std::int64_t nx, double origin, double scale, const double *s,
+                  std::int64_t n, std::int64_t *k) {
+    const double top = static_cast<double>(nx);
+    f64v wrong_lanes{};
+    std::int64_t i = 0;
+    for (; i + kLanes <= n; i += kLanes) {
+        f64v wrong;
+        const f64v c = guess_lane(point, simd::load<f64v>(s + i), origin, scale, top, &wrong);
+        wrong_lanes += wrong;
+        // Whole numbers below 2^52 as integers: the low bits of c + 2^52.
+        simd::store(k + i, reinterpret_cast<simd::u64v>(c + 0x1p52) - 0x4330000000000000ull);
+    }
+    double wrong_tail = 0.0;
+    for (; i < n; ++i) {
+        double wrong = 0.0;
+        k[i] = static_cast<std::int64_t>(guess_lane(point, s[i], origin, scale, top, &wrong));
+        wrong_tail += wrong;
+    }
+    for (int l = 0; l < kLanes; ++l) wrong_tail += wrong_lanes[l];
+    if (wrong_tail == 0.0) return;
+    for (std::int64_t j = 0; j < n; ++j) {
+        if (!count_right(point, nx, s[j], k[j])) k[j] = walk_one(point, nx, s[j], k[j]);
+    }
+}
+
+// The merging walk over n sites from count `at`, the previous site's; returns the last count.
+template <class Point>
+std::int64_t walk_counts(const Point &point, std::int64_t nx, const double *s, std::int64_t n,
+                         std::int64_t *k, std::int64_t at) {
+    for (std::int64_t i = 0; i < n; ++i) {
+        const double si = s[i];
+        if (si != si) {  // NaN: count 0, and the walk stays where it was
+            k[i] = 0;
+            continue;
+        }
+        at = walk_one(point, nx, si, at);
+        k[i] = at;
+    }
+    return at;
+}
+
+// The walk by runs: after a site's count c, the following sites in [p(c - 1), p(c)) have count c
+// too (NaN sites, which compare false, make runs of count 0 of their own).
+template <class Point>
+std::int64_t walk_runs(const Point &point, std::int64_t nx, const double *s, std::int64_t n,
+                       Runs *runs, std::int64_t at) {
+    std::int64_t r = 0;
+    for (std::int64_t i = 0; i < n;) {
+        std::int64_t c = 0, e = i + 1;
+        if (s[i] != s[i]) {
+            while (e < n && s[e] != s[e]) ++e;
+        } else {
+            at = walk_one(point, nx, s[i], at);
+            c = at;
+            const double lo = c > 0 ? point(c - 1) : -std::numeric_limits<double>::infinity();
+            if (c < nx) {
+                const double hi = point(c);
+                while (e < n && s[e] >= lo && s[e] < hi) ++e;
+            } else {
+                while (e < n && s[e] >= lo) ++e;
+            }
+        }
+        runs->start[r] = i;
+        runs->count[r] = c;
+        ++r;
+        i = e;
+    }
+    runs->start[r] = n;
+    runs->n = r;
+    return at;
+}
 
 template <class T>
 UniformPoint uniform_point(const Partition<T> &p) {
@@ -228,11 +321,11 @@ template <class T>
 CellSearch<T>::CellSearch(const Partition<T> &p, std::int64_t x_hint, bool sorted_sites,
                           const SearchTree *tree)
     : p_(p), method_(Method::bisect), tree_(tree) {
-    if (p.uniform) {
+    if (sorted_sites) {
+        method_ = Method::walk;
+    } else if (p.uniform) {
         method_ = Method::arithmetic;
         scale_ = 1.0 / p.h;
-    } else if (sorted_sites) {
-        method_ = Method::walk;
     } else if (x_hint == DF_X_NEARLY_UNIFORM) {
         method_ = Method::guess;
         const double width = static_cast<double>(p.x[p.nx - 1]) - static_cast<double>(p.x[0]);
@@ -273,18 +366,14 @@ void CellSearch<T>::guess(const double *s, std::int64_t n, std::int64_t *k) cons
 
 template <class T>
 void CellSearch<T>::walk(const double *s, std::int64_t n, std::int64_t *k) {
-    const ArrayPoint<T> point{p_.x};
-    std::int64_t c = at_;
-    for (std::int64_t i = 0; i < n; ++i) {
-        const double si = s[i];
-        if (si != si) {  // NaN: count 0, and the walk stays where it was
-            k[i] = 0;
-            continue;
-        }
-        c = walk_one(point, p_.nx, si, c);
-        k[i] = c;
-    }
-    at_ = c;
+    at_ = p_.uniform ? walk_counts(uniform_point(p_), p_.nx, s, n, k, at_)
+                     : walk_counts(ArrayPoint<T>{p_.x}, p_.nx, s, n, k, at_);
+}
+
+template <class T>
+void CellSearch<T>::runs(const double *s, std::int64_t n, Runs *runs) {
+    at_ = p_.uniform ? walk_runs(uniform_point(p_), p_.nx, s, n, runs, at_)
+                     : walk_runs(ArrayPoint<T>{p_.x}, p_.nx, s, n, runs, at_);
 }
 
 template <class T>
@@ -315,22 +404,14 @@ void CellSearch<T>::bisect(const double *s, std::int64_t n, std::int64_t *k) con
 }
 
 template <class T>
-void Pieces<T>::locate(const double *s, const std::int64_t *k, std::int64_t n, std::int64_t *j,
-                       double *t) const {
+void Pieces<T>::cells(const double *s, const std::int64_t *k, std::int64_t n,
+                      std::int64_t *j) const {
     const std::int64_t nx = part.nx;
     if (!midknots) {
         const std::int64_t last = ncell - 1;
         for (std::int64_t i = 0; i < n; ++i) {
-            std::int64_t c = k[i] - 1;
-            c = c < 0 ? 0 : c;
-            c = c > last ? last : c;
-            j[i] = c;
-        }
-        if (part.uniform) {
-            const UniformPoint point = uniform_point(part);
-            for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - point(j[i]);
-        } else {
-            for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - static_cast<double>(part.x[j[i]]);
+            const std::int64_t c = k[i] - 1;
+            j[i] = c < 0 ? 0 : c > last ? last : c;
         }
         return;
     }
@@ -345,7 +426,18 @@ void Pieces<T>::locate(const double *s, const std::int64_t *k, std::int64_t n, s
             cell = s[i] >= knot(c) ? c : c - 1;
         }
         j[i] = cell;
-        t[i] = s[i] - knot(cell);
+    }
+}
+
+template <class T>
+void Pieces<T>::offsets(const double *s, const std::int64_t *j, std::int64_t n, double *t) const {
+    if (midknots) {
+        for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - knot(j[i]);
+    } else if (part.uniform) {
+        const UniformPoint point = uniform_point(part);
+        for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - point(j[i]);
+    } else {
+        for (std::int64_t i = 0; i < n; ++i) t[i] = s[i] - static_cast<double>(part.x[j[i]]);
     }
 }
 

@@ -82,6 +82,21 @@ bool tree_pays(std::int64_t nx, std::int64_t x_hint, std::int64_t nsites, bool s
 // uniform partition, a guess and a local walk on a nearly uniform one, the tree or bisection on
 // any other; sorted sites on a partition that is not uniform are found by one merging walk, which
 // remembers where the previous site was. Every method gives every site its exact count.
+// Runs of sites with equal counts in one block: run r covers sites start[r] .. start[r+1] - 1,
+// which all have count count[r].
+struct Runs {
+    std::int64_t n = 0;
+    std::int64_t start[kSiteBlock + 1];
+    std::int64_t count[kSiteBlock];
+
+    // The counts site by site.
+    void expand(std::int64_t *k) const {
+        for (std::int64_t r = 0; r < n; ++r) {
+            for (std::int64_t i = start[r]; i < start[r + 1]; ++i) k[i] = count[r];
+        }
+    }
+};
+
 template <class T>
 class CellSearch {
   public:
@@ -89,6 +104,11 @@ class CellSearch {
                const SearchTree *tree);
     // Writes to k[i] the number of partition points at or below s[i], for n sites.
     void counts(const double *s, std::int64_t n, std::int64_t *k);
+    // Whether the search walks, and then the counts of n sites as runs of equal counts: the walk
+    // finds a site's count, and the sites after it that lie between the same two points share it
+    // with one comparison each.
+    bool walks() const { return method_ == Method::walk; }
+    void runs(const double *s, std::int64_t n, Runs *runs);
 
   private:
     enum class Method { arithmetic, guess, walk, tree, bisect };
@@ -123,10 +143,15 @@ struct Pieces {
         if (j == ncell) return part.point(part.nx - 1);
         return 0.5 * part.point(j - 1) + 0.5 * part.point(j);
     }
-    // The cell j[i] of the polynomial that serves site s[i], whose count is k[i], and the site's
-    // offset t[i] from the cell's left knot.
+    // The cell j[i] of the polynomial that serves site s[i], whose count is k[i].
+    void cells(const double *s, const std::int64_t *k, std::int64_t n, std::int64_t *j) const;
+    // The offset t[i] of site s[i] from the left knot of its cell j[i].
+    void offsets(const double *s, const std::int64_t *j, std::int64_t n, double *t) const;
     void locate(const double *s, const std::int64_t *k, std::int64_t n, std::int64_t *j,
-                double *t) const;
+                double *t) const {
+        cells(s, k, n, j);
+        offsets(s, j, n, t);
+    }
 };
 
 // The model checks of interpolation and integration: the order (at least 1, and cells times

@@ -243,24 +243,44 @@ TEST_P(InterpolateKind, EvaluatesWhatTheConstructionBuilt) {
                 }
             }
         }
+        std::vector<int64_t> want_cells(nsite);
+        ASSERT_EQ(korb_df_kernel_dSearchCells1D(raw, DF_METHOD_STD, nsite, s.data(), DF_SITES_ANY,
+                                                want_cells.data()),
+                  DF_STATUS_OK);
+        // Every hint gives the same values and cells; `every` thins the sites out so that
+        // sorted ones fall one to a cell or fewer.
         const auto same = [&](int64_t xhint, int64_t sitehint, const std::vector<double> &xs,
-                              const std::vector<double> &sites, const char *what) {
+                              const std::vector<double> &sites, const char *what,
+                              int64_t every = 1) {
             task->x = xs.data();
             task->xHint = xhint;
-            std::vector<double> got(want.size(), kNan);
-            ASSERT_EQ(interpolate<DoubleEval>(task.get(), sites, sitehint, all, &got,
-                                              DF_R_FUNC_SITE_DER, nullptr, nsite),
+            std::vector<double> thin;
+            for (size_t j = 0; j < sites.size(); j += every) thin.push_back(sites[j]);
+            const int64_t n = every == 1 ? nsite : static_cast<int64_t>(thin.size());
+            std::vector<double> got(ny * n * k.order, kNan);
+            std::vector<int64_t> got_cells(n, -7);
+            ASSERT_EQ(interpolate<DoubleEval>(task.get(), thin, sitehint, all, &got,
+                                              DF_R_FUNC_SITE_DER, &got_cells, n),
                       DF_STATUS_OK);
-            for (size_t i = 0; i < got.size(); ++i) {
-                ASSERT_EQ(std::bit_cast<uint64_t>(got[i]), std::bit_cast<uint64_t>(want[i]))
-                    << k.name << " " << what << " result " << i;
+            for (int64_t i = 0; i < ny; ++i) {
+                for (int64_t j = 0; j < n; ++j) {
+                    ASSERT_EQ(got_cells[j], want_cells[j * every]) << what << " site " << j;
+                    for (int64_t q = 0; q < k.order; ++q) {
+                        ASSERT_EQ(
+                            std::bit_cast<uint64_t>(got[(i * n + j) * k.order + q]),
+                            std::bit_cast<uint64_t>(want[(i * nsite + j * every) * k.order + q]))
+                            << k.name << " " << what << " function " << i << " site " << j;
+                    }
+                }
             }
         };
         same(DF_X_ANY, DF_SITES_SORTED, x, s, "sorted sites");
+        same(DF_X_ANY, DF_SITES_SORTED, x, s, "sparse sorted sites", 37);
         same(DF_X_ANY, DF_SITES_UNIFORM, x, {ends[0], ends[1]}, "uniform sites");
         same(DF_X_NEARLY_UNIFORM, DF_SITES_ANY, x, s, "nearly uniform partition");
         if (uniform) {
             same(DF_X_UNIFORM, DF_SITES_ANY, {x[0], x[nx - 1]}, s, "partition from its ends");
+            same(DF_X_UNIFORM, DF_SITES_SORTED, {x[0], x[nx - 1]}, s, "sorted, from its ends");
             same(DF_X_UNIFORM, DF_SITES_UNIFORM, {x[0], x[nx - 1]}, {ends[0], ends[1]},
                  "both from their ends");
         }
