@@ -1,4 +1,6 @@
-// Spline construction against GSL's gsl_spline_init (cspline, akima) on the same data.
+// Spline construction against GSL's gsl_spline_init (cspline, akima) on the same data; then
+// evaluation, integration and cell search against gsl_spline_eval (with its derivatives),
+// gsl_spline_eval_integ and gsl_interp_accel_find (see the cases further down).
 //
 // Cases: the natural cubic for nx = 1,000,000 with one function and for nx = 1000 with 1000
 // functions (GSL initialises one spline object per function, allocated beforehand), the

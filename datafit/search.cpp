@@ -4,15 +4,18 @@
 // A site's count is the number of partition points at or below it. Each method below computes it
 // exactly, on any site including NaN (no point is at or below NaN: count 0) and the infinities:
 //
-// - Uniform partition (x hint 4): the count guessed as floor((s - a) / h) + 1 and moved by at most
-//   one point each way, comparing with the points as the construction places them. A guess that
-//   is further out (the ends far from 0 compared with the spacing make (s - a) / h inexact by many
-//   cells) is found in a second pass by bisection. The first pass is a straight-line loop.
-// - Nearly uniform partition (x hint 2): the same guess from x_0 and x_{nx-1}, the same steps on
-//   the caller's points, and a local walk then bisection for the sites it misses.
-// - Sorted sites (site hint 1 or 4, partition not uniform): a merging walk from the previous
-//   site's count, up or down; after kWalk steps it bisects the rest of the partition, so sparse
-//   sites cost a logarithm each, and unsorted ones are found all the same.
+// - Sorted sites (site hint 1 or 4): a merging walk from the previous site's count, up or down;
+//   after kWalk steps it bisects the rest of the partition, so sparse sites cost a logarithm each,
+//   and unsorted ones are found all the same. The walk can hand out runs of sites with one count:
+//   the sites after a site with count c that lie in [p(c - 1), p(c)) share it.
+// - Uniform partition (x hint 4): the cell guessed as floor((s - a) / h), and the count
+//   j + [p(j) <= s] + [p(j + 1) <= s], right when the guess is at most one cell out, which
+//   p(j - 1) and p(j + 2) prove; the points are those the construction places. Sites whose guess
+//   is further out (rounding makes (s - a) / h inexact by many cells when the ends lie far from 0
+//   compared with the spacing) go to the walk. One routine over lanes of doubles serves the
+//   vector body and the scalar tail, so that both compute the same operations.
+// - Nearly uniform partition (x hint 2): the same guess from x_0 and x_{nx-1}, on the caller's
+//   points.
 // - Any other: branch-free bisection, all the sites of a block one level at a time so that their
 //   loads overlap. With many sites the points are first copied into breadth-first order
 //   (SearchTree): node k has its children at 2k and 2k + 1, padded with NaN to a full tree of L

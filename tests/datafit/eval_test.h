@@ -110,4 +110,35 @@ inline std::vector<double> uneven_partition(int64_t nx, double start, uint64_t s
     return x;
 }
 
+// The knots of a spline: the points, or for type 1 x_0, the points halfway between, x_{nx-1}.
+inline std::vector<double> knots_of(const std::vector<double> &x, int64_t type) {
+    if (type != DF_PP_SUBBOTIN) return x;
+    std::vector<double> t = {x[0]};
+    for (size_t i = 1; i < x.size(); ++i) t.push_back(0.5 * x[i - 1] + 0.5 * x[i]);
+    t.push_back(x.back());
+    return t;
+}
+
+// Derivative q at s of the piecewise polynomial, summed power by power (not Horner's rule), and
+// the sum of the magnitudes of its terms, against which rounding is measured.
+struct Plain {
+    double v, scale;
+};
+inline Plain plain_derivative(const std::vector<double> &knots, const double *c, int64_t order,
+                              int q, double s) {
+    const int64_t ncell = static_cast<int64_t>(knots.size()) - 1;
+    int64_t j = std::upper_bound(knots.begin(), knots.end(), s) - knots.begin() - 1;
+    j = std::clamp<int64_t>(j, 0, ncell - 1);
+    const double t = s - knots[j];
+    double v = 0, scale = 0;
+    for (int64_t m = q; m < order; ++m) {
+        double f = 1;
+        for (int64_t p = m; p > m - q; --p) f *= static_cast<double>(p);
+        const double term = f * c[j * order + m] * std::pow(t, static_cast<double>(m - q));
+        v += term;
+        scale += std::fabs(term);
+    }
+    return {v, scale};
+}
+
 }  // namespace korb::test

@@ -19,14 +19,6 @@ namespace {
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-std::vector<double> knots_of(const std::vector<double> &x, int64_t type) {
-    if (type != DF_PP_SUBBOTIN) return x;
-    std::vector<double> t = {x[0]};
-    for (size_t i = 1; i < x.size(); ++i) t.push_back(0.5 * x[i - 1] + 0.5 * x[i]);
-    t.push_back(x.back());
-    return t;
-}
-
 // The size of what an integral from l to r sums: the magnitudes of the antiderivatives' terms at
 // both ends of every piece of a cell it covers. Rounding is measured against it.
 double integral_scale(const std::vector<double> &knots, const double *c, int64_t order, double l,
@@ -80,7 +72,8 @@ TEST_P(IntegrateReference, MatchesScipyAndTheExactIntegrals) {
     }
 }
 
-// The single-precision form is the double form on the same (float) data, rounded once.
+// The single-precision form is the double form on the same (float) data, rounded once, and so
+// within float rounding of scipy's integrals in double.
 TEST_P(IntegrateReference, SinglePrecisionIsTheDoubleResultRounded) {
     const EvalReference &r = GetParam();
     std::vector<float> xf(r.x.begin(), r.x.end()), cf(r.c.begin(), r.c.end()),
@@ -95,6 +88,20 @@ TEST_P(IntegrateReference, SinglePrecisionIsTheDoubleResultRounded) {
     ASSERT_EQ(integrate<SingleEval>(single.get(), lf, 0, rf, 0, &got, n), DF_STATUS_OK);
     ASSERT_EQ(integrate<DoubleEval>(dbl.get(), ld, 0, rd, 0, &want, n), DF_STATUS_OK);
     for (int64_t k = 0; k < n; ++k) EXPECT_EQ(got[k], static_cast<float>(want[k])) << k;
+    // Against scipy's integrals of the spline in double: float rounding of the terms, and of
+    // each limit times the spline's size there.
+    const std::vector<double> points =
+        r.xhint == DF_X_UNIFORM ? uniform_points(r.x[0], r.x[1], r.nx) : r.x;
+    const std::vector<double> knots = knots_of(points, r.type);
+    for (int64_t k = 0; k < n; ++k) {
+        const double l = r.llim[k], u = r.rlim[k];
+        const double bound =
+            integral_scale(knots, r.c.data(), r.order, l, u) +
+            plain_derivative(knots, r.c.data(), r.order, 0, l).scale * std::fabs(l) +
+            plain_derivative(knots, r.c.data(), r.order, 0, u).scale * std::fabs(u);
+        EXPECT_LE(std::fabs(got[k] - r.scipy_integrals[k]), 4 * 0x1p-24 * bound)
+            << "from " << l << " to " << u;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Splines, IntegrateReference, ::testing::ValuesIn(eval_references()),
