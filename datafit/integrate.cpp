@@ -28,13 +28,15 @@ namespace {
 
 constexpr std::int64_t kPrefixBudget = std::int64_t{1} << 20;
 
-// Antiderivative vanishing at the left knot: order fixed at compile time (Order > 0) or not.
+// Antiderivative vanishing at the left knot of the cell whose coefficients start at c[b]: order
+// fixed at compile time (Order > 0) or not. Indexed from c, so that the loads over many cells are
+// recognised as gathers.
 template <int Order, class T>
-double antiderivative(const T *c, std::int64_t order, double t) {
+double antiderivative(const T *c, std::int64_t b, std::int64_t order, double t) {
     const std::int64_t o = Order > 0 ? Order : order;
-    double acc = static_cast<double>(c[o - 1]) / static_cast<double>(o);
+    double acc = static_cast<double>(c[b + o - 1]) / static_cast<double>(o);
     for (std::int64_t m = o - 2; m >= 0; --m) {
-        acc = acc * t + static_cast<double>(c[m]) / static_cast<double>(m + 1);
+        acc = acc * t + static_cast<double>(c[b + m]) / static_cast<double>(m + 1);
     }
     return acc * t;
 }
@@ -55,7 +57,7 @@ void prefix_sums(const Pieces<T> &pieces, const T *c, double *hi, double *lo) {
     double left = pieces.knot(0);
     for (std::int64_t j = 0; j < ncell; ++j) {
         const double right = pieces.knot(j + 1);
-        hi[j + 1] = antiderivative<Order>(c + j * order, order, right - left);
+        hi[j + 1] = antiderivative<Order>(c, j * order, order, right - left);
         left = right;
     }
     hi[0] = 0.0;
@@ -71,11 +73,12 @@ void prefix_sums(const Pieces<T> &pieces, const T *c, double *hi, double *lo) {
 template <int Order, class T>
 void integrals(const T *c, std::int64_t order, const double *hi, const double *lo,
                const std::int64_t *jl, const double *tl, const std::int64_t *jr, const double *tr,
-               std::int64_t n, T *out, std::int64_t stride) {
+               std::int64_t n, T *__restrict out, std::int64_t stride) {
+    const std::int64_t o = Order > 0 ? Order : order;
     for (std::int64_t i = 0; i < n; ++i) {
         double hl = 0.0, el = 0.0, hr = 0.0, er = 0.0;
-        two_sum(hi[jl[i]], antiderivative<Order>(c + jl[i] * order, order, tl[i]), &hl, &el);
-        two_sum(hi[jr[i]], antiderivative<Order>(c + jr[i] * order, order, tr[i]), &hr, &er);
+        two_sum(hi[jl[i]], antiderivative<Order>(c, jl[i] * o, order, tl[i]), &hl, &el);
+        two_sum(hi[jr[i]], antiderivative<Order>(c, jr[i] * o, order, tr[i]), &hr, &er);
         const double low_l = el + lo[jl[i]], low_r = er + lo[jr[i]];
         out[i * stride] = static_cast<T>((hr - hl) + (low_r - low_l));
     }

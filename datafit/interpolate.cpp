@@ -34,20 +34,24 @@ constexpr double falling(std::int64_t m, std::int64_t q) {
     return f;
 }
 
+// The result array is the caller's and overlaps neither the coefficients nor the block's arrays
+// (__restrict), which lets a class with gathers run the loops over sites in vectors.
 template <class T>
 using Evaluator = void (*)(const T *c, std::int64_t order, std::int64_t q, const std::int64_t *j,
-                           const double *t, std::int64_t n, T *out, std::int64_t stride);
+                           const double *t, std::int64_t n, T *__restrict out, std::int64_t stride);
 
 // Derivative Q of the polynomials of order Order at the block's sites; Unit stores contiguously.
 template <class T, int Order, int Q, bool Unit>
 void derivative_fixed(const T *c, std::int64_t, std::int64_t, const std::int64_t *j,
-                      const double *t, std::int64_t n, T *out, std::int64_t stride) {
+                      const double *t, std::int64_t n, T *__restrict out, std::int64_t stride) {
     const std::int64_t step = Unit ? 1 : stride;
     for (std::int64_t i = 0; i < n; ++i) {
-        const T *ci = c + j[i] * Order;
-        double acc = falling(Order - 1, Q) * static_cast<double>(ci[Order - 1]);
+        // Indexed from c rather than through a pointer to the cell, so that the loads are
+        // recognised as gathers.
+        const std::int64_t b = j[i] * Order;
+        double acc = falling(Order - 1, Q) * static_cast<double>(c[b + Order - 1]);
         for (int m = Order - 2; m >= Q; --m) {
-            acc = acc * t[i] + falling(m, Q) * static_cast<double>(ci[m]);
+            acc = acc * t[i] + falling(m, Q) * static_cast<double>(c[b + m]);
         }
         if constexpr (Q == Order - 1) acc = t[i] == t[i] ? acc : t[i];
         out[i * step] = static_cast<T>(acc);
@@ -57,13 +61,13 @@ void derivative_fixed(const T *c, std::int64_t, std::int64_t, const std::int64_t
 // The same for any order and derivative.
 template <class T, bool Unit>
 void derivative_any(const T *c, std::int64_t order, std::int64_t q, const std::int64_t *j,
-                    const double *t, std::int64_t n, T *out, std::int64_t stride) {
+                    const double *t, std::int64_t n, T *__restrict out, std::int64_t stride) {
     const std::int64_t step = Unit ? 1 : stride;
     for (std::int64_t i = 0; i < n; ++i) {
-        const T *ci = c + j[i] * order;
-        double acc = falling(order - 1, q) * static_cast<double>(ci[order - 1]);
+        const std::int64_t b = j[i] * order;
+        double acc = falling(order - 1, q) * static_cast<double>(c[b + order - 1]);
         for (std::int64_t m = order - 2; m >= q; --m) {
-            acc = acc * t[i] + falling(m, q) * static_cast<double>(ci[m]);
+            acc = acc * t[i] + falling(m, q) * static_cast<double>(c[b + m]);
         }
         if (q == order - 1) acc = t[i] == t[i] ? acc : t[i];
         out[i * step] = static_cast<T>(acc);
@@ -90,11 +94,11 @@ Evaluator<T> evaluator(std::int64_t order, std::int64_t q) {
 // are read once and the loop over the sites runs in vector registers. The operations are those of
 // derivative_fixed, with the products falling(m, Q) c_m made once.
 template <class T>
-using RunEvaluator = void (*)(const T *c, double knot, const double *s, std::int64_t n, T *out,
-                              std::int64_t stride);
+using RunEvaluator = void (*)(const T *c, double knot, const double *s, std::int64_t n,
+                              T *__restrict out, std::int64_t stride);
 
 template <class T, int Order, int Q, bool Unit>
-void derivative_run(const T *c, double knot, const double *s, std::int64_t n, T *out,
+void derivative_run(const T *c, double knot, const double *s, std::int64_t n, T *__restrict out,
                     std::int64_t stride) {
     const std::int64_t step = Unit ? 1 : stride;
     double f[Order];

@@ -338,7 +338,8 @@ KORB_API int64_t korb_df_kernel_sConstruct1D(DfTask *task, int64_t format, int64
  * NaN results, an infinite one what the end polynomial gives there.
  *
  * The d forms read and write doubles, the s forms floats; both compute in double and round each
- * result once, so an s result is the d result on the same data, rounded.
+ * result once, so an s result is the d result on the same data, rounded. The result and cell
+ * arrays must not overlap the sites, the partition or the coefficients.
  */
 
 /*
