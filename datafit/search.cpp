@@ -267,9 +267,13 @@ void Sites<T>::block(std::int64_t first, std::int64_t count, double *out) const 
     }
 }
 
+// More points than this cannot be counted in doubles by the guesses, nor placed exactly on a
+// uniform partition; no array of them fits in memory either.
+constexpr std::int64_t kMostPoints = std::int64_t{1} << 44;
+
 template <class T>
 std::int64_t read_partition(const DfTask *task, Partition<T> *p) {
-    if (task->nx < 2) return DF_ERROR_BAD_NX;
+    if (task->nx < 2 || task->nx > kMostPoints) return DF_ERROR_BAD_NX;
     if (task->x == nullptr) return DF_ERROR_NULL_X;
     if (!x_hint_accepted(task->xHint)) return DF_ERROR_BAD_XHINT;
     p->nx = task->nx;

@@ -215,6 +215,10 @@ TEST(Search, RefusesWithItsCodeAndWritesNothing) {
     // The partition: nx, x, the x hint, and uniform ends that do not make a partition.
     t->nx = 1;
     check(korb_df_kernel_dSearchCells1D(t, 0, 2, s, 0, cell), DF_ERROR_BAD_NX, "nx");
+    t->nx = (int64_t{1} << 44) + 1;  // more points than a uniform partition can place exactly
+    t->xHint = DF_X_UNIFORM;
+    check(korb_df_kernel_dSearchCells1D(t, 0, 2, s, 0, cell), DF_ERROR_BAD_NX, "huge nx");
+    t->xHint = DF_X_ANY;
     t->nx = 4;
     t->x = nullptr;
     check(korb_df_kernel_dSearchCells1D(t, 0, 2, s, 0, cell), DF_ERROR_NULL_X, "x");
