@@ -350,8 +350,8 @@ KORB_API int64_t korb_df_kernel_sConstruct1D(DfTask *task, int64_t format, int64
  * Checks, in order; nothing is written unless all pass: null task; method; nsite < 0
  * (DF_ERROR_BAD_NSITE); null site (DF_ERROR_NULL_SITE); site hint; null cell
  * (DF_ERROR_NULL_CELL); nx < 2 or above 2^44 (DF_ERROR_BAD_NX); x null; x hint; for
- * DF_X_UNIFORM two ends that are not finite and increasing (DF_ERROR_BAD_PARTITION). With nsite 0 the arrays may be null and nothing is
- * read or written.
+ * DF_X_UNIFORM two ends that are not finite and increasing (DF_ERROR_BAD_PARTITION). With nsite 0
+ * the arrays may be null and nothing is read or written.
  */
 KORB_API int64_t korb_df_kernel_dSearchCells1D(DfTask *task, int64_t method, int64_t nsite,
                                                const double site[], int64_t sitehint,
