@@ -86,17 +86,13 @@ inline double sample(const Domain &d, bool single, std::mt19937_64 &rng) {
     return in_precision(x, single);
 }
 
-// A domain's edges in the function's precision: its end points and their neighbours on either
-// side, or its points.
+// A domain's edges in the function's precision: its end points (or its points) and their
+// neighbours on either side.
 inline std::vector<double> edges(const Domain &d, bool single) {
-    std::vector<double> out;
-    if (d.shape == Shape::points) {
-        for (int i = 0; i < d.point_count; ++i) out.push_back(in_precision(d.points[i], single));
-        return out;
-    }
+    std::vector<double> out, ends = {domain_lo(d, single), domain_hi(d, single)};
     if (d.shape == Shape::near_half_pi) return out;
-    double ends[2] = {domain_lo(d, single), domain_hi(d, single)};
-    if (d.shape == Shape::one_minus) ends[0] = 1.0 - ends[0], ends[1] = 1.0 - ends[1];
+    if (d.shape == Shape::points) ends.assign(d.points, d.points + d.point_count);
+    if (d.shape == Shape::one_minus) ends = {1.0 - ends[0], 1.0 - ends[1]};
     for (double e : ends) {
         for (double v : {e, -e}) {
             if (v != e && d.shape != Shape::signed_binades) continue;
