@@ -473,7 +473,7 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
         const bool within =
             f.bound[s] == 0.0 ? overall[s].ulps == 0.0 : overall[s].ulps <= allowed(f.bound[s]);
         ok = ok && within;
-        std::printf("%-8s %-4s largest %.4f ulp at %.17g, bound %g%s\n", func.c_str(),
+        std::printf("%-8s %-4s largest %.6g ulp at %.17g, bound %g%s\n", func.c_str(),
                     kSlotName[s], overall[s].ulps, overall[s].x, f.bound[s],
                     within ? "" : "  OVER BOUND");
     }
