@@ -31,6 +31,7 @@
 #include <sleef.h>
 #endif
 
+#include "tests/vecmath/call.h"
 #include "tests/vecmath/sample.h"
 #include "vecmath/functions.h"
 
@@ -45,28 +46,14 @@ using korb::vecmath::KernelKind;
 // Powx kind) into r1 (and r2 for the functions with two results).
 using Loop = std::function<void(int n, const void *a, double b, void *r1, void *r2)>;
 
-// A kernel of the library in that signature, by kind and precision.
+// A kernel of the library in that signature.
 template <class T>
 Loop kernel_loop(KernelKind kind, const void *k) {
-    switch (kind) {
-        case KernelKind::one:
-            return [f = reinterpret_cast<void (*)(int, const T *, T *)>(k)](
-                       int n, const void *a, double, void *r, void *) {
-                f(n, static_cast<const T *>(a), static_cast<T *>(r));
-            };
-        case KernelKind::scalar:
-            return [f = reinterpret_cast<void (*)(int, const T *, T, T *)>(k)](
-                       int n, const void *a, double b, void *r, void *) {
-                f(n, static_cast<const T *>(a), static_cast<T>(b), static_cast<T *>(r));
-            };
-        case KernelKind::pair:
-            return [f = reinterpret_cast<void (*)(int, const T *, T *, T *)>(k)](
-                       int n, const void *a, double, void *r1, void *r2) {
-                f(n, static_cast<const T *>(a), static_cast<T *>(r1), static_cast<T *>(r2));
-            };
-        default:
-            return nullptr;
-    }
+    return [kind, k](int n, const void *a, double b, void *r1, void *r2) {
+        const T scalar = static_cast<T>(b);
+        korb::test::call_kernel<T>(kind, k, n, static_cast<const T *>(a), &scalar,
+                                   static_cast<T *>(r1), static_cast<T *>(r2));
+    };
 }
 
 // The C library's scalar function one element at a time.

@@ -44,6 +44,7 @@
 #endif
 
 #include "korb/vm.h"
+#include "vecmath/call.h"
 #include "vecmath/functions.h"
 #include "vecmath/sample.h"
 
@@ -246,49 +247,16 @@ struct Slots {
     int first_of[3];  // the first slot with the same kernel
 };
 
-// Runs one kernel on x[0..n) (with b) and leaves its results in y1 (and y2) as doubles.
-void run_kernel(const FunctionInfo &f, const void *k, int n, const double *x, double b,
-                const double *bv, double *y1, double *y2) {
+// Runs one kernel on x[0..n) (with b[0..n)) and leaves its results in y1 (and y2) as doubles.
+void run_kernel(const FunctionInfo &f, const void *k, int n, const double *x, const double *b,
+                double *y1, double *y2) {
     if (is_single(f)) {
-        std::vector<float> xs(x, x + n), bs(bv, bv + n), r1(n), r2(n);
-        const float bf = static_cast<float>(b);
-        switch (f.kind) {
-            case KernelKind::one:
-                reinterpret_cast<ArqKernelS>(k)(n, xs.data(), r1.data());
-                break;
-            case KernelKind::scalar:
-                reinterpret_cast<ArqKernelScalarS>(k)(n, xs.data(), bf, r1.data());
-                break;
-            case KernelKind::two:
-                reinterpret_cast<void (*)(int, const float *, const float *, float *)>(k)(
-                    n, xs.data(), bs.data(), r1.data());
-                break;
-            case KernelKind::pair:
-                reinterpret_cast<ArqKernelS2>(k)(n, xs.data(), r1.data(), r2.data());
-                break;
-            default:
-                break;
-        }
+        std::vector<float> xs(x, x + n), bs(b, b + n), r1(n), r2(n);
+        korb::test::call_kernel<float>(f.kind, k, n, xs.data(), bs.data(), r1.data(), r2.data());
         std::copy(r1.begin(), r1.end(), y1);
         std::copy(r2.begin(), r2.end(), y2);
-        return;
-    }
-    switch (f.kind) {
-        case KernelKind::one:
-            reinterpret_cast<ArqKernelD>(k)(n, x, y1);
-            break;
-        case KernelKind::scalar:
-            reinterpret_cast<ArqKernelScalarD>(k)(n, x, b, y1);
-            break;
-        case KernelKind::two:
-            reinterpret_cast<void (*)(int, const double *, const double *, double *)>(k)(n, x, bv,
-                                                                                         y1);
-            break;
-        case KernelKind::pair:
-            reinterpret_cast<ArqKernelD2>(k)(n, x, y1, y2);
-            break;
-        default:
-            break;
+    } else {
+        korb::test::call_kernel<double>(f.kind, k, n, x, b, y1, y2);
     }
 }
 
@@ -319,8 +287,7 @@ void measure(const FunctionInfo &f, const Reference &ref, const Slots &slots, lo
             for (int i = 0, j; i < n; i = j) {
                 j = f.kind == KernelKind::scalar ? i + 1 : n;
                 while (j < n && b[j] == b[i]) ++j;
-                run_kernel(f, slots.kernel[s], j - i, &x[i], b[i], &b[i], &y[s][0][i],
-                           &y[s][1][i]);
+                run_kernel(f, slots.kernel[s], j - i, &x[i], &b[i], &y[s][0][i], &y[s][1][i]);
             }
         }
         for (int i = 0; i < n; ++i) {

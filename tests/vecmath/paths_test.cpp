@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "korb/vm.h"
+#include "vecmath/call.h"
 #include "vecmath/functions.h"
 #include "vecmath/kernel_test.h"
 #include "vecmath/sample.h"
@@ -73,23 +74,7 @@ Outcome call_typed(const FunctionInfo &f, const void *k, const std::vector<doubl
         r2(a.size(), T(-7));
     T *out = in_place ? x.data() : r1.data();
     t_reports.clear();
-    switch (f.kind) {
-        case KernelKind::one:
-            reinterpret_cast<void (*)(int, const T *, T *)>(k)(n, x.data(), out);
-            break;
-        case KernelKind::scalar:
-            reinterpret_cast<void (*)(int, const T *, T, T *)>(k)(n, x.data(), y[0], out);
-            break;
-        case KernelKind::two:
-            reinterpret_cast<void (*)(int, const T *, const T *, T *)>(k)(n, x.data(), y.data(),
-                                                                          out);
-            break;
-        case KernelKind::pair:
-            reinterpret_cast<void (*)(int, const T *, T *, T *)>(k)(n, x.data(), out, r2.data());
-            break;
-        default:
-            break;
-    }
+    korb::test::call_kernel<T>(f.kind, k, n, x.data(), y.data(), out, r2.data());
     Outcome o;
     for (int i = 0; i < n; ++i) {
         o.r1.push_back(stored(out[i]));
