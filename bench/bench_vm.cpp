@@ -254,7 +254,7 @@ void *find(void *lib, const std::string &name) {
 // The subjects of one function: this library's entry point and slots, the peers found by the
 // libm name, the peers written here, and the copy.
 std::vector<Subject> subjects(const FunctionInfo &f) {
-    const std::string func = std::string(1, f.precision) + f.name;
+    const std::string func = korb::test::name_of(f);
     const bool single = is_single(f);
     std::vector<Subject> out;
     auto kernel = [&](const void *k) {
@@ -336,7 +336,7 @@ const bool kRegistered = [] {
 #endif
     for (const FunctionInfo &f : korb::vecmath::kFunctions) {
         if (!f.built || f.domains[0] == 0) continue;
-        const std::string func = std::string(1, f.precision) + f.name;
+        const std::string func = korb::test::name_of(f);
         for (const Subject &s : subjects(f)) {
             if (!s.loop) continue;
             const std::string name = "BM_vm/" + func + "/" + s.name;

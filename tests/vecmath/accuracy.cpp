@@ -346,7 +346,7 @@ std::uint64_t seed(const FunctionInfo &f, int domain) {
 
 // Measures one function; false when a slot is over its bound.
 bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_floats) {
-    const std::string func = std::string(1, f.precision) + f.name;
+    const std::string func = korb::test::name_of(f);
     const std::string table = "korb_arq_kernel_" + func + "_ttab";
     auto kernels = static_cast<const void *const *>(dlsym(RTLD_DEFAULT, table.c_str()));
     if (kernels == nullptr) {
@@ -474,7 +474,7 @@ int main(int argc, char **argv) {
     std::printf("%-8s %-4s %-40s %11s %12s  %s\n", "func", "slot", "domain", "points", "max ulp",
                 "at x");
     for (const FunctionInfo &f : korb::vecmath::kFunctions) {
-        const std::string func = std::string(1, f.precision) + f.name;
+        const std::string func = korb::test::name_of(f);
         if (!f.built || (!only.empty() && only != func)) continue;
         found = true;
         const Named *named = std::find_if(std::begin(kReferences), std::end(kReferences),

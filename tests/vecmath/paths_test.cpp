@@ -120,7 +120,7 @@ class VectorPath : public korb::test::KernelTest,
 
 TEST_P(VectorPath, GivesTheElementPathsBitsAndReportsAlsoInPlace) {
     const FunctionInfo &f = *GetParam();
-    const std::string func = std::string(1, f.precision) + f.name;
+    const std::string func = korb::test::name_of(f);
     if (f.kind != KernelKind::one && f.kind != KernelKind::pair && f.kind != KernelKind::scalar &&
         f.kind != KernelKind::two) {
         GTEST_SKIP() << func << ": no vector-against-element check for this kind of kernel yet";
@@ -224,7 +224,7 @@ std::vector<const FunctionInfo *> built_functions() {
 
 INSTANTIATE_TEST_SUITE_P(List, VectorPath, testing::ValuesIn(built_functions()),
                          [](const testing::TestParamInfo<const FunctionInfo *> &info) {
-                             return std::string(1, info.param->precision) + info.param->name;
+                             return korb::test::name_of(*info.param);
                          });
 
 }  // namespace

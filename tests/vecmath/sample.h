@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "vecmath/functions.h"
@@ -15,6 +16,11 @@ namespace korb::test {
 
 using vecmath::Domain;
 using vecmath::Shape;
+
+// The function's name with its precision, as in its symbols: "dExp".
+inline std::string name_of(const vecmath::FunctionInfo &f) {
+    return std::string(1, f.precision) + f.name;
+}
 
 inline bool is_single(const vecmath::FunctionInfo &f) {
     return f.precision == 's' || f.precision == 'c';
