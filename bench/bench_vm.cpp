@@ -61,15 +61,15 @@ template <class T>
 Loop scalar_loop(KernelKind kind, void *p) {
     switch (kind) {
         case KernelKind::one:
-            return [f = reinterpret_cast<T (*)(T)>(p)](int n, const void *a, double, void *r,
-                                                        void *) {
-                const T *x = static_cast<const T *>(a);
-                T *y = static_cast<T *>(r);
-                for (int i = 0; i < n; ++i) y[i] = f(x[i]);
-            };
+            return
+                [f = reinterpret_cast<T (*)(T)>(p)](int n, const void *a, double, void *r, void *) {
+                    const T *x = static_cast<const T *>(a);
+                    T *y = static_cast<T *>(r);
+                    for (int i = 0; i < n; ++i) y[i] = f(x[i]);
+                };
         case KernelKind::scalar:
             return [f = reinterpret_cast<T (*)(T, T)>(p)](int n, const void *a, double b, void *r,
-                                                           void *) {
+                                                          void *) {
                 const T *x = static_cast<const T *>(a);
                 T *y = static_cast<T *>(r);
                 const T e = static_cast<T>(b);
@@ -77,7 +77,7 @@ Loop scalar_loop(KernelKind kind, void *p) {
             };
         case KernelKind::pair:
             return [f = reinterpret_cast<void (*)(T, T *, T *)>(p)](int n, const void *a, double,
-                                                                     void *r1, void *r2) {
+                                                                    void *r1, void *r2) {
                 const T *x = static_cast<const T *>(a);
                 for (int i = 0; i < n; ++i) {
                     f(x[i], static_cast<T *>(r1) + i, static_cast<T *>(r2) + i);
@@ -121,15 +121,15 @@ Loop vector_loop(KernelKind kind, void *p) {
     constexpr int kLanes = 16 / sizeof(T);
     switch (kind) {
         case KernelKind::one:
-            return [f = reinterpret_cast<V (*)(V)>(p)](int n, const void *a, double, void *r,
-                                                        void *) {
-                const T *x = static_cast<const T *>(a);
-                T *y = static_cast<T *>(r);
-                for (int i = 0; i < n; i += kLanes) store<T, V>(y + i, f(load<T, V>(x + i)));
-            };
+            return
+                [f = reinterpret_cast<V (*)(V)>(p)](int n, const void *a, double, void *r, void *) {
+                    const T *x = static_cast<const T *>(a);
+                    T *y = static_cast<T *>(r);
+                    for (int i = 0; i < n; i += kLanes) store<T, V>(y + i, f(load<T, V>(x + i)));
+                };
         case KernelKind::scalar:
             return [f = reinterpret_cast<V (*)(V, V)>(p)](int n, const void *a, double b, void *r,
-                                                           void *) {
+                                                          void *) {
                 const T *x = static_cast<const T *>(a);
                 T *y = static_cast<T *>(r);
                 const V e = broadcast<T, V>(static_cast<T>(b));
@@ -161,15 +161,15 @@ Loop libmvec_pair_loop(void *p) {
 template <class T, class V, class Pair>
 Loop sleef_pair_loop(void *p) {
     constexpr int kLanes = 16 / sizeof(T);
-    return [f = reinterpret_cast<Pair (*)(V)>(p)](int n, const void *a, double, void *r1,
-                                                    void *r2) {
-        const T *x = static_cast<const T *>(a);
-        for (int i = 0; i < n; i += kLanes) {
-            const Pair v = f(load<T, V>(x + i));
-            store<T, V>(static_cast<T *>(r1) + i, v.x);
-            store<T, V>(static_cast<T *>(r2) + i, v.y);
-        }
-    };
+    return
+        [f = reinterpret_cast<Pair (*)(V)>(p)](int n, const void *a, double, void *r1, void *r2) {
+            const T *x = static_cast<const T *>(a);
+            for (int i = 0; i < n; i += kLanes) {
+                const Pair v = f(load<T, V>(x + i));
+                store<T, V>(static_cast<T *>(r1) + i, v.x);
+                store<T, V>(static_cast<T *>(r2) + i, v.y);
+            }
+        };
 }
 #endif
 
@@ -264,7 +264,8 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
     auto table = static_cast<const void *const *>(
         dlsym(RTLD_DEFAULT, ("korb_arq_kernel_" + func + "_ttab").c_str()));
     for (int slot = 0; slot < 3; ++slot) {
-        out.push_back({"slot" + std::to_string(slot), kernel(table[slot]), table[slot] != table[1]});
+        out.push_back(
+            {"slot" + std::to_string(slot), kernel(table[slot]), table[slot] != table[1]});
     }
 
     const std::string libm = f.libm;
@@ -272,8 +273,8 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
         static void *const libmvec = dlopen("libmvec.so.1", RTLD_NOW);
         const std::string suffix = single ? "f" : "";
         if (void *p = dlsym(RTLD_DEFAULT, (libm + suffix).c_str())) {
-            out.push_back({"glibc", single ? scalar_loop<float>(f.kind, p)
-                                           : scalar_loop<double>(f.kind, p)});
+            out.push_back(
+                {"glibc", single ? scalar_loop<float>(f.kind, p) : scalar_loop<double>(f.kind, p)});
         }
         const std::string args = f.kind == KernelKind::scalar ? "vv"
                                  : f.kind == KernelKind::pair ? "vvv"
@@ -293,7 +294,7 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
             if (p == nullptr) continue;
             Loop l = f.kind != KernelKind::pair ? (single ? vector_loop<float, __m128>(f.kind, p)
                                                           : vector_loop<double, __m128d>(f.kind, p))
-                     : single ? sleef_pair_loop<float, __m128, Sleef___m128_2>(p)
+                     : single                   ? sleef_pair_loop<float, __m128, Sleef___m128_2>(p)
                               : sleef_pair_loop<double, __m128d, Sleef___m128d_2>(p);
             if (l) out.push_back({std::string("sleef_") + accuracy, l});
         }
@@ -340,8 +341,8 @@ const bool kRegistered = [] {
         for (const Subject &s : subjects(f)) {
             if (!s.loop) continue;
             const std::string name = "BM_vm/" + func + "/" + s.name;
-            auto *b = benchmark::RegisterBenchmark(
-                name.c_str(), [&f, l = s.loop](benchmark::State &st) {
+            auto *b =
+                benchmark::RegisterBenchmark(name.c_str(), [&f, l = s.loop](benchmark::State &st) {
                     if (is_single(f)) {
                         run_typed<float>(st, f, l);
                     } else {

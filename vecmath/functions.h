@@ -72,8 +72,13 @@ inline constexpr double inf = std::numeric_limits<double>::infinity();
 
 #define KORB_ARQ_DOMAIN(name, label, shape, lo, hi, second) \
     {label, Shape::shape, lo, hi, second, nullptr, 0},
-#define KORB_ARQ_POINTS(name, label, ...)                   \
-    {label, Shape::points, 0.0, 0.0, none, kPoints_##name, \
+#define KORB_ARQ_POINTS(name, label, ...) \
+    {label,                               \
+     Shape::points,                       \
+     0.0,                                 \
+     0.0,                                 \
+     none,                                \
+     kPoints_##name,                      \
      static_cast<int>(sizeof kPoints_##name / sizeof(double))},
 inline constexpr Domain kDomains[] = {
     {"none", Shape::uniform, 0.0, 0.0, none, nullptr, 0},

@@ -92,7 +92,8 @@ long double erfinv_long(double x) {
     const long double ax = std::fabs(x);
     const bool tail = ax > 0.5L;
     const long double target = tail ? 1.0L - ax : ax;
-    long double y = tail ? std::sqrt(-std::log(target)) : ax * 0.886226925L * (1 + 0.2617994L * ax * ax);
+    long double y =
+        tail ? std::sqrt(-std::log(target)) : ax * 0.886226925L * (1 + 0.2617994L * ax * ax);
     if (tail) y -= std::log(y * 1.7724538509055159L) / (2 * y);
     long double last = INFINITY;
     for (int it = 0; it < 100; ++it) {
@@ -110,8 +111,8 @@ double erfinv_estimate(double x) {
     if (!(std::fabs(x) < 1.0)) return NAN;  // ±1 and beyond have special results
 #if KORB_HAVE_BOOST_ERF
     using namespace boost::math::policies;
-    return boost::math::erf_inv(x, make_policy(domain_error<ignore_error>(),
-                                               overflow_error<ignore_error>()));
+    return boost::math::erf_inv(
+        x, make_policy(domain_error<ignore_error>(), overflow_error<ignore_error>()));
 #else
     return static_cast<double>(erfinv_long(x));
 #endif
@@ -216,8 +217,8 @@ constexpr Format kFloat = {24, -125};
 // rounded slot, 0 when y is the exact value rounded to nearest.
 double ulp_error(double y, mpfr_srcptr exact, mpfr_ptr scratch, Format f, bool rounded) {
     if (rounded) {
-        const double nearest = f.bits == 24 ? mpfr_get_flt(exact, MPFR_RNDN)
-                                            : mpfr_get_d(exact, MPFR_RNDN);
+        const double nearest =
+            f.bits == 24 ? mpfr_get_flt(exact, MPFR_RNDN) : mpfr_get_d(exact, MPFR_RNDN);
         if (std::bit_cast<std::uint64_t>(nearest) == std::bit_cast<std::uint64_t>(y)) return 0.0;
     }
     const long e = std::max<long>(mpfr_get_exp(exact), f.min_exp);
@@ -328,8 +329,7 @@ double allowed(double bound) {
     return bound * 1.01 + 0.005;
 }
 
-void report(const FunctionInfo &f, const std::string &label, long points,
-            const Worst (&worst)[3]) {
+void report(const FunctionInfo &f, const std::string &label, long points, const Worst (&worst)[3]) {
     for (int s = 0; s < 3; ++s) {
         std::printf("%c%-7s %-4s %-40s %11ld %12.4f  %.17g\n", f.precision, f.name, kSlotName[s],
                     label.c_str(), points, worst[s].ulps, worst[s].x);
@@ -340,7 +340,8 @@ void report(const FunctionInfo &f, const std::string &label, long points,
 // A fixed seed per function and domain, so that `--only` draws what the whole run draws.
 std::uint64_t seed(const FunctionInfo &f, int domain) {
     std::uint64_t h = 1469598103934665603ull;
-    for (const char *c = f.name; *c != '\0'; ++c) h = (h ^ static_cast<unsigned char>(*c)) * 1099511628211ull;
+    for (const char *c = f.name; *c != '\0'; ++c)
+        h = (h ^ static_cast<unsigned char>(*c)) * 1099511628211ull;
     return h ^ (static_cast<std::uint64_t>(f.precision) << 56) ^ static_cast<std::uint64_t>(domain);
 }
 
@@ -370,7 +371,7 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
     }
     const bool single = is_single(f);
     Worst overall[3];
-    auto add = [&](const Worst (&w)[3]) {
+    auto add = [&](const Worst(&w)[3]) {
         for (int s = 0; s < 3; ++s) {
             if (w[s].ulps > overall[s].ulps) overall[s] = w[s];
         }
@@ -394,7 +395,8 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
         if (f.kind == KernelKind::scalar) {
             exponents.clear();
             for (int i = 0; i < domain_count; ++i) {
-                const Domain &second = korb::vecmath::domain(korb::vecmath::domain(f.domains[i]).second);
+                const Domain &second =
+                    korb::vecmath::domain(korb::vecmath::domain(f.domains[i]).second);
                 if (second.lo == second.hi) exponents.push_back(second.lo);
             }
         }
@@ -409,9 +411,9 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
                         bb = bf;
                     },
                     estimate, worst);
-                const std::string label =
-                    f.kind == KernelKind::scalar ? "every float, b = " + std::to_string(b).substr(0, 8)
-                                                 : "every float";
+                const std::string label = f.kind == KernelKind::scalar
+                                              ? "every float, b = " + std::to_string(b).substr(0, 8)
+                                              : "every float";
                 report(f, label, 1l << 32, worst);
                 add(worst);
             }
@@ -440,9 +442,8 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
         const bool within =
             f.bound[s] == 0.0 ? overall[s].ulps == 0.0 : overall[s].ulps <= allowed(f.bound[s]);
         ok = ok && within;
-        std::printf("%-8s %-4s largest %.6g ulp at %.17g, bound %g%s\n", func.c_str(),
-                    kSlotName[s], overall[s].ulps, overall[s].x, f.bound[s],
-                    within ? "" : "  OVER BOUND");
+        std::printf("%-8s %-4s largest %.6g ulp at %.17g, bound %g%s\n", func.c_str(), kSlotName[s],
+                    overall[s].ulps, overall[s].x, f.bound[s], within ? "" : "  OVER BOUND");
     }
     std::fflush(stdout);
     return ok;

@@ -99,12 +99,34 @@ std::uint64_t as_stored(const FunctionInfo &f, double v) {
 std::vector<double> generic_specials(bool single) {
     using D = std::numeric_limits<double>;
     using F = std::numeric_limits<float>;
-    std::vector<double> v = {0.0,       -0.0,       D::infinity(), -D::infinity(), D::quiet_NaN(),
-                             -D::quiet_NaN(), 1.0,  -1.0,          0.5,            -2.0,
-                             D::min(),  -D::min(),  D::denorm_min(), -D::denorm_min(), 1e-310,
-                             -1e-310,   D::max(),   -D::max(),     F::max(),       -F::max(),
-                             F::min(),  F::denorm_min(), -F::denorm_min(), 1e-40,  1e30,
-                             -1e30,     1e300,      -1e300};
+    std::vector<double> v = {0.0,
+                             -0.0,
+                             D::infinity(),
+                             -D::infinity(),
+                             D::quiet_NaN(),
+                             -D::quiet_NaN(),
+                             1.0,
+                             -1.0,
+                             0.5,
+                             -2.0,
+                             D::min(),
+                             -D::min(),
+                             D::denorm_min(),
+                             -D::denorm_min(),
+                             1e-310,
+                             -1e-310,
+                             D::max(),
+                             -D::max(),
+                             F::max(),
+                             -F::max(),
+                             F::min(),
+                             F::denorm_min(),
+                             -F::denorm_min(),
+                             1e-40,
+                             1e30,
+                             -1e30,
+                             1e300,
+                             -1e300};
     if (!single) v.push_back(D::signaling_NaN());
     for (double &x : v) x = in_precision(x, single);
     return v;
@@ -112,8 +134,8 @@ std::vector<double> generic_specials(bool single) {
 
 // Second arguments of the Powx kind beyond those of the domains: zero, integers of either
 // sign, halves, NaN, infinities and exponents whose results leave the range.
-constexpr double kScalarSpecials[] = {0.0, -7.0, 3.0, 0.5, -0.5, 1071.0, -1071.0,
-                                      NAN, INFINITY, -INFINITY};
+constexpr double kScalarSpecials[] = {0.0,    -7.0,    3.0, 0.5,      -0.5,
+                                      1071.0, -1071.0, NAN, INFINITY, -INFINITY};
 
 class VectorPath : public korb::test::KernelTest,
                    public testing::WithParamInterface<const FunctionInfo *> {};
@@ -144,7 +166,8 @@ TEST_P(VectorPath, GivesTheElementPathsBitsAndReportsAlsoInPlace) {
     std::mt19937_64 rng(2026);
     // One argument: from domain d, or (d null) from any domain of the function.
     auto ordinary = [&](const Domain *d) {
-        if (d == nullptr) d = domains[std::uniform_int_distribution<std::size_t>(0, domains.size() - 1)(rng)];
+        if (d == nullptr)
+            d = domains[std::uniform_int_distribution<std::size_t>(0, domains.size() - 1)(rng)];
         return sample(*d, single, rng);
     };
     auto second = [&](const Domain *d) {
