@@ -389,8 +389,10 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
     for (int i = 0; i < domain_count; ++i) {
         sampled += korb::vecmath::domain(f.domains[i]).shape == Shape::points ? 0 : 1;
     }
-    if (estimate) {
-        // Every float, to each exponent of the domains for a Powx kernel.
+    // Every float, to each exponent of the domains for a Powx kernel; two vector arguments are
+    // sampled instead.
+    const bool walk = estimate && f.kind != KernelKind::two;
+    if (walk) {
         std::vector<double> exponents = {0.0};
         if (f.kind == KernelKind::scalar) {
             exponents.clear();
@@ -400,26 +402,24 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
                 if (second.lo == second.hi) exponents.push_back(second.lo);
             }
         }
-        if (f.kind != KernelKind::two) {
-            for (double b : exponents) {
-                Worst worst[3];
-                const double bf = static_cast<float>(b);
-                measure(
-                    f, ref, slots, 1l << 32,
-                    [bf](long i, double &x, double &bb) {
-                        x = std::bit_cast<float>(static_cast<std::uint32_t>(i));
-                        bb = bf;
-                    },
-                    estimate, worst);
-                const std::string label = f.kind == KernelKind::scalar
-                                              ? "every float, b = " + std::to_string(b).substr(0, 8)
-                                              : "every float";
-                report(f, label, 1l << 32, worst);
-                add(worst);
-            }
+        for (double b : exponents) {
+            Worst worst[3];
+            const double bf = static_cast<float>(b);
+            measure(
+                f, ref, slots, 1l << 32,
+                [bf](long i, double &x, double &bb) {
+                    x = std::bit_cast<float>(static_cast<std::uint32_t>(i));
+                    bb = bf;
+                },
+                estimate, worst);
+            const std::string label = f.kind == KernelKind::scalar
+                                          ? "every float, b = " + std::to_string(b).substr(0, 8)
+                                          : "every float";
+            report(f, label, 1l << 32, worst);
+            add(worst);
         }
     }
-    for (int i = 0; i < domain_count && !estimate; ++i) {
+    for (int i = 0; i < domain_count && !walk; ++i) {
         const Domain &d = korb::vecmath::domain(f.domains[i]);
         const Domain &second = korb::vecmath::domain(d.second);
         std::mt19937_64 rng(seed(f, i));
