@@ -185,13 +185,20 @@ TEST_P(VectorPath, GivesTheElementPathsBitsAndReportsAlsoInPlace) {
             for (int special_percent : {0, 3, 30}) {
                 for (int n : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 33, 250}) {
                     std::vector<double> a(n), b(n);
+                    auto special = [&] {
+                        return std::uniform_int_distribution<int>(0, 99)(rng) < special_percent;
+                    };
+                    auto any_special = [&] {
+                        return specials[std::uniform_int_distribution<std::size_t>(
+                            0, specials.size() - 1)(rng)];
+                    };
                     for (int i = 0; i < n; ++i) {
-                        const bool special =
-                            std::uniform_int_distribution<int>(0, 99)(rng) < special_percent;
-                        a[i] = special ? specials[std::uniform_int_distribution<std::size_t>(
-                                             0, specials.size() - 1)(rng)]
-                                       : ordinary(d);
-                        if (two_args) b[i] = second(d);
+                        a[i] = special() ? any_special() : ordinary(d);
+                        // Two vectors: the second one takes special values too.
+                        if (two_args) {
+                            b[i] =
+                                f.kind == KernelKind::two && special() ? any_special() : second(d);
+                        }
                     }
                     std::vector<std::vector<double>> bs = {b};
                     if (f.kind == KernelKind::scalar && special_percent > 0) {
