@@ -19,6 +19,7 @@
 #include <emmintrin.h>
 #include <korb/vm.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -42,16 +43,16 @@ using korb::vecmath::domain;
 using korb::vecmath::FunctionInfo;
 using korb::vecmath::KernelKind;
 
-// Every subject as one signature: n elements of a (double or float, with the scalar b of the
-// Powx kind) into r1 (and r2 for the functions with two results).
-using Loop = std::function<void(int n, const void *a, double b, void *r1, void *r2)>;
+// Every subject as one signature: n elements of a (double or float) and, for the two-argument
+// kinds, of b (equal elements for the Powx kind, whose loops take b[0]) into r1 (and r2 for the
+// functions with two results).
+using Loop = std::function<void(int n, const void *a, const void *b, void *r1, void *r2)>;
 
 // A kernel of the library in that signature.
 template <class T>
 Loop kernel_loop(KernelKind kind, const void *k) {
-    return [kind, k](int n, const void *a, double b, void *r1, void *r2) {
-        const T scalar = static_cast<T>(b);
-        korb::test::call_kernel<T>(kind, k, n, static_cast<const T *>(a), &scalar,
+    return [kind, k](int n, const void *a, const void *b, void *r1, void *r2) {
+        korb::test::call_kernel<T>(kind, k, n, static_cast<const T *>(a), static_cast<const T *>(b),
                                    static_cast<T *>(r1), static_cast<T *>(r2));
     };
 }
@@ -61,23 +62,30 @@ template <class T>
 Loop scalar_loop(KernelKind kind, void *p) {
     switch (kind) {
         case KernelKind::one:
-            return
-                [f = reinterpret_cast<T (*)(T)>(p)](int n, const void *a, double, void *r, void *) {
-                    const T *x = static_cast<const T *>(a);
-                    T *y = static_cast<T *>(r);
-                    for (int i = 0; i < n; ++i) y[i] = f(x[i]);
-                };
-        case KernelKind::scalar:
-            return [f = reinterpret_cast<T (*)(T, T)>(p)](int n, const void *a, double b, void *r,
-                                                          void *) {
+            return [f = reinterpret_cast<T (*)(T)>(p)](int n, const void *a, const void *, void *r,
+                                                       void *) {
                 const T *x = static_cast<const T *>(a);
                 T *y = static_cast<T *>(r);
-                const T e = static_cast<T>(b);
+                for (int i = 0; i < n; ++i) y[i] = f(x[i]);
+            };
+        case KernelKind::scalar:
+            return [f = reinterpret_cast<T (*)(T, T)>(p)](int n, const void *a, const void *b,
+                                                          void *r, void *) {
+                const T *x = static_cast<const T *>(a);
+                T *y = static_cast<T *>(r);
+                const T e = *static_cast<const T *>(b);
                 for (int i = 0; i < n; ++i) y[i] = f(x[i], e);
             };
+        case KernelKind::two:
+            return [f = reinterpret_cast<T (*)(T, T)>(p)](int n, const void *a, const void *b,
+                                                          void *r, void *) {
+                const T *x = static_cast<const T *>(a), *z = static_cast<const T *>(b);
+                T *y = static_cast<T *>(r);
+                for (int i = 0; i < n; ++i) y[i] = f(x[i], z[i]);
+            };
         case KernelKind::pair:
-            return [f = reinterpret_cast<void (*)(T, T *, T *)>(p)](int n, const void *a, double,
-                                                                    void *r1, void *r2) {
+            return [f = reinterpret_cast<void (*)(T, T *, T *)>(p)](
+                       int n, const void *a, const void *, void *r1, void *r2) {
                 const T *x = static_cast<const T *>(a);
                 for (int i = 0; i < n; ++i) {
                     f(x[i], static_cast<T *>(r1) + i, static_cast<T *>(r2) + i);
@@ -121,19 +129,28 @@ Loop vector_loop(KernelKind kind, void *p) {
     constexpr int kLanes = 16 / sizeof(T);
     switch (kind) {
         case KernelKind::one:
-            return
-                [f = reinterpret_cast<V (*)(V)>(p)](int n, const void *a, double, void *r, void *) {
-                    const T *x = static_cast<const T *>(a);
-                    T *y = static_cast<T *>(r);
-                    for (int i = 0; i < n; i += kLanes) store<T, V>(y + i, f(load<T, V>(x + i)));
-                };
-        case KernelKind::scalar:
-            return [f = reinterpret_cast<V (*)(V, V)>(p)](int n, const void *a, double b, void *r,
-                                                          void *) {
+            return [f = reinterpret_cast<V (*)(V)>(p)](int n, const void *a, const void *, void *r,
+                                                       void *) {
                 const T *x = static_cast<const T *>(a);
                 T *y = static_cast<T *>(r);
-                const V e = broadcast<T, V>(static_cast<T>(b));
+                for (int i = 0; i < n; i += kLanes) store<T, V>(y + i, f(load<T, V>(x + i)));
+            };
+        case KernelKind::scalar:
+            return [f = reinterpret_cast<V (*)(V, V)>(p)](int n, const void *a, const void *b,
+                                                          void *r, void *) {
+                const T *x = static_cast<const T *>(a);
+                T *y = static_cast<T *>(r);
+                const V e = broadcast<T, V>(*static_cast<const T *>(b));
                 for (int i = 0; i < n; i += kLanes) store<T, V>(y + i, f(load<T, V>(x + i), e));
+            };
+        case KernelKind::two:
+            return [f = reinterpret_cast<V (*)(V, V)>(p)](int n, const void *a, const void *b,
+                                                          void *r, void *) {
+                const T *x = static_cast<const T *>(a), *z = static_cast<const T *>(b);
+                T *y = static_cast<T *>(r);
+                for (int i = 0; i < n; i += kLanes) {
+                    store<T, V>(y + i, f(load<T, V>(x + i), load<T, V>(z + i)));
+                }
             };
         default:
             return nullptr;
@@ -143,7 +160,7 @@ Loop vector_loop(KernelKind kind, void *p) {
 // libmvec's sine-and-cosine of two doubles writes through two lanes of pointers.
 Loop libmvec_pair_loop(void *p) {
     return [f = reinterpret_cast<void (*)(__m128d, __m128i, __m128i)>(p)](
-               int n, const void *a, double, void *r1, void *r2) {
+               int n, const void *a, const void *, void *r1, void *r2) {
         const double *x = static_cast<const double *>(a);
         double *s = static_cast<double *>(r1), *c = static_cast<double *>(r2);
         for (int i = 0; i < n; i += 2) {
@@ -161,32 +178,32 @@ Loop libmvec_pair_loop(void *p) {
 template <class T, class V, class Pair>
 Loop sleef_pair_loop(void *p) {
     constexpr int kLanes = 16 / sizeof(T);
-    return
-        [f = reinterpret_cast<Pair (*)(V)>(p)](int n, const void *a, double, void *r1, void *r2) {
-            const T *x = static_cast<const T *>(a);
-            for (int i = 0; i < n; i += kLanes) {
-                const Pair v = f(load<T, V>(x + i));
-                store<T, V>(static_cast<T *>(r1) + i, v.x);
-                store<T, V>(static_cast<T *>(r2) + i, v.y);
-            }
-        };
+    return [f = reinterpret_cast<Pair (*)(V)>(p)](int n, const void *a, const void *, void *r1,
+                                                  void *r2) {
+        const T *x = static_cast<const T *>(a);
+        for (int i = 0; i < n; i += kLanes) {
+            const Pair v = f(load<T, V>(x + i));
+            store<T, V>(static_cast<T *>(r1) + i, v.x);
+            store<T, V>(static_cast<T *>(r2) + i, v.y);
+        }
+    };
 }
 #endif
 
 template <class T>
-void copy_loop(int n, const void *a, double, void *r, void *) {
+void copy_loop(int n, const void *a, const void *, void *r, void *) {
     const T *x = static_cast<const T *>(a);
     T *y = static_cast<T *>(r);
     for (int i = 0; i < n; ++i) y[i] = x[i];
 }
 
 // The square-root instructions alone, the peers of Sqrt.
-void sqrtpd_loop(int n, const void *a, double, void *r, void *) {
+void sqrtpd_loop(int n, const void *a, const void *, void *r, void *) {
     const double *x = static_cast<const double *>(a);
     double *y = static_cast<double *>(r);
     for (int i = 0; i < n; i += 2) _mm_storeu_pd(y + i, _mm_sqrt_pd(_mm_loadu_pd(x + i)));
 }
-void sqrtps_loop(int n, const void *a, double, void *r, void *) {
+void sqrtps_loop(int n, const void *a, const void *, void *r, void *) {
     const float *x = static_cast<const float *>(a);
     float *y = static_cast<float *>(r);
     for (int i = 0; i < n; i += 4) _mm_storeu_ps(y + i, _mm_sqrt_ps(_mm_loadu_ps(x + i)));
@@ -224,7 +241,7 @@ T rational_erfinv(T x) {
     return p * x;
 }
 template <class T>
-void rational_erfinv_loop(int n, const void *a, double, void *r, void *) {
+void rational_erfinv_loop(int n, const void *a, const void *, void *r, void *) {
     const T *x = static_cast<const T *>(a);
     T *y = static_cast<T *>(r);
     for (int i = 0; i < n; ++i) y[i] = rational_erfinv(x[i]);
@@ -315,11 +332,14 @@ void run_typed(benchmark::State &state, const FunctionInfo &f, const Loop &loop)
     const int n = static_cast<int>(state.range(0));
     const korb::vecmath::Domain &d = domain(f.domains[0]);
     std::mt19937_64 gen(7);
-    std::vector<T> a(static_cast<std::size_t>(n)), r1(a.size()), r2(a.size());
+    std::vector<T> a(static_cast<std::size_t>(n)), b(a.size()), r1(a.size()), r2(a.size());
     for (T &x : a) x = static_cast<T>(korb::test::sample(d, is_single(f), gen));
-    const double b = d.second != 0 ? korb::test::sample(domain(d.second), is_single(f), gen) : 0;
+    if (d.second != 0) {
+        for (T &x : b) x = static_cast<T>(korb::test::sample(domain(d.second), is_single(f), gen));
+        if (f.kind == KernelKind::scalar) std::fill(b.begin(), b.end(), b[0]);
+    }
     for (auto _ : state) {
-        loop(n, a.data(), b, r1.data(), r2.data());
+        loop(n, a.data(), b.data(), r1.data(), r2.data());
         benchmark::DoNotOptimize(r1.data());
         benchmark::DoNotOptimize(r2.data());
         benchmark::ClobberMemory();
