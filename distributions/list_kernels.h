@@ -1,0 +1,138 @@
+// The kernels of the distribution list, each reachable through one signature per output type:
+// kKernels[i] holds the kernels of kEntries[i], called as (method, stream, n, r, parameters),
+// the parameters as doubles in argument order (converted to the kernel's own types on the way:
+// float for the single-precision kernel, int for an Int). Also the prototype the list implies
+// for each kernel, which a test holds the header's declarations to.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include "distributions/list.h"
+#include "korb/rng.h"
+
+namespace korb::dist::list {
+
+// What a kernel of one precision writes, takes for a Real, and how many uint32_t elements one of
+// its words fills (0: the generator's own word size).
+template <unsigned P>
+struct Traits;
+template <>
+struct Traits<kDouble> {
+    using Out = double;
+    using Real = double;
+};
+template <>
+struct Traits<kSingle> {
+    using Out = float;
+    using Real = float;
+};
+template <>
+struct Traits<kInteger> {
+    using Out = int;
+    using Real = double;
+};
+template <>
+struct Traits<kWords> {
+    using Out = uint32_t;
+    static constexpr int kElements = 0;
+};
+template <>
+struct Traits<kWords32> {
+    using Out = uint32_t;
+    static constexpr int kElements = 1;
+};
+template <>
+struct Traits<kWords64> {
+    using Out = uint64_t;
+    static constexpr int kElements = 2;
+};
+
+template <Type t, unsigned P>
+struct ArgOf;
+template <unsigned P>
+struct ArgOf<Type::kReal, P> {
+    using type = typename Traits<P>::Real;
+};
+template <unsigned P>
+struct ArgOf<Type::kInt, P> {
+    using type = int;
+};
+template <unsigned P>
+struct ArgOf<Type::kRealArray, P> {
+    using type = const typename Traits<P>::Real *;
+};
+
+// The type of the precision-P kernel of entry E that the list implies.
+template <int E, unsigned P, class = std::make_index_sequence<kEntries[E].param_count>>
+struct SignatureOf;
+template <int E, unsigned P, size_t... k>
+struct SignatureOf<E, P, std::index_sequence<k...>> {
+    using type = int (*)(int, BixStream *, int, typename Traits<P>::Out *,
+                         typename ArgOf<kEntries[E].params[k].type, P>::type...);
+};
+template <int E, unsigned P>
+using Signature = typename SignatureOf<E, P>::type;
+
+using DoubleKernel = int (*)(int method, BixStream *stream, int n, double r[], const double *p);
+using SingleKernel = int (*)(int method, BixStream *stream, int n, float r[], const double *p);
+using IntegerKernel = int (*)(int method, BixStream *stream, int n, int r[], const double *p);
+using WordsKernel = int (*)(int method, BixStream *stream, int n, uint32_t r[]);
+
+struct Kernels {
+    DoubleKernel d = nullptr;
+    SingleKernel s = nullptr;
+    IntegerKernel i = nullptr;
+    WordsKernel w = nullptr;  // any of the word precisions
+    int word_elements = 0;    // uint32_t elements of one word of w (0: the generator's own)
+};
+
+// kernel(method, stream, n, r, p[0], p[1], ...), each p[k] converted to the kernel's type.
+template <class Out, class... A>
+int call_with(int (*kernel)(int, BixStream *, int, Out *, A...), int method, BixStream *stream,
+              int n, Out *r, const double *p) {
+    static_assert((std::is_arithmetic_v<A> && ...),
+                  "array parameters need a caller that is given their arrays");
+    return [&]<size_t... k>(std::index_sequence<k...>) {
+        return kernel(method, stream, n, r, static_cast<A>(p[k])...);
+    }
+    (std::index_sequence_for<A...>{});
+}
+
+template <unsigned P, auto kKernel>
+int call(int method, BixStream *stream, int n, typename Traits<P>::Out *r, const double *p) {
+    return call_with(kKernel, method, stream, n, r, p);
+}
+
+template <unsigned P, auto kKernel>
+int call_words(int method, BixStream *stream, int n, uint32_t *r) {
+    return kKernel(method, stream, n, reinterpret_cast<typename Traits<P>::Out *>(r));
+}
+
+#define KORB_DIST_SLOT_kDouble(...) .d = __VA_ARGS__,
+#define KORB_DIST_SLOT_kSingle(...) .s = __VA_ARGS__,
+#define KORB_DIST_SLOT_kInteger(...) .i = __VA_ARGS__,
+#define KORB_DIST_SLOT_WORDS(P, ...) .w = __VA_ARGS__, .word_elements = Traits<P>::kElements,
+#define KORB_DIST_SLOT_kWords(...) KORB_DIST_SLOT_WORDS(kWords, __VA_ARGS__)
+#define KORB_DIST_SLOT_kWords32(...) KORB_DIST_SLOT_WORDS(kWords32, __VA_ARGS__)
+#define KORB_DIST_SLOT_kWords64(...) KORB_DIST_SLOT_WORDS(kWords64, __VA_ARGS__)
+#define KORB_DIST_CALLER_kDouble call
+#define KORB_DIST_CALLER_kSingle call
+#define KORB_DIST_CALLER_kInteger call
+#define KORB_DIST_CALLER_kWords call_words
+#define KORB_DIST_CALLER_kWords32 call_words
+#define KORB_DIST_CALLER_kWords64 call_words
+#define KORB_DIST_KERNEL(letter, P, Kernel) \
+    KORB_DIST_SLOT_##P(&KORB_DIST_CALLER_##P<P, &_bix##letter##Rng##Kernel>)
+#define KORB_DIST(Id, Kernel, name, precisions, ...) \
+    Kernels{KORB_DIST_EACH_##precisions(KORB_DIST_KERNEL, Kernel)},
+inline constexpr Kernels kKernels[] = {
+#include "distributions/distributions.def"
+};
+#undef KORB_DIST
+#undef KORB_DIST_KERNEL
+static_assert(sizeof kKernels / sizeof kKernels[0] == kEntryCount);
+
+}  // namespace korb::dist::list
