@@ -17,38 +17,22 @@ namespace korb::dist::list {
 
 // What a kernel of one precision writes, takes for a Real, and how many uint32_t elements one of
 // its words fills (0: the generator's own word size).
+template <class O, class R, int kWordElements = 0>
+struct Output {
+    using Out = O;
+    using Real = R;
+    static constexpr int kElements = kWordElements;
+};
 template <unsigned P>
 struct Traits;
-template <>
-struct Traits<kDouble> {
-    using Out = double;
-    using Real = double;
-};
-template <>
-struct Traits<kSingle> {
-    using Out = float;
-    using Real = float;
-};
-template <>
-struct Traits<kInteger> {
-    using Out = int;
-    using Real = double;
-};
-template <>
-struct Traits<kWords> {
-    using Out = uint32_t;
-    static constexpr int kElements = 0;
-};
-template <>
-struct Traits<kWords32> {
-    using Out = uint32_t;
-    static constexpr int kElements = 1;
-};
-template <>
-struct Traits<kWords64> {
-    using Out = uint64_t;
-    static constexpr int kElements = 2;
-};
+// clang-format off
+template <> struct Traits<kDouble> : Output<double, double> {};
+template <> struct Traits<kSingle> : Output<float, float> {};
+template <> struct Traits<kInteger> : Output<int, double> {};
+template <> struct Traits<kWords> : Output<uint32_t, double, 0> {};
+template <> struct Traits<kWords32> : Output<uint32_t, double, 1> {};
+template <> struct Traits<kWords64> : Output<uint64_t, double, 2> {};
+// clang-format on
 
 template <Type t, unsigned P>
 struct ArgOf;
