@@ -65,6 +65,7 @@ using SingleKernel = int (*)(int method, BixStream *stream, int n, float r[], co
 using IntegerKernel = int (*)(int method, BixStream *stream, int n, int r[], const double *p);
 using WordsKernel = int (*)(int method, BixStream *stream, int n, uint32_t r[]);
 
+// A null d, s or i of a listed precision is a kernel with array parameters.
 struct Kernels {
     DoubleKernel d = nullptr;
     SingleKernel s = nullptr;
@@ -77,8 +78,6 @@ struct Kernels {
 template <class Out, class... A>
 int call_with(int (*kernel)(int, BixStream *, int, Out *, A...), int method, BixStream *stream,
               int n, Out *r, const double *p) {
-    static_assert((std::is_arithmetic_v<A> && ...),
-                  "array parameters need a caller that is given their arrays");
     return [&]<size_t... k>(std::index_sequence<k...>) {
         return kernel(method, stream, n, r, static_cast<A>(p[k])...);
     }
@@ -90,9 +89,31 @@ int call(int method, BixStream *stream, int n, typename Traits<P>::Out *r, const
     return call_with(kKernel, method, stream, n, r, p);
 }
 
+template <class Out, class... A>
+constexpr bool scalars_only(int (*)(int, BixStream *, int, Out *, A...)) {
+    return (std::is_arithmetic_v<A> && ...);
+}
+
+// The kernel behind the uniform signature, or null when it takes arrays, which a row of doubles
+// cannot carry: such a kernel is called through its own prototype.
+template <unsigned P, auto kKernel>
+constexpr auto uniform_caller() {
+    using Uniform = int (*)(int, BixStream *, int, typename Traits<P>::Out *, const double *);
+    if constexpr (scalars_only(kKernel)) {
+        return Uniform{&call<P, kKernel>};
+    } else {
+        return Uniform{nullptr};
+    }
+}
+
 template <unsigned P, auto kKernel>
 int call_words(int method, BixStream *stream, int n, uint32_t *r) {
     return kKernel(method, stream, n, reinterpret_cast<typename Traits<P>::Out *>(r));
+}
+
+template <unsigned P, auto kKernel>
+constexpr WordsKernel words_caller() {
+    return &call_words<P, kKernel>;
 }
 
 #define KORB_DIST_SLOT_kDouble(...) .d = __VA_ARGS__,
@@ -102,14 +123,14 @@ int call_words(int method, BixStream *stream, int n, uint32_t *r) {
 #define KORB_DIST_SLOT_kWords(...) KORB_DIST_SLOT_WORDS(kWords, __VA_ARGS__)
 #define KORB_DIST_SLOT_kWords32(...) KORB_DIST_SLOT_WORDS(kWords32, __VA_ARGS__)
 #define KORB_DIST_SLOT_kWords64(...) KORB_DIST_SLOT_WORDS(kWords64, __VA_ARGS__)
-#define KORB_DIST_CALLER_kDouble call
-#define KORB_DIST_CALLER_kSingle call
-#define KORB_DIST_CALLER_kInteger call
-#define KORB_DIST_CALLER_kWords call_words
-#define KORB_DIST_CALLER_kWords32 call_words
-#define KORB_DIST_CALLER_kWords64 call_words
+#define KORB_DIST_CALLER_kDouble uniform_caller
+#define KORB_DIST_CALLER_kSingle uniform_caller
+#define KORB_DIST_CALLER_kInteger uniform_caller
+#define KORB_DIST_CALLER_kWords words_caller
+#define KORB_DIST_CALLER_kWords32 words_caller
+#define KORB_DIST_CALLER_kWords64 words_caller
 #define KORB_DIST_KERNEL(letter, P, Kernel) \
-    KORB_DIST_SLOT_##P(&KORB_DIST_CALLER_##P<P, &_bix##letter##Rng##Kernel>)
+    KORB_DIST_SLOT_##P(KORB_DIST_CALLER_##P<P, &_bix##letter##Rng##Kernel>())
 #define KORB_DIST(Id, Kernel, name, precisions, ...) \
     Kernels{KORB_DIST_EACH_##precisions(KORB_DIST_KERNEL, Kernel)},
 inline constexpr Kernels kKernels[] = {

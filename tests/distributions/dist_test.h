@@ -81,13 +81,20 @@ inline const dist::list::Kernels &kernels_of(const char *id) {
 template <class T>
 int draw(const char *id, int method, BixStream *s, int n, T *r, const double *p) {
     const dist::list::Kernels &k = kernels_of(id);
-    if constexpr (std::is_same_v<T, double>) {
-        return k.d(method, s, n, r, p);
-    } else if constexpr (std::is_same_v<T, float>) {
-        return k.s(method, s, n, r, p);
-    } else {
-        return k.i(method, s, n, r, p);
+    const auto kernel = [&] {
+        if constexpr (std::is_same_v<T, double>) {
+            return k.d;
+        } else if constexpr (std::is_same_v<T, float>) {
+            return k.s;
+        } else {
+            return k.i;
+        }
+    }();
+    if (kernel == nullptr) {
+        ADD_FAILURE() << id << " takes arrays: these tests need a caller for its own prototype";
+        return BIX_ERROR_BADARGS;
     }
+    return kernel(method, s, n, r, p);
 }
 
 // The Kolmogorov-Smirnov distance between the sample and the distribution function cdf.

@@ -92,6 +92,12 @@ constexpr Entry kConstants =
                 KORB_PARAM(y, Real, "( -7 ,x ]", "--y", -1)},
                {KORB_METHOD(STD, 0, "std")}, "bounds written in several ways");
 
+// Such a kernel is reached through its own prototype: its uniform caller is null.
+int array_kernel(int, BixStream *, int, double *, int, const double *) {
+    return BIX_ERROR_OK;
+}
+static_assert(uniform_caller<kDouble, &array_kernel>() == nullptr);
+
 TEST(DomainShapes, RelateIntegerParametersToEachOther) {
     const auto refused_of = [](std::vector<double> v) {
         return refused(kHypergeometric, v.data());
