@@ -6,8 +6,10 @@
 #include <korb/rng.h>
 
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "distributions/list_kernels.h"
 
@@ -45,15 +47,23 @@ bool is_param_option(std::string_view option);
 // defaults, its methods and what it draws.
 void print_distribution_help();
 
-// Running count, mean, variance, minimum and maximum of the numbers drawn.
+// Running count, mean, variance, minimum and maximum of the numbers drawn, computed by the
+// library's estimators on blocks of the numbers, merged as portions.
 class Summary {
   public:
     void add(double x);
-    void print() const;
+    void print();
 
   private:
+    void flush();
+
+    std::vector<double> block_;
     long long count_ = 0;
-    double mean_ = 0, m2_ = 0, min_ = 0, max_ = 0;
+    double weights_[2] = {0, 0};  // the accumulated-weights slot
+    double mean_ = 0, raw2_ = 0, variance_ = 0;
+    double min_ = std::numeric_limits<double>::infinity();
+    double max_ = -std::numeric_limits<double>::infinity();
+    int status_ = 0;
 };
 
 }  // namespace korb::cli
