@@ -396,22 +396,14 @@ void print_help() {
         "from FILE, so no --brng or --seed); --save writes the stream as it stands after\n"
         "the N numbers, so that a later run with --load continues where this one stopped.\n"
         "FILE may be the same for both.\n"
-        "--dist DIST draws variates of a distribution from the stream instead:\n"
-        "  uniform   [--a A --b B]              methods std (default), accurate\n"
-        "  gaussian  [--mean M --sigma S]       methods boxmuller (default), boxmuller2,\n"
-        "                                       icdf\n"
-        "  exponential, laplace, cauchy, rayleigh, gumbel  [--a A --beta B]\n"
-        "  weibull   [--alpha S --a A --beta B]\n"
-        "  lognormal [--a M --sigma S --b B --beta B]   (the normal's mean and deviation,\n"
-        "                                       displacement, scale)\n"
-        "  uniform-int [--a A --b B]            integers A..B-1\n"
-        "  bernoulli, geometric  [--p P]        success probability\n"
-        "  bits      the generator's raw words through the uniform-bits kernel\n"
-        "  bits32, bits64  uniform 32- or 64-bit words (MCG59, MT19937, MT2203,\n"
-        "            SFMT19937); with --binary raw little-endian words, e.g. for a test\n"
-        "            battery reading standard input\n"
-        "as doubles (--format float for single precision; integer distributions print\n"
-        "signed integers); --method picks the method.\n"
+        "--dist DIST draws variates of a distribution from the stream instead, as\n"
+        "doubles (--format float for single precision; integer distributions print\n"
+        "signed integers, the bits ones unsigned words, which --binary writes as raw\n"
+        "little-endian words, e.g. for a test battery reading standard input). Its\n"
+        "parameters are the options shown with their defaults; --method M picks one of\n"
+        "the methods listed, the first by default:");
+    print_distribution_help();
+    std::puts(
         "--stats prints count, mean, variance, min and max of the N numbers instead of\n"
         "the numbers.");
 }
