@@ -158,23 +158,11 @@ int new_bounded(BixStream **stream, int brng, int n, T *buffer, T a, T b, Refill
 
 // Sizes: the source record (with [a, b) for the real sources) after the stream header.
 constexpr RowLayout layout_IABSTRACT = {
-    .stateSize = 48,
-    .stateWords = 0,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 48, .stateWords = 0, .includesZero = 1, .nBits = 32};
 constexpr RowLayout layout_DABSTRACT = {
-    .stateSize = 64,
-    .stateWords = 0,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 64, .stateWords = 0, .includesZero = 1, .nBits = 32};
 constexpr RowLayout layout_SABSTRACT = {
-    .stateSize = 56,
-    .stateWords = 0,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 56, .stateWords = 0, .includesZero = 1, .nBits = 32};
 static_assert(sizeof(Source<uint32_t>) + kStreamHeaderBytes <= layout_IABSTRACT.stateSize);
 static_assert(sizeof(BoundedSource<double>) + kStreamHeaderBytes <= layout_DABSTRACT.stateSize);
 static_assert(sizeof(BoundedSource<float>) + kStreamHeaderBytes <= layout_SABSTRACT.stateSize);

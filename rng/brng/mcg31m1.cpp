@@ -67,11 +67,7 @@ using Mcg31m1 = congruential::Generator<Modulus>;
 }  // namespace
 
 constexpr RowLayout layout_MCG31M1 = {
-    .stateSize = 24,
-    .stateWords = 1,
-    .includesZero = 0,
-    .nBits = 31,
-};
+    .stateSize = 24, .stateWords = 1, .includesZero = 0, .nBits = 31};
 static_assert(sizeof(Mcg31m1::State) + kStreamHeaderBytes <= layout_MCG31M1.stateSize);
 
 }  // namespace korb::rng

@@ -56,11 +56,7 @@ using Mcg59 = congruential::Generator<Modulus>;
 }  // namespace
 
 constexpr RowLayout layout_MCG59 = {
-    .stateSize = 32,
-    .stateWords = 1,
-    .includesZero = 0,
-    .nBits = 59,
-};
+    .stateSize = 32, .stateWords = 1, .includesZero = 0, .nBits = 59};
 static_assert(sizeof(Mcg59::State) + kStreamHeaderBytes <= layout_MCG59.stateSize);
 
 }  // namespace korb::rng

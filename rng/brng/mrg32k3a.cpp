@@ -367,11 +367,7 @@ struct Mrg32k3a {
 }  // namespace
 
 constexpr RowLayout layout_MRG32K3A = {
-    .stateSize = 40,
-    .stateWords = 6,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 40, .stateWords = 6, .includesZero = 1, .nBits = 32};
 static_assert(sizeof(State) + kStreamHeaderBytes <= layout_MRG32K3A.stateSize);
 
 }  // namespace korb::rng

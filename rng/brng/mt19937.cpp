@@ -35,11 +35,7 @@ struct Mt19937 : twister::Outputs<Mt19937> {
 }  // namespace
 
 constexpr RowLayout layout_MT19937 = {
-    .stateSize = 2520,
-    .stateWords = 625,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 2520, .stateWords = 625, .includesZero = 1, .nBits = 32};
 static_assert(sizeof(Mt19937::State) + kStreamHeaderBytes <= layout_MT19937.stateSize);
 
 }  // namespace korb::rng

@@ -49,11 +49,7 @@ int Mt2203::seed(BixStream *stream, Seeds seeds) {
 }  // namespace
 
 constexpr RowLayout layout_MT2203 = {
-    .stateSize = 312,
-    .stateWords = 70,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 312, .stateWords = 70, .includesZero = 1, .nBits = 32};
 static_assert(sizeof(Mt2203::State) + kStreamHeaderBytes <= layout_MT2203.stateSize);
 
 }  // namespace korb::rng

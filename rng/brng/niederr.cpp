@@ -76,23 +76,12 @@ void build_matrices(uint32_t *v) {
     }
 }
 
-struct NiederrTable {
-    static constexpr int kId = BIX_BRNG_NIEDERR;
-    static constexpr uint32_t kKey = kChunkKey;
-    static constexpr int kMaxDim = BIX_NIEDERR_MAX_DIM;
-    static void build(uint32_t *v) { build_matrices(v); }
-};
-
-using Niederr = qrng::Generator<NiederrTable>;
+using Niederr = qrng::Generator<BIX_BRNG_NIEDERR, kChunkKey, BIX_NIEDERR_MAX_DIM, build_matrices>;
 
 }  // namespace
 
 constexpr RowLayout layout_NIEDERR = {
-    .stateSize = 43280,
-    .stateWords = 10498,
-    .includesZero = 0,
-    .nBits = 32,
-};
+    .stateSize = 43280, .stateWords = 10498, .includesZero = 0, .nBits = 32};
 
 // The state copy moves stateWords words: the 16-byte header and one word per coordinate.
 static_assert(16 + 4 * BIX_NIEDERR_MAX_DIM <= 4 * layout_NIEDERR.stateWords &&

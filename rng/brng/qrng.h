@@ -56,18 +56,18 @@ extern template int generate(const Table &, BixStream *, int, uniform::Words &);
 extern template int generate(const Table &, BixStream *, int, uniform::WordsToDoubles &);
 extern template int generate(const Table &, BixStream *, int, uniform::WordsToFloats &);
 
-// A quasi-random generator over the engine. D gives its id kId, its chunk key kKey, its largest
-// dimension kMaxDim and build(v), which fills the kBits * kMaxDim words of its table.
-template <class D>
-struct Generator : uniform::WordOutputs<Generator<D>> {
-    static constexpr int kId = D::kId;
+// A quasi-random generator over the engine: its id, the key of its table's chunk, its largest
+// dimension and build(v), which fills the kBits * MaxDim words of its table.
+template <int Id, uint32_t Key, int MaxDim, void (*Build)(uint32_t *)>
+struct Generator : uniform::WordOutputs<Generator<Id, Key, MaxDim, Build>> {
+    static constexpr int kId = Id;
 
     // The table's id in the shared read-only data table, made once per process.
     static const uint64_t *shared_id() {
         static const SharedId id = make_shared_id(kTable);
         return id.words;
     }
-    static constexpr Table kTable = {D::kKey, D::kMaxDim, D::build, shared_id};
+    static constexpr Table kTable = {Key, MaxDim, Build, shared_id};
 
     static int seed(BixStream *stream, Seeds seeds) { return qrng::seed(kTable, stream, seeds); }
     static int leapfrog(BixStream *stream, uint32_t k, int nstreams) {

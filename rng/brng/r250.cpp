@@ -167,11 +167,7 @@ struct R250 : uniform::WordOutputs<R250> {
 }  // namespace
 
 constexpr RowLayout layout_R250 = {
-    .stateSize = 1024,
-    .stateWords = 252,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 1024, .stateWords = 252, .includesZero = 1, .nBits = 32};
 static_assert(sizeof(State) + kStreamHeaderBytes <= layout_R250.stateSize);
 
 }  // namespace korb::rng

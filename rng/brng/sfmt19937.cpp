@@ -383,11 +383,7 @@ struct Sfmt19937 {
 }  // namespace
 
 constexpr RowLayout layout_SFMT19937 = {
-    .stateSize = 2536,
-    .stateWords = 625,
-    .includesZero = 1,
-    .nBits = 128,
-};
+    .stateSize = 2536, .stateWords = 625, .includesZero = 1, .nBits = 128};
 
 }  // namespace korb::rng
 

@@ -43,23 +43,12 @@ void build_directions(uint32_t *v) {
     }
 }
 
-struct SobolTable {
-    static constexpr int kId = BIX_BRNG_SOBOL;
-    static constexpr uint32_t kKey = kChunkKey;
-    static constexpr int kMaxDim = BIX_SOBOL_MAX_DIM;
-    static void build(uint32_t *v) { build_directions(v); }
-};
-
-using Sobol = qrng::Generator<SobolTable>;
+using Sobol = qrng::Generator<BIX_BRNG_SOBOL, kChunkKey, BIX_SOBOL_MAX_DIM, build_directions>;
 
 }  // namespace
 
 constexpr RowLayout layout_SOBOL = {
-    .stateSize = 11648,
-    .stateWords = 2604,
-    .includesZero = 0,
-    .nBits = 32,
-};
+    .stateSize = 11648, .stateWords = 2604, .includesZero = 0, .nBits = 32};
 
 // The state copy moves stateWords words: the 16-byte header and one word per coordinate.
 static_assert(16 + 4 * BIX_SOBOL_MAX_DIM <= 4 * layout_SOBOL.stateWords &&

@@ -40,11 +40,7 @@ bool has_hardware_rng() {
 }
 
 constexpr RowLayout layout_NONDETERM = {
-    .stateSize = 24,
-    .stateWords = 1,
-    .includesZero = 1,
-    .nBits = 32,
-};
+    .stateSize = 24, .stateWords = 1, .includesZero = 1, .nBits = 32};
 static_assert(sizeof(State) + kStreamHeaderBytes <= layout_NONDETERM.stateSize);
 
 }  // namespace korb::rng

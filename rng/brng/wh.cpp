@@ -251,12 +251,7 @@ struct Wh {
 
 }  // namespace
 
-constexpr RowLayout layout_WH = {
-    .stateSize = 48,
-    .stateWords = 4,
-    .includesZero = 1,
-    .nBits = 24,
-};
+constexpr RowLayout layout_WH = {.stateSize = 48, .stateWords = 4, .includesZero = 1, .nBits = 24};
 
 }  // namespace korb::rng
 
