@@ -72,8 +72,9 @@ int __bixCopyStreamState(BixStream *destination, const BixStream *source) {
     if (destination == source) return BIX_ERROR_OK;
     const BrngProperties *row = find_row(source->brng);
     if (row == nullptr) return BIX_ERROR_INVALID_BRNG;
-    // stateWords * wordSize can exceed what a record holds (Wichmann-Hill, SFMT19937), and the
-    // destination may be a smaller generator: copy no more than either record has room for.
+    // stateWords * wordSize can exceed what a record holds (rows whose output words are wider
+    // than their state words), and the destination may be a smaller generator: copy no more
+    // than either record has room for.
     size_t bytes = static_cast<size_t>(row->stateWords) * static_cast<size_t>(row->wordSize);
     if (bytes > state_bytes(*row)) bytes = state_bytes(*row);
     if (const BrngProperties *dst = find_row(destination->brng);
