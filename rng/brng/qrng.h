@@ -19,7 +19,6 @@
 
 #include "generator.h"
 #include "korb/rng.h"
-#include "uniform.h"
 
 namespace korb::rng::qrng {
 
@@ -49,17 +48,15 @@ int seed(const Table &t, BixStream *stream, Seeds seeds);
 int leapfrog(const Table &t, BixStream *stream, uint32_t k, int nstreams);
 int skip_ahead(const Table &t, BixStream *stream, uint64_t nskip);
 
-// Hands the stream's next n outputs to the sink; the sinks of uniform.h.
-template <class Sink>
-int generate(const Table &t, BixStream *stream, int n, Sink &sink);
-extern template int generate(const Table &, BixStream *, int, uniform::Words &);
-extern template int generate(const Table &, BixStream *, int, uniform::WordsToDoubles &);
-extern template int generate(const Table &, BixStream *, int, uniform::WordsToFloats &);
+// The stream's next n outputs as words, doubles or floats.
+int generate_ints(const Table &t, BixStream *stream, int n, uint32_t r[]);
+int generate_doubles(const Table &t, BixStream *stream, int n, double r[], double a, double b);
+int generate_floats(const Table &t, BixStream *stream, int n, float r[], float a, float b);
 
 // A quasi-random generator over the engine: its id, the key of its table's chunk, its largest
 // dimension and build(v), which fills the kBits * MaxDim words of its table.
 template <int Id, uint32_t Key, int MaxDim, void (*Build)(uint32_t *)>
-struct Generator : uniform::WordOutputs<Generator<Id, Key, MaxDim, Build>> {
+struct Generator {
     static constexpr int kId = Id;
 
     // The table's id in the shared read-only data table, made once per process.
@@ -76,9 +73,14 @@ struct Generator : uniform::WordOutputs<Generator<Id, Key, MaxDim, Build>> {
     static int skip_ahead(BixStream *stream, uint64_t nskip) {
         return qrng::skip_ahead(kTable, stream, nskip);
     }
-    template <class Sink>
-    static int run(BixStream *stream, int n, Sink &sink) {
-        return generate(kTable, stream, n, sink);
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        return generate_ints(kTable, stream, n, r);
+    }
+    static int doubles(BixStream *stream, int n, double r[], double a, double b) {
+        return generate_doubles(kTable, stream, n, r, a, b);
+    }
+    static int floats(BixStream *stream, int n, float r[], float a, float b) {
+        return generate_floats(kTable, stream, n, r, a, b);
     }
 };
 
