@@ -34,8 +34,7 @@
 #include <cstring>
 
 #include "frame/simd.h"
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 #include "uniform.h"
 
 namespace korb::rng {
@@ -359,48 +358,40 @@ void certify_period(State *st) {
     }
 }
 
+// Seeding by a key array (none: the key {1}) and skip-ahead in 128-bit words.
+struct Sfmt19937 {
+    static constexpr int kId = BIX_BRNG_SFMT19937;
+
+    static int seed(BixStream *stream, Seeds seeds) {
+        State *st = state_of<State>(stream);
+        const uint32_t one = 1;
+        if (seeds.count() == 0) {
+            seed_by_key(st, &one, 1);
+        } else {
+            seed_by_key(st, seeds.words(), seeds.count());
+        }
+        certify_period(st);
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        korb::rng::skip_ahead(state_of<State>(stream), nskip);
+        return BIX_ERROR_OK;
+    }
+};
+
 }  // namespace
 
-const BrngProperties sfmt19937_row = {2536,
-                                      625,
-                                      1,
-                                      16,
-                                      128,
-                                      __bixBRngSFMT19937InitStream,
-                                      __bixsBRngSFMT19937,
-                                      __bixdBRngSFMT19937,
-                                      __bixiBRngSFMT19937};
+constexpr RowLayout layout_SFMT19937 = {
+    .stateSize = 2536, .stateWords = 625, .includesZero = 1, .nBits = 128};
 
 }  // namespace korb::rng
+
+KORB_BRNG_INIT_STREAM(SFMT19937, korb::rng::Sfmt19937)
 
 using korb::rng::State;
 
 extern "C" {
-
-int __bixBRngSFMT19937InitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            State *st = state_of<State>(stream);
-            const uint32_t one = 1;
-            if (n <= 0 || params == nullptr) {
-                seed_by_key(st, &one, 1);
-            } else {
-                seed_by_key(st, params, n);
-            }
-            certify_period(st);
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            skip_ahead(state_of<State>(stream), params[0] | static_cast<uint64_t>(params[1]) << 32);
-            return BIX_ERROR_OK;
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
 
 int __bixiBRngSFMT19937(BixStream *stream, int n, uint32_t r[]) {
     if (n <= 0) return BIX_ERROR_OK;

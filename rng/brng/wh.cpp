@@ -14,8 +14,7 @@
 #include <emmintrin.h>
 
 #include "frame/simd.h"
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 #include "uniform.h"
 #include "wh.h"
 
@@ -201,60 +200,66 @@ int fill(BixStream *stream, int n, Args... args) {
     return BIX_ERROR_OK;
 }
 
+// Seeding, leapfrog and skip-ahead of the stream's member.
+struct Wh {
+    static constexpr int kId = BIX_BRNG_WH;
+
+    static int admit(BixStream *stream) {
+        return member_of(stream) != nullptr ? BIX_ERROR_OK : BIX_ERROR_INVALID_BRNG;
+    }
+
+    static int seed(BixStream *stream, Seeds seeds) {
+        const wh::Member *p = member_of(stream);
+        State *st = state_of<State>(stream);
+        for (int c = 0; c < kComponents; ++c) {
+            const uint32_t x = c < seeds.count() ? seeds[c] % p->c[c].m : 1;
+            st->x[c] = x == 0 ? 1 : x;
+            st->a[c] = p->c[c].a;
+        }
+        return BIX_ERROR_OK;
+    }
+
+    // Outputs are a^(j+1) x for j = 0, 1, ...; output k + n j must come out as the (j+1)-th
+    // power of a^n applied to the new x, so x <- a^(k + 1 - n) x, the exponent taken modulo
+    // m - 1 (the order of every non-zero residue divides it).
+    static int leapfrog(BixStream *stream, uint32_t k, int n) {
+        const wh::Member *p = member_of(stream);
+        State *st = state_of<State>(stream);
+        for (int c = 0; c < kComponents; ++c) {
+            const uint64_t order = p->c[c].m - 1;
+            const uint64_t back = static_cast<uint64_t>(n) % order;
+            const uint64_t e = (static_cast<uint64_t>(k) + 1 + order - back) % order;
+            const uint32_t m = p->c[c].m;
+            st->x[c] = static_cast<uint32_t>(static_cast<uint64_t>(pow_mod(st->a[c], e, m)) *
+                                             st->x[c] % m);
+            st->a[c] = pow_mod(st->a[c], static_cast<uint64_t>(n), m);
+        }
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        const wh::Member *p = member_of(stream);
+        State *st = state_of<State>(stream);
+        for (int c = 0; c < kComponents; ++c) {
+            const uint32_t m = p->c[c].m;
+            st->x[c] = static_cast<uint32_t>(
+                static_cast<uint64_t>(pow_mod(st->a[c], nskip % (m - 1), m)) * st->x[c] % m);
+        }
+        return BIX_ERROR_OK;
+    }
+};
+
 }  // namespace
 
-const BrngProperties wh_row = {
-    48, 4, 1, 16, 24, __bixBRngWHInitStream, __bixsBRngWH, __bixdBRngWH, __bixiBRngWH};
+constexpr RowLayout layout_WH = {.stateSize = 48, .stateWords = 4, .includesZero = 1, .nBits = 24};
 
 }  // namespace korb::rng
+
+KORB_BRNG_INIT_STREAM(WH, korb::rng::Wh)
 
 using korb::rng::State;
 
 extern "C" {
-
-int __bixBRngWHInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    const wh::Member *p = member_of(stream);
-    if (p == nullptr) return BIX_ERROR_INVALID_BRNG;
-    State *st = state_of<State>(stream);
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD:
-            for (int c = 0; c < kComponents; ++c) {
-                const uint32_t x = c < n && params != nullptr ? params[c] % p->c[c].m : 1;
-                st->x[c] = x == 0 ? 1 : x;
-                st->a[c] = p->c[c].a;
-            }
-            return BIX_ERROR_OK;
-        case BIX_INIT_METHOD_LEAPFROG: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            // Outputs are a^(j+1) x for j = 0, 1, ...; output k + n j must come out as the
-            // (j+1)-th power of a^n applied to the new x, so x <- a^(k + 1 - n) x, the exponent
-            // taken modulo m - 1 (the order of every non-zero residue divides it).
-            for (int c = 0; c < kComponents; ++c) {
-                const uint64_t order = p->c[c].m - 1;
-                const uint64_t back = static_cast<uint64_t>(n) % order;
-                const uint64_t e = (static_cast<uint64_t>(params[0]) + 1 + order - back) % order;
-                const uint32_t m = p->c[c].m;
-                st->x[c] = static_cast<uint32_t>(static_cast<uint64_t>(pow_mod(st->a[c], e, m)) *
-                                                 st->x[c] % m);
-                st->a[c] = pow_mod(st->a[c], static_cast<uint64_t>(n), m);
-            }
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_SKIPAHEAD: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            const uint64_t nskip = params[0] | static_cast<uint64_t>(params[1]) << 32;
-            for (int c = 0; c < kComponents; ++c) {
-                const uint32_t m = p->c[c].m;
-                st->x[c] = static_cast<uint32_t>(
-                    static_cast<uint64_t>(pow_mod(st->a[c], nskip % (m - 1), m)) * st->x[c] % m);
-            }
-            return BIX_ERROR_OK;
-        }
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
 
 int __bixiBRngWH(BixStream *stream, int n, uint32_t r[]) {
     return korb::rng::fill<korb::rng::IntSink>(stream, n, r);
