@@ -41,6 +41,7 @@ using simd::Bits;
 using simd::Vec;
 
 constexpr std::uint64_t kSmallestNormalBits = 0x0010000000000000;
+constexpr std::uint64_t kQuietBit = 0x0008000000000000;
 constexpr double kSplitter = 134217729.0;  // 2^27 + 1
 
 // |z| below this keeps a double result normal (the vector path's scaling needs that).
@@ -204,7 +205,14 @@ double powx_element(double a, const Exponent &e, int &status) {
     status = ARQ_STATUS_OK;
     const double b = e.b;
     if (b == 0.0 || a == 1.0) return 1.0;
-    if (std::isnan(a) || std::isnan(b)) return a + b;
+    if (std::isnan(a) || std::isnan(b)) {
+        // a's NaN when a is one, else b's, made quiet: the processor's choice for a + b, but
+        // fixed here, where the compiler may swap the operands of an addition. The addition
+        // itself raises invalid for a signalling NaN.
+        volatile double raise = a + b;
+        (void)raise;
+        return double_from(bits_of(std::isnan(a) ? a : b) | kQuietBit);
+    }
     const std::uint64_t a_bits = bits_of(a);
     const double abs_a = double_from(a_bits & kAbsMask);
     const std::uint64_t sign = e.odd ? (a_bits & kSignBit) : 0;
