@@ -22,7 +22,8 @@
 //     and K::Compute double; the driver widens each vector of floats into two of doubles, and
 //     narrows the results (one rounding, as the element path's conversion).
 //
-// The kernel is a struct of static members:
+// The kernel is a struct of static members (deriving from Shape<Element, Compute, constants,
+// kVectors>, below, gives all but kName when the context is a set of vector constants):
 //
 //   using Element = double;                 // the arrays' type, double or float
 //   using Compute = double;                 // the lanes' type: Element, or double
@@ -268,42 +269,59 @@ template <class K, class C>
     call.elements(i, n);
 }
 
+// One call of kernel K of kind kKind: the frame, the context, the blocks.
+template <class K, Kind kKind, class... ContextArgs>
+void run(int n, const typename K::Element *a, const typename K::Element *b,
+         typename K::Element b_scalar, typename K::Element *r1, typename K::Element *r2,
+         ContextArgs... args) {
+    if (n <= 0) return;
+    KernelFrame frame;
+    const auto &c = K::context(args...);
+    run_blocks<K>(n, Call<K, kKind>{a, b, b_scalar, r1, r2, c});
+}
+
 }  // namespace driver
 
 template <class K>
 void run_one(int n, const typename K::Element *a, typename K::Element *r) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const auto &c = K::context();
-    driver::run_blocks<K>(n, driver::Call<K, driver::Kind::one>{a, nullptr, {}, r, r, c});
+    driver::run<K, driver::Kind::one>(n, a, nullptr, 0, r, r);
 }
 
 template <class K>
 void run_two(int n, const typename K::Element *a, const typename K::Element *b,
              typename K::Element *r) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const auto &c = K::context();
-    driver::run_blocks<K>(n, driver::Call<K, driver::Kind::two>{a, b, {}, r, r, c});
+    driver::run<K, driver::Kind::two>(n, a, b, 0, r, r);
 }
 
 template <class K>
 void run_scalar(int n, const typename K::Element *a, typename K::Element b,
                 typename K::Element *r) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const auto &c = K::context(b);
-    driver::run_blocks<K>(n, driver::Call<K, driver::Kind::scalar>{a, nullptr, b, r, r, c});
+    driver::run<K, driver::Kind::scalar>(n, a, nullptr, b, r, r, b);
 }
 
 template <class K>
 void run_pair(int n, const typename K::Element *a, typename K::Element *r1,
               typename K::Element *r2) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const auto &c = K::context();
-    driver::run_blocks<K>(n, driver::Call<K, driver::Kind::pair>{a, nullptr, {}, r1, r2, c});
+    driver::run<K, driver::Kind::pair>(n, a, nullptr, 0, r1, r2);
 }
+
+// The members most kernels share: the types, the block size, and a context that is a set of
+// vector constants read through simd::opaque (so that they stay memory operands). A kernel
+// derives from it and adds kName, element, unusual and lanes:
+//
+//   struct Exp : Shape<double, double, kVector, 4> { ... };
+template <class E, class C, const auto &kConstants, int kBlockVectors>
+struct Shape {
+    using Element = E;
+    using Compute = C;
+    using Context = std::remove_cvref_t<decltype(kConstants)>;
+    static constexpr int kVectors = kBlockVectors;
+    static const Context &context() { return *simd::opaque(&kConstants); }
+};
+
+// The context of a kernel that needs none.
+struct NoContext {};
+inline constexpr NoContext kNoContext{};
 
 // run_sorted: for a function of several pieces whose lanes would cost too much computing every
 // piece for every lane. Each block of elements is sorted by piece (without branches: with random

@@ -227,14 +227,11 @@ struct ErfInv {
     using Element = T;
     using Compute = double;
     using Group = vecmath::Group;
-    struct Context {};
+    using Context = NoContext;
     static constexpr const char *kName = sizeof(T) == sizeof(double) ? "vdErfInv" : "vsErfInv";
     static constexpr int kPieces = 2;
 
-    static const Context &context() {
-        static constexpr Context kNone{};
-        return kNone;
-    }
+    static const Context &context() { return kNoContext; }
 
     static T element(T x, const Context &, int &status) {
         return static_cast<T>(

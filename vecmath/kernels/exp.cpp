@@ -77,14 +77,8 @@ double scale(std::uint64_t t_bits, std::uint64_t bias) {
     return double_from(((t_bits + bias) << 46) & kExponentField);
 }
 
-struct Exp {
-    using Element = double;
-    using Compute = double;
-    using Context = Constants<Vec<double>>;
+struct Exp : Shape<double, double, kVector, 4> {
     static constexpr const char *kName = "vdExp";
-    static constexpr int kVectors = 4;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static double element(double x, const Context &, int &status) {
         const std::uint64_t b = bits_of(x);

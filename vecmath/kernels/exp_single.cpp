@@ -98,14 +98,8 @@ float power_of_two(std::int32_t e) {
     return float_from(static_cast<std::uint32_t>(e + 127) << 23);
 }
 
-struct Exp {
-    using Element = float;
-    using Compute = float;
-    using Context = Constants<Vec<float>>;
+struct Exp : Shape<float, float, kVector, 8> {
     static constexpr const char *kName = "vsExp";
-    static constexpr int kVectors = 8;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static float element(float x, const Context &, int &status) {
         const std::uint32_t b = bits_of(x);

@@ -133,14 +133,8 @@ double ln_element(double x, int &status) {
     return ln_value(x * kTwo52, kD52);  // positive subnormal
 }
 
-struct Ln {
-    using Element = double;
-    using Compute = double;
-    using Context = Constants<Vec<double>>;
+struct Ln : Shape<double, double, kVector, 4> {
     static constexpr const char *kName = "vdLn";
-    static constexpr int kVectors = 4;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static double element(double x, const Context &, int &status) { return ln_element(x, status); }
 

@@ -120,14 +120,8 @@ float ln_element(float x, int &status) {
     return ln_value<float>(static_cast<std::int32_t>(bits_of(scaled)), 23, kScalar);
 }
 
-struct Ln {
-    using Element = float;
-    using Compute = float;
-    using Context = Constants<Vec<float>>;
+struct Ln : Shape<float, float, kVector, 8> {
     static constexpr const char *kName = "vsLn";
-    static constexpr int kVectors = 8;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static float element(float x, const Context &, int &status) { return ln_element(x, status); }
 

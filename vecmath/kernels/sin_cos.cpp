@@ -302,14 +302,8 @@ bool outside_short(double x) {
 }
 
 template <Func F, const char *kFunction>
-struct Trig {
-    using Element = double;
-    using Compute = double;
-    using Context = Constants<Vec<double>>;
+struct Trig : Shape<double, double, kVector, 2> {
     static constexpr const char *kName = kFunction;
-    static constexpr int kVectors = 2;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static double element(double x, const Context &, int &status) {
         double result;
@@ -326,14 +320,8 @@ struct Trig {
     }
 };
 
-struct SinCos {
-    using Element = double;
-    using Compute = double;
-    using Context = Constants<Vec<double>>;
+struct SinCos : Shape<double, double, kVector, 2> {
     static constexpr const char *kName = "vdSinCos";
-    static constexpr int kVectors = 2;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static double element(double x, const Context &, double &cos_x, int &status) {
         double result;

@@ -153,14 +153,8 @@ bool outside_short(float x) {
 }
 
 template <Func F, const char *kFunction>
-struct Trig {
-    using Element = float;
-    using Compute = double;
-    using Context = Constants<Vec<double>>;
+struct Trig : Shape<float, double, kVector, 1> {
     static constexpr const char *kName = kFunction;
-    static constexpr int kVectors = 1;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static float element(float x, const Context &, int &status) {
         float result;
@@ -175,14 +169,8 @@ struct Trig {
     }
 };
 
-struct SinCos {
-    using Element = float;
-    using Compute = double;
-    using Context = Constants<Vec<double>>;
+struct SinCos : Shape<float, double, kVector, 1> {
     static constexpr const char *kName = "vsSinCos";
-    static constexpr int kVectors = 1;
-
-    static const Context &context() { return *simd::opaque(&kVector); }
 
     static float element(float x, const Context &, float &cos_x, int &status) {
         float result;

@@ -27,15 +27,12 @@ template <class T, const char *kFunction>
 struct Sqrt {
     using Element = T;
     using Compute = T;
+    using Context = NoContext;
     using V = simd::Vec<T>;
-    struct Context {};
     static constexpr const char *kName = kFunction;
     static constexpr int kVectors = 4;
 
-    static const Context &context() {
-        static constexpr Context kNone{};
-        return kNone;
-    }
+    static const Context &context() { return kNoContext; }
 
     static T element(T x, const Context &, int &status) {
         status = ARQ_STATUS_OK;
