@@ -95,6 +95,16 @@ namespace driver {
 
 enum class Kind { one, two, scalar, pair };
 
+// Whether a kernel's unusual test takes a vector (else it takes one element).
+template <class K, class V, class C>
+concept ScreensVectors = requires(V v, const C &c) {
+    K::unusual(v, c);
+};
+template <class K, class V, class C>
+concept ScreensVectorPairs = requires(V v, const C &c) {
+    K::unusual(v, v, c);
+};
+
 // One call of kernel K of kind kKind: its arrays, and the operations on a vector's worth of
 // elements (a unit) the block loop is made of.
 template <class K, Kind kKind>
@@ -106,150 +116,140 @@ struct Call {
     using Context = typename K::Context;
     static constexpr int kUnit = simd::kCount<In>;
     static constexpr bool kWidened = !std::is_same_v<T, typename K::Compute>;
-    static constexpr bool kVectorScreen = kKind == Kind::two ? requires(In v, const Context &c) {
-        K::unusual(v, v, c);
+    static constexpr bool kVectorScreen =
+        kKind == Kind::two ? ScreensVectorPairs<K, In, Context> : ScreensVectors<K, In, Context>;
+
+    const T *a;
+    const T *b;  // two: the second arguments
+    T b_scalar;  // scalar: the second argument
+    T *r1, *r2;  // r2: pair only
+    const Context &c;
+
+    // The element path over [begin, end).
+    void elements(int begin, int end) const {
+        for (int i = begin; i < end; ++i) {
+            const T x = a[i];
+            int status;
+            if constexpr (kKind == Kind::pair) {
+                T second;
+                const T first = K::element(x, c, second, status);
+                r1[i] = first;
+                r2[i] = second;
+                if (status != ARQ_STATUS_OK) report(status, i, a, a, r1, r2, K::kName, x, x);
+            } else if constexpr (kKind == Kind::two) {
+                const T y = b[i];
+                r1[i] = K::element(x, y, c, status);
+                if (status != ARQ_STATUS_OK) report(status, i, a, b, r1, r1, K::kName, x, y);
+            } else {
+                r1[i] = K::element(x, c, status);
+                if (status != ARQ_STATUS_OK) {
+                    report(status, i, a, a, r1, r1, K::kName, x,
+                           kKind == Kind::scalar ? b_scalar : x);
+                }
+            }
+        }
     }
-                           : requires(In v, const Context &c) { K::unusual(v, c); };
 
-                           const T *a;
-                           const T *b;  // two: the second arguments
-                           T b_scalar;  // scalar: the second argument
-                           T *r1, *r2;  // r2: pair only
-                           const Context &c;
-
-                           // The element path over [begin, end).
-                           void elements(int begin, int end) const {
-                               for (int i = begin; i < end; ++i) {
-                                   const T x = a[i];
-                                   int status;
-                                   if constexpr (kKind == Kind::pair) {
-                                       T second;
-                                       const T first = K::element(x, c, second, status);
-                                       r1[i] = first;
-                                       r2[i] = second;
-                                       if (status != ARQ_STATUS_OK)
-                                           report(status, i, a, a, r1, r2, K::kName, x, x);
-                                   } else if constexpr (kKind == Kind::two) {
-                                       const T y = b[i];
-                                       r1[i] = K::element(x, y, c, status);
-                                       if (status != ARQ_STATUS_OK)
-                                           report(status, i, a, b, r1, r1, K::kName, x, y);
-                                   } else {
-                                       r1[i] = K::element(x, c, status);
-                                       if (status != ARQ_STATUS_OK) {
-                                           report(status, i, a, a, r1, r1, K::kName, x,
-                                                  kKind == Kind::scalar ? b_scalar : x);
-                                       }
-                                   }
-                               }
-                           }
-
-                           // True when one of the kCount elements from i (a whole number of units)
-                           // is unusual.
-                           template <int kCount>
-                           [[gnu::always_inline]] bool screen(int i) const {
-                               if constexpr (kVectorScreen) {
-                                   simd::Bits<In> m{};
+    // True when one of the kCount elements from i (a whole number of units)
+    // is unusual.
+    template <int kCount>
+    [[gnu::always_inline]] bool screen(int i) const {
+        if constexpr (kVectorScreen) {
+            simd::Bits<In> m{};
 #pragma GCC unroll 16
-                                   for (int u = 0; u < kCount; u += kUnit) {
-                                       if constexpr (kKind == Kind::two) {
-                                           m |= K::unusual(simd::load<In>(a + i + u),
-                                                           simd::load<In>(b + i + u), c);
-                                       } else {
-                                           m |= K::unusual(simd::load<In>(a + i + u), c);
-                                       }
-                                   }
-                                   return simd::any(m);
-                               } else {
-                                   bool unusual = false;
+            for (int u = 0; u < kCount; u += kUnit) {
+                if constexpr (kKind == Kind::two) {
+                    m |= K::unusual(simd::load<In>(a + i + u), simd::load<In>(b + i + u), c);
+                } else {
+                    m |= K::unusual(simd::load<In>(a + i + u), c);
+                }
+            }
+            return simd::any(m);
+        } else {
+            bool unusual = false;
 #pragma GCC unroll 64
-                                   for (int e = 0; e < kCount; ++e) {
-                                       if constexpr (kKind == Kind::two) {
-                                           unusual |= K::unusual(a[i + e], b[i + e], c);
-                                       } else {
-                                           unusual |= K::unusual(a[i + e], c);
-                                       }
-                                   }
-                                   return unusual;
-                               }
-                           }
+            for (int e = 0; e < kCount; ++e) {
+                if constexpr (kKind == Kind::two) {
+                    unusual |= K::unusual(a[i + e], b[i + e], c);
+                } else {
+                    unusual |= K::unusual(a[i + e], c);
+                }
+            }
+            return unusual;
+        }
+    }
 
-                           // The lanes function on one vector of the lanes' type; refused is set
-                           // when a lane was.
-                           template <class... Args>
-                           [[gnu::always_inline]] static auto lanes(bool &refused, Args... args) {
-                               if constexpr (requires(simd::Bits<L> & m) {
-                                                 K::lanes(args..., m);
-                                             }) {
-                                   simd::Bits<L> m{};
-                                   const auto y = K::lanes(args..., m);
-                                   refused |= simd::any(m);
-                                   return y;
-                               } else {
-                                   return K::lanes(args...);
-                               }
-                           }
+    // The lanes function on one vector of the lanes' type; refused is set when a lane was.
+    template <class... Args>
+    [[gnu::always_inline]] static auto lanes(bool &refused, Args... args) {
+        if constexpr (requires(simd::Bits<L> & m) { K::lanes(args..., m); }) {
+            simd::Bits<L> m{};
+            const auto y = K::lanes(args..., m);
+            refused |= simd::any(m);
+            return y;
+        } else {
+            return K::lanes(args...);
+        }
+    }
 
-                           // The lanes' results for the unit at i.
-                           [[gnu::always_inline]] Out compute(int i, bool &refused) const {
-                               const In x = simd::load<In>(a + i);
-                               if constexpr (!kWidened) {
-                                   if constexpr (kKind == Kind::two) {
-                                       return lanes(refused, x, simd::load<In>(b + i), c);
-                                   } else {
-                                       return lanes(refused, x, a + i, c);
-                                   }
-                               } else {
-                                   constexpr int kHalf = kUnit / 2;
-                                   L lo, hi;
-                                   simd::widen(x, lo, hi);
-                                   if constexpr (kKind == Kind::two) {
-                                       L y_lo, y_hi;
-                                       simd::widen(simd::load<In>(b + i), y_lo, y_hi);
-                                       return simd::narrow(lanes(refused, lo, y_lo, c),
-                                                           lanes(refused, hi, y_hi, c));
-                                   } else if constexpr (kKind == Kind::pair) {
-                                       const Two<L> p = lanes(refused, lo, a + i, c);
-                                       const Two<L> q = lanes(refused, hi, a + i + kHalf, c);
-                                       return {simd::narrow(p.first, q.first),
-                                               simd::narrow(p.second, q.second)};
-                                   } else {
-                                       return simd::narrow(lanes(refused, lo, a + i, c),
-                                                           lanes(refused, hi, a + i + kHalf, c));
-                                   }
-                               }
-                           }
+    // The lanes' results for the unit at i.
+    [[gnu::always_inline]] Out compute(int i, bool &refused) const {
+        const In x = simd::load<In>(a + i);
+        if constexpr (!kWidened) {
+            if constexpr (kKind == Kind::two) {
+                return lanes(refused, x, simd::load<In>(b + i), c);
+            } else {
+                return lanes(refused, x, a + i, c);
+            }
+        } else {
+            constexpr int kHalf = kUnit / 2;
+            L lo, hi;
+            simd::widen(x, lo, hi);
+            if constexpr (kKind == Kind::two) {
+                L y_lo, y_hi;
+                simd::widen(simd::load<In>(b + i), y_lo, y_hi);
+                return simd::narrow(lanes(refused, lo, y_lo, c), lanes(refused, hi, y_hi, c));
+            } else if constexpr (kKind == Kind::pair) {
+                const Two<L> p = lanes(refused, lo, a + i, c);
+                const Two<L> q = lanes(refused, hi, a + i + kHalf, c);
+                return {simd::narrow(p.first, q.first), simd::narrow(p.second, q.second)};
+            } else {
+                return simd::narrow(lanes(refused, lo, a + i, c),
+                                    lanes(refused, hi, a + i + kHalf, c));
+            }
+        }
+    }
 
-                           [[gnu::always_inline]] void store(int i, const Out &y) const {
-                               if constexpr (kKind == Kind::pair) {
-                                   simd::store(r1 + i, y.first);
-                                   simd::store(r2 + i, y.second);
-                               } else {
-                                   simd::store(r1 + i, y);
-                               }
-                           }
+    [[gnu::always_inline]] void store(int i, const Out &y) const {
+        if constexpr (kKind == Kind::pair) {
+            simd::store(r1 + i, y.first);
+            simd::store(r2 + i, y.second);
+        } else {
+            simd::store(r1 + i, y);
+        }
+    }
 
-                           // The unit at i through the lanes, or element by element when a lane was
-                           // refused. Each unit's lanes read only its own elements, so its results
-                           // may be stored at once, also in place.
-                           [[gnu::always_inline]] void lanes_or_elements(int i) const {
-                               bool refused = false;
-                               const Out y = compute(i, refused);
-                               if (!refused) {
-                                   store(i, y);
-                               } else {
-                                   elements(i, i + kUnit);
-                               }
-                           }
+    // The unit at i through the lanes, or element by element when a lane was
+    // refused. Each unit's lanes read only its own elements, so its results
+    // may be stored at once, also in place.
+    [[gnu::always_inline]] void lanes_or_elements(int i) const {
+        bool refused = false;
+        const Out y = compute(i, refused);
+        if (!refused) {
+            store(i, y);
+        } else {
+            elements(i, i + kUnit);
+        }
+    }
 
-                           // One unit decided on its own: through the lanes, or element by element.
-                           void unit(int i) const {
-                               if (screen<kUnit>(i)) {
-                                   elements(i, i + kUnit);
-                               } else {
-                                   lanes_or_elements(i);
-                               }
-                           }
+    // One unit decided on its own: through the lanes, or element by element.
+    void unit(int i) const {
+        if (screen<kUnit>(i)) {
+            elements(i, i + kUnit);
+        } else {
+            lanes_or_elements(i);
+        }
+    }
 };
 
 template <class K, class C>
