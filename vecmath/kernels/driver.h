@@ -150,8 +150,7 @@ struct Call {
         }
     }
 
-    // True when one of the kCount elements from i (a whole number of units)
-    // is unusual.
+    // True when one of the kCount elements from i (a whole number of units) is unusual.
     template <int kCount>
     [[gnu::always_inline]] bool screen(int i) const {
         if constexpr (kVectorScreen) {
@@ -229,9 +228,9 @@ struct Call {
         }
     }
 
-    // The unit at i through the lanes, or element by element when a lane was
-    // refused. Each unit's lanes read only its own elements, so its results
-    // may be stored at once, also in place.
+    // The unit at i through the lanes, or element by element when a lane was refused. Each
+    // unit's lanes read only its own elements, so its results may be stored at once, also in
+    // place.
     [[gnu::always_inline]] void lanes_or_elements(int i) const {
         bool refused = false;
         const Out y = compute(i, refused);
