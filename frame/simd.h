@@ -192,6 +192,31 @@ KORB_SIMD_NATIVE(int32_t);
 template <class T>
 using Vec = typename Native<T>::type;
 
+// Loads and stores of a native vector at a pointer to its own element type, at any alignment.
+// They are typed accesses, unlike a memcpy: the compiler knows they touch elements of that type
+// only, and keeps pointers and other state in registers across them.
+template <class T>
+struct Unaligned;
+#define KORB_SIMD_UNALIGNED(T)                                                          \
+    template <>                                                                         \
+    struct Unaligned<T> {                                                               \
+        typedef T type __attribute__((vector_size(kNativeBytes), aligned(alignof(T)))); \
+    }
+KORB_SIMD_UNALIGNED(double);
+KORB_SIMD_UNALIGNED(float);
+KORB_SIMD_UNALIGNED(uint64_t);
+KORB_SIMD_UNALIGNED(uint32_t);
+#undef KORB_SIMD_UNALIGNED
+
+template <class T>
+[[gnu::always_inline]] inline Vec<T> load_lanes(const T *p) {
+    return *reinterpret_cast<const typename Unaligned<T>::type *>(p);
+}
+template <class T>
+[[gnu::always_inline]] inline void store_lanes(T *p, Vec<T> v) {
+    *reinterpret_cast<typename Unaligned<T>::type *>(p) = v;
+}
+
 // Vectors of kRegisters native vectors, computed register by register side by side: a long
 // dependency chain on them hides its latency.
 template <class T, int kRegisters>

@@ -38,9 +38,8 @@ struct Product {
         return x * y + 1.0;
     }
     static bool unusual(double, double y, const Context &) { return y < 0.0; }
-    static Vec<double> lanes(Vec<double> x, Vec<double> y, const Context &,
-                             Bits<Vec<double>> &refused) {
-        refused = korb::simd::mask<Vec<double>>(x * y > 1000.0);
+    static Vec<double> lanes(Vec<double> x, Vec<double> y, const Context &, bool &refused) {
+        refused = korb::simd::any(korb::simd::mask<Vec<double>>(x * y > 1000.0));
         return x * y + 2.0;
     }
 };

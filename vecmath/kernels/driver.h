@@ -50,16 +50,18 @@
 //   static Two<V> lanes(V x, const Element *src, const Context &);  pair
 //     src points at the lanes' own elements of the argument array (a kernel may read its
 //     table indices from there in integer registers); a lanes function may take a last
-//     parameter simd::Bits<V> &refused, and set lanes there that it cannot finish (a test on a
-//     value computed on the way, such as a reduced argument too small to trust).
+//     parameter bool &refused, and set it when a lane cannot be finished (a test on a value
+//     computed on the way, such as a reduced argument too small to trust): the vector is then
+//     done element by element. It is false on entry.
 //
 // What the driver does: it sets the control register for the call (KernelFrame) and screens
 // blocks of kVectors vectors with the unusual test. A block that passes goes through the lanes
 // function vector by vector; in a block that does not, each vector is screened on its own. A
 // vector with an unusual lane, or one its lanes function refused, is done element by element.
 // Whole vectors after the last block are screened one by one, the last elements that fill no
-// vector take the element path. A vector's lanes read only its own elements, and are computed
-// before its results are stored, so every kind may run in place. The element path reports each
+// vector take the element path. A block's lanes are all computed before its results are stored
+// (their dependency chains interleave), and a vector's lanes read only its own elements, so every
+// kind may run in place. The element path reports each
 // special element, after writing its result, through the error dispatcher with the arguments as
 // read before; nothing else writes a status.
 #pragma once
@@ -158,9 +160,9 @@ struct Call {
 #pragma GCC unroll 16
             for (int u = 0; u < kCount; u += kUnit) {
                 if constexpr (kKind == Kind::two) {
-                    m |= K::unusual(simd::load<In>(a + i + u), simd::load<In>(b + i + u), c);
+                    m |= K::unusual(simd::load_lanes(a + i + u), simd::load_lanes(b + i + u), c);
                 } else {
-                    m |= K::unusual(simd::load<In>(a + i + u), c);
+                    m |= K::unusual(simd::load_lanes(a + i + u), c);
                 }
             }
             return simd::any(m);
@@ -180,11 +182,11 @@ struct Call {
 
     // The lanes function on one vector of the lanes' type; refused is set when a lane was.
     template <class... Args>
-    [[gnu::always_inline]] static auto lanes(bool &refused, Args... args) {
-        if constexpr (requires(simd::Bits<L> & m) { K::lanes(args..., m); }) {
-            simd::Bits<L> m{};
-            const auto y = K::lanes(args..., m);
-            refused |= simd::any(m);
+    [[gnu::always_inline]] static auto lanes(bool &refused, const Args &...args) {
+        if constexpr (requires(bool &r) { K::lanes(args..., r); }) {
+            bool r = false;
+            const auto y = K::lanes(args..., r);
+            refused |= r;
             return y;
         } else {
             return K::lanes(args...);
@@ -193,10 +195,10 @@ struct Call {
 
     // The lanes' results for the unit at i.
     [[gnu::always_inline]] Out compute(int i, bool &refused) const {
-        const In x = simd::load<In>(a + i);
+        const In x = simd::load_lanes(a + i);
         if constexpr (!kWidened) {
             if constexpr (kKind == Kind::two) {
-                return lanes(refused, x, simd::load<In>(b + i), c);
+                return lanes(refused, x, simd::load_lanes(b + i), c);
             } else {
                 return lanes(refused, x, a + i, c);
             }
@@ -206,7 +208,7 @@ struct Call {
             simd::widen(x, lo, hi);
             if constexpr (kKind == Kind::two) {
                 L y_lo, y_hi;
-                simd::widen(simd::load<In>(b + i), y_lo, y_hi);
+                simd::widen(simd::load_lanes(b + i), y_lo, y_hi);
                 return simd::narrow(lanes(refused, lo, y_lo, c), lanes(refused, hi, y_hi, c));
             } else if constexpr (kKind == Kind::pair) {
                 const Two<L> p = lanes(refused, lo, a + i, c);
@@ -221,10 +223,10 @@ struct Call {
 
     [[gnu::always_inline]] void store(int i, const Out &y) const {
         if constexpr (kKind == Kind::pair) {
-            simd::store(r1 + i, y.first);
-            simd::store(r2 + i, y.second);
+            simd::store_lanes(r1 + i, y.first);
+            simd::store_lanes(r2 + i, y.second);
         } else {
-            simd::store(r1 + i, y);
+            simd::store_lanes(r1 + i, y);
         }
     }
 
@@ -260,8 +262,26 @@ template <class K, class C>
         if (call.template screen<kBlock>(i)) {
             for (int v = 0; v < K::kVectors; ++v) call.unit(i + v * kUnit);
         } else {  // the common case, straight through
+            // The block's lanes are all computed before any result is stored: the vectors'
+            // dependency chains interleave, and the block may run in place.
+            typename C::Out y[K::kVectors];
+            bool refused[K::kVectors] = {};
 #pragma GCC unroll 16
-            for (int v = 0; v < K::kVectors; ++v) call.lanes_or_elements(i + v * kUnit);
+            for (int v = 0; v < K::kVectors; ++v) y[v] = call.compute(i + v * kUnit, refused[v]);
+            bool any_refused = false;
+            for (bool r : refused) any_refused |= r;
+            if (!any_refused) {
+#pragma GCC unroll 16
+                for (int v = 0; v < K::kVectors; ++v) call.store(i + v * kUnit, y[v]);
+            } else {
+                for (int v = 0; v < K::kVectors; ++v) {
+                    if (refused[v]) {
+                        call.elements(i + v * kUnit, i + (v + 1) * kUnit);
+                    } else {
+                        call.store(i + v * kUnit, y[v]);
+                    }
+                }
+            }
         }
     }
     for (; i + kUnit <= n; i += kUnit) call.unit(i);

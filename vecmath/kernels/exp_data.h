@@ -42,7 +42,7 @@ struct Row {
 // where moving the lanes to integer registers would take more of their instructions.
 [[gnu::always_inline]] inline Row<simd::Vec<double>> row(simd::Vec<std::uint64_t> t_bits) {
     alignas(simd::kNativeBytes) std::uint64_t stored[simd::kCount<simd::Vec<double>>];
-    simd::store(stored, t_bits);
+    simd::store_lanes(stored, t_bits);
     const std::uint64_t *j = simd::opaque(stored);
     Row<simd::Vec<double>> r;
     simd::gather_pairs<2>(

@@ -161,7 +161,7 @@ double ln_positive_normal(double x) {
 
 Vec<double> ln_positive_normal(Vec<double> x) {
     alignas(simd::kNativeBytes) double src[simd::kCount<Vec<double>>];
-    simd::store(src, x);
+    simd::store_lanes(src, x);
     return Ln::lanes(x, src, *simd::opaque(&kVector));
 }
 
@@ -174,7 +174,7 @@ double ln_below_half(double x, double &lo) {
 
 Vec<double> ln_below_half(Vec<double> x, Vec<double> &lo) {
     alignas(simd::kNativeBytes) double src[simd::kCount<Vec<double>>];
-    simd::store(src, x);
+    simd::store_lanes(src, x);
     const Parts<Vec<double>> p = lane_parts(x, src, *simd::opaque(&kVector));
     const Vec<double> hi = p.t + p.h;
     lo = (p.h - hi) + p.t;

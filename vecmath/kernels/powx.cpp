@@ -270,15 +270,15 @@ Vec<double> scaled(Vec<double> y, Vec<double> t) {
 
 // The double kernel: |a|^b on lanes of normal non-zero a (at src), with the lanes whose z leaves
 // the range of normal results refused.
-Vec<double> magnitude_lanes(Vec<double> a, const double *src, const Exponent &e,
-                            Bits<Vec<double>> &refused) {
+[[gnu::always_inline]] inline Vec<double> magnitude_lanes(Vec<double> a, const double *src,
+                                                          const Exponent &e, bool &refused) {
     using V = Vec<double>;
     const Bits<V> b = simd::to_bits(a) & kAbsMask;
     const V m = simd::from_bits<V>((b & kMantissa) | kOneBits);
     const V m_hi = simd::from_bits<V>(simd::to_bits(m) & kHighHalf);
     const ln_data::Row<V> row = ln_data::rows(src);
     const Sum<V> z = times_b(ln_sum(ln_data::exponent(b), m, m_hi, row.rcp, row.hi, row.lo), e);
-    refused = simd::mask<V>(simd::abs(z.hi) >= kFastZ);
+    refused = simd::any(simd::mask<V>(simd::abs(z.hi) >= kFastZ));
     const V t = z.hi * kInvL + kShifter;
     const exp_data::Row<V> power = exp_data::row(simd::to_bits(t));
     return scaled(exp_reduced(z, t - kShifter, power.hi, power.lo), t);
@@ -286,10 +286,11 @@ Vec<double> magnitude_lanes(Vec<double> a, const double *src, const Exponent &e,
 
 // The same as magnitude_single() on lanes of normal non-zero a, with the lanes whose z leaves
 // the range of normal float results refused.
-Vec<double> magnitude_single_lanes(Vec<double> a, const Exponent &e, Bits<Vec<double>> &refused) {
+[[gnu::always_inline]] inline Vec<double> magnitude_single_lanes(Vec<double> a, const Exponent &e,
+                                                                 bool &refused) {
     using V = Vec<double>;
     const V z = ln_positive_normal(simd::abs(a)) * e.b;
-    refused = simd::mask<V>(simd::abs(z) >= kFastZSingle);
+    refused = simd::any(simd::mask<V>(simd::abs(z) >= kFastZSingle));
     const V t = z * kInvL + kShifter;
     return scaled(exp_single(z, t - kShifter, exp_data::row(simd::to_bits(t)).hi), t);
 }
@@ -313,52 +314,35 @@ float powx_element_s(float a, const Exponent &e, int &status) {
 
 // ---- The kernels --------------------------------------------------------------------------
 
-// With an exponent that is not ordinary (0, ±Inf, NaN, |b| >= 2^64) every element takes the
-// element path.
+// One kernel per precision; the single one computes in double. With an exponent that is not
+// ordinary (0, ±Inf, NaN, |b| >= 2^64) every element takes the element path.
 template <class T>
-bool unusual_argument(T a, const Exponent &e) {
-    return !e.ordinary || !lane_is_ordinary(a, e);
-}
-
-struct PowxD {
-    using Element = double;
+struct Powx {
+    static constexpr bool kDouble = sizeof(T) == sizeof(double);
+    using Element = T;
     using Compute = double;
     using Context = Exponent;
-    static constexpr const char *kName = "vdPowx";
+    static constexpr const char *kName = kDouble ? "vdPowx" : "vsPowx";
     static constexpr int kVectors = 1;
 
-    static Exponent context(double b) { return classify(b); }
+    static Exponent context(T b) { return classify(b); }
 
-    static double element(double x, const Exponent &e, int &status) {
-        return powx_element<magnitude_element>(x, e, status);
+    static T element(T x, const Exponent &e, int &status) {
+        if constexpr (kDouble) {
+            return powx_element<magnitude_element>(x, e, status);
+        } else {
+            return powx_element_s(x, e, status);
+        }
     }
 
-    static bool unusual(double x, const Exponent &e) { return unusual_argument(x, e); }
+    static bool unusual(T x, const Exponent &e) { return !e.ordinary || !lane_is_ordinary(x, e); }
 
-    static Vec<double> lanes(Vec<double> x, const double *src, const Exponent &e,
-                             Bits<Vec<double>> &refused) {
-        return with_sign(magnitude_lanes(x, src, e, refused), x, e);
-    }
-};
-
-struct PowxS {
-    using Element = float;
-    using Compute = double;
-    using Context = Exponent;
-    static constexpr const char *kName = "vsPowx";
-    static constexpr int kVectors = 1;
-
-    static Exponent context(float b) { return classify(b); }
-
-    static float element(float x, const Exponent &e, int &status) {
-        return powx_element_s(x, e, status);
-    }
-
-    static bool unusual(float x, const Exponent &e) { return unusual_argument(x, e); }
-
-    static Vec<double> lanes(Vec<double> x, const float *, const Exponent &e,
-                             Bits<Vec<double>> &refused) {
-        return with_sign(magnitude_single_lanes(x, e, refused), x, e);
+    static Vec<double> lanes(Vec<double> x, const T *src, const Exponent &e, bool &refused) {
+        if constexpr (kDouble) {
+            return with_sign(magnitude_lanes(x, src, e, refused), x, e);
+        } else {
+            return with_sign(magnitude_single_lanes(x, e, refused), x, e);
+        }
     }
 };
 
@@ -366,12 +350,12 @@ struct PowxS {
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPowx_A(int n, const double *a,
                                                                       double b, double *r) {
-    run_scalar<PowxD>(n, a, b, r);
+    run_scalar<Powx<double>>(n, a, b, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPowx_A(int n, const float *a,
                                                                       float b, float *r) {
-    run_scalar<PowxS>(n, a, b, r);
+    run_scalar<Powx<float>>(n, a, b, r);
 }
 
 }  // namespace korb::vecmath

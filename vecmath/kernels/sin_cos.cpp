@@ -37,6 +37,7 @@ struct Constants {
     V s1, s2, s3, s4, s5, s6;
     V c1, c2, c3, c4, c5, c6;
     V half, one, split, min_reduced, min_quick, quick_limit;
+    Bits<V> magnitude;
 };
 
 template <class V>
@@ -49,17 +50,26 @@ constexpr Constants<V> make_constants() {
         V{} + 0x1.3198a2e037073p-69,  // 53 bits;
         V{} + 0x1.0b4611a626331p-34,  // or in two: 33 bits, then the rest to 53 bits
         // sin r = r + r^3·(s1 + s2·r^2 + ... + s6·r^10) on [-π/4, π/4], relative error 2^-58
-        V{} + -1.66666666666666324348e-01, V{} + 8.33333333332248946124e-03,
-        V{} + -1.98412698298579493134e-04, V{} + 2.75573137070700676789e-06,
-        V{} + -2.50507602534068634195e-08, V{} + 1.58969099521155010221e-10,
+        V{} + -1.66666666666666324348e-01,
+        V{} + 8.33333333332248946124e-03,
+        V{} + -1.98412698298579493134e-04,
+        V{} + 2.75573137070700676789e-06,
+        V{} + -2.50507602534068634195e-08,
+        V{} + 1.58969099521155010221e-10,
         // cos r = 1 - r^2/2 + r^4·(c1 + c2·r^2 + ... + c6·r^10), error 2^-58
-        V{} + 4.16666666666666019037e-02, V{} + -1.38888888888741095749e-03,
-        V{} + 2.48015872894767294178e-05, V{} + -2.75573143513906633035e-07,
-        V{} + 2.08757232129817482790e-09, V{} + -1.13596475577881948265e-11, V{} + 0.5, V{} + 1.0,
+        V{} + 4.16666666666666019037e-02,
+        V{} + -1.38888888888741095749e-03,
+        V{} + 2.48015872894767294178e-05,
+        V{} + -2.75573143513906633035e-07,
+        V{} + 2.08757232129817482790e-09,
+        V{} + -1.13596475577881948265e-11,
+        V{} + 0.5,
+        V{} + 1.0,
         V{} + 134217729.0,  // 2^27 + 1, splits a double into two 26-bit halves
         V{} + 0x1p-41,      // smallest |hi| the short reduction is trusted with
         V{} + 0x1p-17,      // and the quick one
         V{} + 0x1p7,        // largest |x| (excluded) the quick reduction takes
+        Bits<V>{} + ~kSignBit,
     };
 }
 
@@ -281,15 +291,16 @@ bool special(double x, double &result, int &status) {
 // lanes whose reduced argument is too small for both reductions are refused.
 [[gnu::always_inline]] inline Reduced<Vec<double>> reduce_lanes(Vec<double> x,
                                                                 const Constants<Vec<double>> &c,
-                                                                Bits<Vec<double>> &refused) {
+                                                                bool &refused) {
     using V = Vec<double>;
     const Reduced<V> quick = reduce_quick(x, c);
-    const Bits<V> use_quick = simd::mask<V>(simd::abs(x) < c.quick_limit) &
-                              simd::mask<V>(simd::abs(quick.hi) >= c.min_quick);
+    const auto abs = [&c](V v) { return simd::from_bits<V>(simd::to_bits(v) & c.magnitude); };
+    const Bits<V> use_quick =
+        simd::mask<V>(abs(x) < c.quick_limit) & simd::mask<V>(abs(quick.hi) >= c.min_quick);
     if (simd::all(use_quick)) return quick;
     const Reduced<V> other = reduce_short(x, c);
-    const Bits<V> use_short = simd::mask<V>(simd::abs(other.hi) >= c.min_reduced);
-    refused = ~(use_quick | use_short);
+    const Bits<V> use_short = simd::mask<V>(abs(other.hi) >= c.min_reduced);
+    refused = !simd::all(use_quick | use_short);
     return {simd::select(use_quick, quick.hi, other.hi),
             simd::select(use_quick, quick.lo, other.lo),
             (quick.q & use_quick) | (other.q & ~use_quick)};
@@ -302,7 +313,7 @@ bool outside_short(double x) {
 }
 
 template <Func F, const char *kFunction>
-struct Trig : Shape<double, double, kVector, 2> {
+struct Trig : Shape<double, double, kVector, 4> {
     static constexpr const char *kName = kFunction;
 
     static double element(double x, const Context &, int &status) {
@@ -314,8 +325,7 @@ struct Trig : Shape<double, double, kVector, 2> {
 
     static bool unusual(double x, const Context &) { return outside_short(x); }
 
-    static Vec<double> lanes(Vec<double> x, const double *, const Context &c,
-                             Bits<Vec<double>> &refused) {
+    static Vec<double> lanes(Vec<double> x, const double *, const Context &c, bool &refused) {
         return value<F>(reduce_lanes(x, c, refused), c);
     }
 };
@@ -336,8 +346,7 @@ struct SinCos : Shape<double, double, kVector, 2> {
 
     static bool unusual(double x, const Context &) { return outside_short(x); }
 
-    static Two<Vec<double>> lanes(Vec<double> x, const double *, const Context &c,
-                                  Bits<Vec<double>> &refused) {
+    static Two<Vec<double>> lanes(Vec<double> x, const double *, const Context &c, bool &refused) {
         Two<Vec<double>> y;
         sin_cos_value(reduce_lanes(x, c, refused), c, y.first, y.second);
         return y;
