@@ -35,6 +35,8 @@ bench: build
 	./build/bin/korb_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 	/usr/bin/python3 bench/numpy_minmax.py
 	/usr/bin/python3 bench/scipy_sobol.py
+	/usr/bin/python3 bench/numpy_stats.py
+	/usr/bin/python3 bench/scipy_splines.py
 
 # The long accuracy run against MPFR: every float for the single-precision functions, then
 # 10^8 points per double function.

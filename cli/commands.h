@@ -30,4 +30,6 @@ void print_rng_registry();
 
 int cmd_stats(int argc, char **argv);
 
+int cmd_fit(int argc, char **argv);
+
 }  // namespace korb::cli

@@ -118,6 +118,7 @@ constexpr Command kCommands[] = {
     {"info", cmd_info, "library version, processor classes, vector-math mode, generators"},
     {"rng", cmd_rng, "draw numbers from a basic random generator"},
     {"stats", cmd_stats, "summary statistics of a data file (minmax)"},
+    {"fit", cmd_fit, "a spline through the columns of a data file, as its coefficients"},
 };
 
 void print_help() {

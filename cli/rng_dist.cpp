@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "korb/ss.h"
+
 namespace korb::cli {
 namespace {
 
@@ -183,19 +185,45 @@ bool is_param_option(std::string_view option) {
     return false;
 }
 
-// Welford's update, so that a long run of large numbers keeps its variance.
+constexpr size_t kSummaryBlock = 4096;
+
 void Summary::add(double x) {
-    if (count_ == 0) min_ = max_ = x;
+    block_.push_back(x);
     ++count_;
-    const double delta = x - mean_;
-    mean_ += delta / static_cast<double>(count_);
-    m2_ += delta * (x - mean_);
-    if (x < min_) min_ = x;
-    if (x > max_) max_ = x;
+    if (block_.size() == kSummaryBlock) flush();
 }
 
-void Summary::print() const {
-    const double variance = count_ > 1 ? m2_ / static_cast<double>(count_ - 1) : 0.0;
+// The block joins the earlier ones: the basic estimator merges it into the mean, raw moment and
+// variance through the accumulated-weights slot, the min/max estimator lowers and raises.
+void Summary::flush() {
+    if (block_.empty() || status_ != 0) return;
+    const int64_t p = 1, n = static_cast<int64_t>(block_.size());
+    const int64_t storage = BIX_SS_MATRIX_STORAGE_COLS;
+    BixSSTask *task = nullptr;
+    int status = __bixdSSNewTask(&task, &p, &n, &storage, block_.data(), nullptr, nullptr, 1);
+    if (status == BIX_ERROR_OK) {
+        __bixdSSEditMoments(task, &mean_, &raw2_, nullptr, nullptr, &variance_, nullptr, nullptr);
+        __bixdSSEditTask(task, BIX_SS_ID_ACCUM_WEIGHTS, weights_);
+        __bixdSSEditTask(task, BIX_SS_ID_MIN, &min_);
+        __bixdSSEditTask(task, BIX_SS_ID_MAX, &max_);
+        status = _bixdSSBasic(task, BIX_SS_EST_MEAN | BIX_SS_EST_CEN2, BIX_SS_METHOD_ONE_PASS);
+        if (status == BIX_ERROR_OK) {
+            status = _bixdSSMinmax(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, BIX_SS_METHOD_ONE_PASS);
+        }
+        __bixSSDeleteTask(&task);
+    }
+    status_ = status;
+    block_.clear();
+}
+
+void Summary::print() {
+    flush();
+    if (status_ != 0) {
+        std::fprintf(stderr, "korb: rng --stats: summary statistics status %d\n", status_);
+        return;
+    }
+    // One number has no variance (0/0): print the NaN without the sign x86 gives it.
+    const double variance = std::isnan(variance_) ? std::nan("") : variance_;
     std::printf("count %lld\nmean %.17g\nvariance %.17g\nmin %.17g\nmax %.17g\n", count_, mean_,
                 variance, min_, max_);
 }

@@ -5,8 +5,10 @@
 #include <korb/rng.h>
 
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace korb::cli {
 
@@ -45,15 +47,23 @@ const Distribution *find_distribution(std::string_view name);
 // Whether some distribution has a parameter option of this name.
 bool is_param_option(std::string_view option);
 
-// Running count, mean, variance, minimum and maximum of the numbers drawn.
+// Running count, mean, variance, minimum and maximum of the numbers drawn, computed by the
+// library's estimators on blocks of the numbers, merged as portions.
 class Summary {
   public:
     void add(double x);
-    void print() const;
+    void print();
 
   private:
+    void flush();
+
+    std::vector<double> block_;
     long long count_ = 0;
-    double mean_ = 0, m2_ = 0, min_ = 0, max_ = 0;
+    double weights_[2] = {0, 0};  // the accumulated-weights slot
+    double mean_ = 0, raw2_ = 0, variance_ = 0;
+    double min_ = std::numeric_limits<double>::infinity();
+    double max_ = -std::numeric_limits<double>::infinity();
+    int status_ = 0;
 };
 
 }  // namespace korb::cli

@@ -1,9 +1,11 @@
 // korb stats: summary statistics of a data file.
 //
 //   korb stats minmax FILE [--layout rows|cols] [--p P] [--binary]
+//   korb stats basic FILE [--layout rows|cols] [--p P] [--binary] [--method twopass|onepass]
 #include <korb/ss.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,8 +24,11 @@ constexpr NamedStatus kStatuses[] = {
     {BIX_SS_ERROR_BAD_DIMENSION, "BIX_SS_ERROR_BAD_DIMENSION"},
     {BIX_SS_ERROR_BAD_NOBS, "BIX_SS_ERROR_BAD_NOBS"},
     {BIX_SS_ERROR_BAD_STORAGE, "BIX_SS_ERROR_BAD_STORAGE"},
+    {BIX_SS_ERROR_NULL_MEAN, "BIX_SS_ERROR_NULL_MEAN"},
     {BIX_SS_ERROR_NULL_MIN, "BIX_SS_ERROR_NULL_MIN"},
     {BIX_SS_ERROR_NULL_MAX, "BIX_SS_ERROR_NULL_MAX"},
+    {BIX_SS_ERROR_NULL_COV, "BIX_SS_ERROR_NULL_COV"},
+    {BIX_SS_ERROR_NULL_STORAGE, "BIX_SS_ERROR_NULL_STORAGE"},
     {BIX_SS_ERROR_BAD_METHOD, "BIX_SS_ERROR_BAD_METHOD"},
     {BIX_SS_ERROR_NULL_TASK, "BIX_SS_ERROR_NULL_TASK"},
 };
@@ -101,59 +106,82 @@ int read_binary(std::FILE *f, const char *name, Data *d) {
 void print_help() {
     std::puts(
         "usage: korb stats minmax FILE [--layout rows|cols] [--p P] [--binary]\n"
-        "Prints the minimum and maximum of each variable of the data in FILE ('-' for\n"
-        "standard input), one line per variable: its number, minimum, maximum.\n"
+        "       korb stats basic FILE [--layout rows|cols] [--p P] [--binary]\n"
+        "                             [--method twopass|onepass]\n"
+        "minmax prints the minimum and maximum of each variable of the data in FILE ('-'\n"
+        "for standard input), one line per variable: its number, minimum, maximum.\n"
+        "basic prints every basic estimate: the count, then one line per estimate with\n"
+        "its name and one value per variable (mean, raw2 to raw4 the raw moments,\n"
+        "central2 to central4 the central moments, central2 being the variance with\n"
+        "n - 1, skewness, kurtosis (excess), variation, min, max), then the lines\n"
+        "'covariance' and 'correlation', each followed by the rows of its matrix.\n"
+        "--method picks the estimator's method: twopass (the default) or onepass.\n"
         "Text data are whitespace-separated numbers (nan and inf allowed). With --layout\n"
         "cols (the default) each line is one observation of all variables; with rows each\n"
         "line holds all observations of one variable. --p P reads the numbers as one\n"
         "sequence of P variables in that layout instead of by lines. --binary reads raw\n"
-        "native doubles (one variable unless --p says otherwise). NaN observations are\n"
-        "ignored; a variable of only NaNs prints inf and -inf.");
+        "native doubles (one variable unless --p says otherwise). minmax ignores NaN\n"
+        "observations (a variable of only NaNs prints inf and -inf); for basic a NaN\n"
+        "makes its variable's estimates NaN.");
 }
 
-int cmd_minmax(int argc, char **argv) {
+// The data file and the options both actions share; method is set for basic only.
+int load(int argc, char **argv, const char *action, Data *d, int *method) {
     const char *file = nullptr;
-    Data d;
     bool binary = false;
+    const std::string prefix = std::string("stats ") + action + ":";
     for (int i = 0; i < argc; ++i) {
         std::string_view opt = argv[i];
         if (opt == "--binary") {
             binary = true;
-        } else if (opt == "--layout" || opt == "--p") {
-            if (i + 1 >= argc) return usage_error("stats minmax: missing value after", argv[i]);
+        } else if (opt == "--layout" || opt == "--p" || (method != nullptr && opt == "--method")) {
+            if (i + 1 >= argc)
+                return usage_error((prefix + " missing value after").c_str(), argv[i]);
             const char *v = argv[++i];
             if (opt == "--layout") {
                 if (std::strcmp(v, "rows") != 0 && std::strcmp(v, "cols") != 0) {
-                    return usage_error("stats minmax: --layout takes rows or cols, got", v);
+                    return usage_error((prefix + " --layout takes rows or cols, got").c_str(), v);
                 }
-                d.rows = std::strcmp(v, "rows") == 0;
+                d->rows = std::strcmp(v, "rows") == 0;
+            } else if (opt == "--method") {
+                if (std::strcmp(v, "twopass") != 0 && std::strcmp(v, "onepass") != 0) {
+                    return usage_error((prefix + " --method takes twopass or onepass, got").c_str(),
+                                       v);
+                }
+                *method = std::strcmp(v, "twopass") == 0 ? BIX_SS_METHOD_TWO_PASS
+                                                         : BIX_SS_METHOD_ONE_PASS;
             } else {
-                if (!parse_integer(v, 1, std::numeric_limits<int32_t>::max(), &d.p)) {
-                    return usage_error("stats minmax: bad value for --p:", v);
+                if (!parse_integer(v, 1, std::numeric_limits<int32_t>::max(), &d->p)) {
+                    return usage_error((prefix + " bad value for --p:").c_str(), v);
                 }
             }
         } else if (opt.size() > 1 && opt[0] == '-') {
-            return usage_error("stats minmax: unknown option", argv[i]);
+            return usage_error((prefix + " unknown option").c_str(), argv[i]);
         } else if (file != nullptr) {
-            return usage_error("stats minmax: more than one file, got", argv[i]);
+            return usage_error((prefix + " more than one file, got").c_str(), argv[i]);
         } else {
             file = argv[i];
         }
     }
-    if (file == nullptr) return usage_error("stats minmax: missing", "FILE");
+    if (file == nullptr) return usage_error((prefix + " missing").c_str(), "FILE");
 
     const bool stdin_file = std::strcmp(file, "-") == 0;
     std::FILE *f = stdin_file ? stdin : std::fopen(file, binary ? "rb" : "r");
     if (f == nullptr) return file_error(file, std::strerror(errno));
-    const int read = binary ? read_binary(f, file, &d) : read_text(f, file, &d);
+    const int read = binary ? read_binary(f, file, d) : read_text(f, file, d);
     if (!stdin_file) std::fclose(f);
     if (read != 0) return read;
-    if (d.x.empty()) return file_error(file, "no numbers");
-    if (d.x.size() % static_cast<size_t>(d.p) != 0) {
-        return file_error(file, std::to_string(d.x.size()) + " numbers do not divide into " +
-                                    std::to_string(d.p) + " variables");
+    if (d->x.empty()) return file_error(file, "no numbers");
+    if (d->x.size() % static_cast<size_t>(d->p) != 0) {
+        return file_error(file, std::to_string(d->x.size()) + " numbers do not divide into " +
+                                    std::to_string(d->p) + " variables");
     }
+    return 0;
+}
 
+int cmd_minmax(int argc, char **argv) {
+    Data d;
+    if (const int st = load(argc, argv, "minmax", &d, nullptr)) return st;
     const int64_t p = d.p, n = static_cast<int64_t>(d.x.size()) / d.p;
     const int64_t storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
     std::vector<double> lo(static_cast<size_t>(p), std::numeric_limits<double>::infinity());
@@ -173,19 +201,87 @@ int cmd_minmax(int argc, char **argv) {
     return std::fflush(stdout) == 0 ? 0 : kExitStatus;
 }
 
+// Every estimate of the basic estimator, and the extremes.
+int cmd_basic(int argc, char **argv) {
+    Data d;
+    int method = BIX_SS_METHOD_TWO_PASS;
+    if (const int st = load(argc, argv, "basic", &d, &method)) return st;
+    const int64_t p = d.p, n = static_cast<int64_t>(d.x.size()) / d.p;
+    const int64_t storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
+    const int64_t full = BIX_SS_COV_FULL;
+    const size_t up = static_cast<size_t>(p);
+    struct Row {
+        const char *name;
+        int id;
+        std::vector<double> v;
+    };
+    std::vector<Row> rows = {
+        {"mean", BIX_SS_ID_MEAN, {}},         {"raw2", BIX_SS_ID_RAW2, {}},
+        {"raw3", BIX_SS_ID_RAW3, {}},         {"raw4", BIX_SS_ID_RAW4, {}},
+        {"central2", BIX_SS_ID_CEN2, {}},     {"central3", BIX_SS_ID_CEN3, {}},
+        {"central4", BIX_SS_ID_CEN4, {}},     {"skewness", BIX_SS_ID_SKEWNESS, {}},
+        {"kurtosis", BIX_SS_ID_KURTOSIS, {}}, {"variation", BIX_SS_ID_VARIATION, {}},
+        {"min", BIX_SS_ID_MIN, {}},           {"max", BIX_SS_ID_MAX, {}}};
+    std::vector<double> cov(up * up), cor(up * up);
+    BixSSTask *task = nullptr;
+    int status = __bixdSSNewTask(&task, &p, &n, &storage, d.x.data(), nullptr, nullptr, 1);
+    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
+    for (Row &r : rows) {
+        const bool lowest = std::strcmp(r.name, "min") == 0,
+                   highest = std::strcmp(r.name, "max") == 0;
+        r.v.assign(up, lowest    ? std::numeric_limits<double>::infinity()
+                       : highest ? -std::numeric_limits<double>::infinity()
+                                 : 0.0);
+        if (status == BIX_ERROR_OK) status = __bixdSSEditTask(task, r.id, r.v.data());
+    }
+    if (status == BIX_ERROR_OK) {
+        status = __bixdSSEditCovCor(task, nullptr, cov.data(), const_cast<int64_t *>(&full),
+                                    cor.data(), const_cast<int64_t *>(&full));
+    }
+    const char *where = "__bixdSSEditTask";
+    if (status == BIX_ERROR_OK) {
+        where = "_bixdSSBasic";
+        const uint64_t all = BIX_SS_EST_MEAN | BIX_SS_EST_RAW2 | BIX_SS_EST_RAW3 | BIX_SS_EST_RAW4 |
+                             BIX_SS_EST_CEN2 | BIX_SS_EST_CEN3 | BIX_SS_EST_CEN4 |
+                             BIX_SS_EST_KURTOSIS | BIX_SS_EST_SKEWNESS | BIX_SS_EST_VARIATION |
+                             BIX_SS_EST_COV | BIX_SS_EST_COR;
+        status = _bixdSSBasic(task, all, method);
+    }
+    if (status == BIX_ERROR_OK) {
+        where = "_bixdSSMinmax";
+        status = _bixdSSMinmax(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, 1);
+    }
+    __bixSSDeleteTask(&task);
+    if (status != BIX_ERROR_OK) return library_error(where, status);
+    std::printf("count %lld\n", static_cast<long long>(n));
+    const auto print_values = [up](const double *v) {
+        // NaN without the sign that x86 gives 0/0.
+        for (size_t i = 0; i < up; ++i)
+            std::printf(" %.17g", std::isnan(v[i]) ? std::nan("") : v[i]);
+        std::putchar('\n');
+    };
+    for (const Row &r : rows) {
+        std::fputs(r.name, stdout);
+        print_values(r.v.data());
+    }
+    for (auto [name, m] : {std::pair{"covariance", &cov}, {"correlation", &cor}}) {
+        std::puts(name);
+        for (size_t i = 0; i < up; ++i) print_values(m->data() + i * up);
+    }
+    return std::fflush(stdout) == 0 ? 0 : kExitStatus;
+}
+
 }  // namespace
 
 int cmd_stats(int argc, char **argv) {
-    if (argc == 0 || (wants_help(argc, argv) && std::strcmp(argv[0], "minmax") != 0)) {
-        if (argc == 0) return usage_error("stats: missing action, try", "minmax");
+    if (argc == 0) return usage_error("stats: missing action, try", "minmax or basic");
+    const bool known = std::strcmp(argv[0], "minmax") == 0 || std::strcmp(argv[0], "basic") == 0;
+    if (wants_help(argc, argv) || (known && wants_help(argc - 1, argv + 1))) {
         print_help();
         return 0;
     }
-    if (std::strcmp(argv[0], "minmax") != 0) return usage_error("stats: unknown action", argv[0]);
-    if (wants_help(argc - 1, argv + 1)) {
-        print_help();
-        return 0;
-    }
+    if (!known) return usage_error("stats: unknown action", argv[0]);
+    if (std::strcmp(argv[0], "basic") == 0) return cmd_basic(argc - 1, argv + 1);
     return cmd_minmax(argc - 1, argv + 1);
 }
 

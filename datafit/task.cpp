@@ -141,7 +141,7 @@ std::int64_t set_coefficients(DfTask *task, void *c, std::int64_t hint, std::siz
     Layout layout{task->ny, 1, 0};
     if ((hint & DF_HINT_PER_FUNCTION_BIT) == 0) {
         // One block of `order` coefficients per cell; type 1 keeps one block more per function.
-        if (task->splineOrder < 1) return DF_ERROR_BAD_SPLINE_ORDER;
+        // Order 0 makes empty blocks: every entry points at c.
         const std::int64_t cells = task->splineType == 1 ? task->nx : task->nx - 1;
         std::int64_t per = 0;
         if (__builtin_mul_overflow(cells, task->splineOrder, &per)) return DF_ERROR_BAD_NY;

@@ -32,8 +32,7 @@ std::int64_t set_values(DfTask *task, const void *y, std::int64_t nx, std::int64
                         std::int64_t hint, std::size_t elem);
 
 // Replaces the task's coefficient array by one built from `c` with the task's nx, ny, order and
-// type and the given hint; the checks and failures are those of set_values, plus an order of at
-// least 1 when the blocks are laid out per cell.
+// type and the given hint; the checks and failures are those of set_values.
 std::int64_t set_coefficients(DfTask *task, void *c, std::int64_t hint, std::size_t elem);
 
 }  // namespace korb::datafit

@@ -25,25 +25,30 @@ extern "C" {
 #endif
 
 #define DF_STATUS_OK 0
-#define DF_ERROR_NULL_TASK (-1000)   /* task null */
-#define DF_ERROR_MEM_FAILURE (-1001) /* an allocation failed */
-#define DF_ERROR_BAD_NX (-1004)      /* nx < 2 */
-#define DF_ERROR_NULL_X (-1005)      /* x null */
-#define DF_ERROR_BAD_XHINT (-1006)   /* x hint not accepted */
-#define DF_ERROR_BAD_NY (-1007)      /* ny < 1, or ny 0 where function data are given */
-#define DF_ERROR_NULL_Y (-1008)      /* y null */
-#define DF_ERROR_BAD_YHINT (-1009)   /* y hint not accepted */
-#define DF_ERROR_BAD_SPLINE_ORDER \
-    (-1010)                              /* negative order (or 0 where coefficients are laid out) */
-#define DF_ERROR_BAD_SPLINE_TYPE (-1011) /* spline type not accepted */
-#define DF_ERROR_BAD_BC_TYPE (-1012)     /* bc type not accepted, or values given with type 0 */
-#define DF_ERROR_NULL_BC (-1013)         /* boundary-condition values null */
-#define DF_ERROR_BAD_IC_TYPE (-1014)     /* negative internal-condition type */
-#define DF_ERROR_NULL_IC (-1015)         /* internal-condition values null */
-#define DF_ERROR_NULL_COEFF (-1016)      /* coefficients null */
-#define DF_ERROR_BAD_COEFF_HINT (-1017)  /* coefficient hint not accepted */
-#define DF_ERROR_BAD_PARAM_ID (-1019)    /* attribute id not accepted by the editor */
-#define DF_ERROR_BAD_FUNC_INDEX (-1020)  /* function index outside [0, ny) or the built array */
+#define DF_ERROR_NULL_TASK (-1000)        /* task null */
+#define DF_ERROR_MEM_FAILURE (-1001)      /* an allocation failed */
+#define DF_ERROR_BAD_NX (-1004)           /* nx < 2 */
+#define DF_ERROR_NULL_X (-1005)           /* x null */
+#define DF_ERROR_BAD_XHINT (-1006)        /* x hint not accepted */
+#define DF_ERROR_BAD_NY (-1007)           /* ny < 1, or ny 0 where function data are given */
+#define DF_ERROR_NULL_Y (-1008)           /* y null */
+#define DF_ERROR_BAD_YHINT (-1009)        /* y hint not accepted */
+#define DF_ERROR_BAD_SPLINE_ORDER (-1010) /* negative order, or an order no kernel builds */
+#define DF_ERROR_BAD_SPLINE_TYPE (-1011)  /* spline type not accepted */
+#define DF_ERROR_BAD_BC_TYPE (-1012)      /* bc type not accepted, or values given with type 0 */
+#define DF_ERROR_NULL_BC (-1013)          /* boundary-condition values null */
+#define DF_ERROR_BAD_IC_TYPE (-1014)      /* negative internal-condition type */
+#define DF_ERROR_NULL_IC (-1015)          /* internal-condition values null */
+#define DF_ERROR_NULL_COEFF (-1016)       /* coefficients null */
+#define DF_ERROR_BAD_COEFF_HINT (-1017)   /* coefficient hint not accepted */
+#define DF_ERROR_BAD_PARAM_ID (-1019)     /* attribute id not accepted by the editor */
+#define DF_ERROR_BAD_FUNC_INDEX (-1020)   /* function index outside [0, ny) or the built array */
+/* Refusals of the construction kernels. */
+#define DF_ERROR_BAD_FORMAT (-1021)       /* construction format other than DF_PP_SPLINE */
+#define DF_ERROR_BAD_METHOD (-1022)       /* construction method other than DF_METHOD_STD */
+#define DF_ERROR_BAD_PARTITION (-1023)    /* partition not strictly increasing, or not finite */
+#define DF_ERROR_BAD_PERIODIC_VAL (-1024) /* periodic spline: first and last values differ */
+#define DF_ERROR_TOO_FEW_POINTS (-1025)   /* nx too small for the spline and its condition */
 
 /* Pointer attributes of korb_df_kernel_[d|s]EditPtr (and ids 2 and 5 of EditIdxPtr). */
 #define DF_PTR_X 1
@@ -77,6 +82,46 @@ extern "C" {
 #define DF_SPLINE_TYPE_MAX 5
 #define DF_BC_NONE 0      /* no boundary-condition values: bc must be null */
 #define DF_BC_TYPE_FLAG 8 /* any boundary-condition type with this bit set is accepted */
+
+/*
+ * Spline orders (coefficients per cell) and types that korb_df_kernel_[d|s]Construct1D builds:
+ *
+ *   order 2, DF_PP_DEFAULT    piecewise linear
+ *   order 3, DF_PP_DEFAULT    C1 quadratic, knots at the partition points
+ *   order 3, DF_PP_SUBBOTIN   C1 quadratic, knots halfway between the partition points (nx cells)
+ *   order 4, DF_PP_NATURAL    C2 cubic
+ *   order 4, DF_PP_HERMITE    C1 cubic with the first derivative at every point given (ic)
+ *   order 4, DF_PP_BESSEL     C1 cubic, derivatives from the three-point parabolas
+ *   order 4, DF_PP_AKIMA      C1 cubic, Akima's (1970) derivatives
+ */
+#define DF_PP_LINEAR 2
+#define DF_PP_QUADRATIC 3
+#define DF_PP_CUBIC 4
+#define DF_PP_DEFAULT 0
+#define DF_PP_SUBBOTIN 1
+#define DF_PP_NATURAL 2
+#define DF_PP_HERMITE 3
+#define DF_PP_BESSEL 4
+#define DF_PP_AKIMA 5
+
+/*
+ * Boundary-condition types. With DF_BC_VALUES, bc[0] is the condition at the left end and bc[1]
+ * at the right: first derivatives, unless DF_BC_2ND_LEFT or DF_BC_2ND_RIGHT makes one a second
+ * derivative. DF_BC_PERIODIC reads no values.
+ */
+#define DF_BC_NOT_A_KNOT 1
+#define DF_BC_FREE_END 2     /* second derivative 0 at both ends */
+#define DF_BC_VALUES 0x8     /* values in bc */
+#define DF_BC_2ND_LEFT 0x10  /* with DF_BC_VALUES: bc[0] is a second derivative */
+#define DF_BC_2ND_RIGHT 0x20 /* with DF_BC_VALUES: bc[1] is a second derivative */
+#define DF_BC_PERIODIC 0x48
+
+/* Internal-condition type of the Hermite cubic: first derivatives at every point, in ic. */
+#define DF_IC_1ST_DER 1
+
+/* The construction format (piecewise-polynomial coefficients) and method. */
+#define DF_PP_SPLINE 1
+#define DF_METHOD_STD 0
 
 #define DF_MODEL_PP 4 /* model kind of every task made here */
 #define DF_PRECISION_SINGLE 0
@@ -146,9 +191,9 @@ KORB_API int64_t korb_df_kernel_iEditVal(DfTask *task, int64_t id, int64_t value
 /*
  * Sets one pointer attribute (DF_PTR_*). Null task: DF_ERROR_NULL_TASK; a task that is not
  * editable: nothing done, DF_STATUS_OK; null ptr: the attribute's code; unknown id:
- * DF_ERROR_BAD_PARAM_ID. Y and the coefficients need ny > 0 (DF_ERROR_BAD_NY); the coefficients
- * laid out per cell (hint without bit 0x80) need an order of at least 1
- * (DF_ERROR_BAD_SPLINE_ORDER). A layout whose ny blocks cannot fit in memory gives
+ * DF_ERROR_BAD_PARAM_ID. Y and the coefficients need ny > 0 (DF_ERROR_BAD_NY); with order 0 the
+ * coefficient blocks are empty and every entry points at the given block. A layout whose ny
+ * blocks cannot fit in memory gives
  * DF_ERROR_BAD_NY. These checks leave the old array in place; once they pass, the old array is
  * released and a new one built (DF_ERROR_MEM_FAILURE leaves the task without one). The
  * coefficient block is written by the construction kernels: pass writable memory.
@@ -187,6 +232,42 @@ KORB_API int64_t korb_df_kernel_sEditPPSpline1D(DfTask *task, int64_t order, int
                                                 int64_t ic_type, const float ic[], int64_t bc_type,
                                                 const float bc[], float coeffs[],
                                                 int64_t coeff_hint);
+
+/*
+ * Builds the spline of the task's order and type for each of its ny functions and writes its
+ * coefficients into the blocks the coefficient array points at. format must be DF_PP_SPLINE and
+ * method DF_METHOD_STD. Cell j of a function holds `order` coefficients c[0..order-1], the
+ * spline on the cell being sum c[k] (t - x_j)^k; for DF_PP_SUBBOTIN the cells lie between the
+ * knots x_0, (x_0 + x_1) / 2, ..., (x_{nx-2} + x_{nx-1}) / 2, x_{nx-1}, and x_j is the cell's
+ * left knot.
+ *
+ * The partition: x hint 0, 1 and 2 read nx strictly increasing finite points; hint 4 reads the
+ * two ends x[0] < x[1] and places nx points evenly between them. The values: y hint 0, 16 and
+ * 128 give function i's nx values at entry i of the y array, hint 32 gives the values of point
+ * j for all functions together (value of function i at y[j * ny + i]). The d form reads and
+ * writes doubles, the s form floats; both compute in double.
+ *
+ * Boundary conditions taken: the linear, Hermite, Bessel and Akima splines take none (bc type
+ * 0); the C1 quadratic takes 0 (its first cell is the parabola through the first three points)
+ * or DF_BC_VALUES with or without DF_BC_2ND_LEFT (bc[0] at the left end; bc[1] is not read); the
+ * Subbotin quadratic and the natural cubic take DF_BC_NOT_A_KNOT, DF_BC_FREE_END, DF_BC_VALUES
+ * with either or both second-derivative bits, and DF_BC_PERIODIC. The Hermite cubic needs ic
+ * type DF_IC_1ST_DER, ic holding nx derivatives per function, function after function.
+ *
+ * Checks, in order; nothing is written unless all pass: null task; format; method; an order
+ * other than 2, 3 or 4 (DF_ERROR_BAD_SPLINE_ORDER); a type that order lacks
+ * (DF_ERROR_BAD_SPLINE_TYPE); a boundary-condition type the spline does not take
+ * (DF_ERROR_BAD_BC_TYPE); bc values needed and null (DF_ERROR_NULL_BC); for the Hermite cubic an
+ * ic type other than DF_IC_1ST_DER (DF_ERROR_BAD_IC_TYPE) or a null ic (DF_ERROR_NULL_IC); fewer
+ * points than the spline needs (DF_ERROR_TOO_FEW_POINTS: 3 for the C1 quadratic without bc, and
+ * for periodic and not-a-knot Subbotin and periodic cubic splines, otherwise 2); x null; the
+ * partition (DF_ERROR_BAD_PARTITION); ny < 1 (DF_ERROR_BAD_NY); a function without values
+ * (DF_ERROR_NULL_Y); a function without a coefficient block (DF_ERROR_NULL_COEFF); for periodic
+ * splines a function whose first and last values differ (DF_ERROR_BAD_PERIODIC_VAL); then
+ * DF_ERROR_MEM_FAILURE if work memory cannot be had.
+ */
+KORB_API int64_t korb_df_kernel_dConstruct1D(DfTask *task, int64_t format, int64_t method);
+KORB_API int64_t korb_df_kernel_sConstruct1D(DfTask *task, int64_t format, int64_t method);
 
 /*
  * Releases the task's arrays and the record and sets *task to null. A null task or *task:

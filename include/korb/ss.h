@@ -103,6 +103,15 @@ extern "C" {
 #define BIX_SS_EST_QUANTILES 0x10000ULL
 #define BIX_SS_EST_ORDER_STATS 0x20000ULL
 
+/* Methods of the basic-statistics estimator (exactly one of them). */
+#define BIX_SS_METHOD_TWO_PASS 0x1     /* the mean first, then the sums about it */
+#define BIX_SS_METHOD_ONE_PASS 0x2     /* one pass with pairwise updates */
+#define BIX_SS_METHOD_GIVEN_MEAN 0x100 /* about the caller's mean, in the mean slot */
+
+/* Bits of the covariance and correlation storage codes (ids 20 and 22). */
+#define BIX_SS_COV_FULL 0x1         /* p x p row-major, both triangles */
+#define BIX_SS_COV_LOWER_PACKED 0x2 /* (i, j), j <= i, at i(i+1)/2 + j; FULL wins when both */
+
 /*
  * Parameter ids of __bix[d|s|i]SSEditTask (d: floating editor, i: integer editor). The status
  * returned for a null value is given beside each.
@@ -286,6 +295,55 @@ KORB_API int __bixSSDeleteTask(BixSSTask **task);
  */
 KORB_API int _bixdSSMinmax(BixSSTask *task, uint64_t estimates, int method);
 KORB_API int _bixsSSMinmax(BixSSTask *task, uint64_t estimates, int method);
+
+/*
+ * Basic statistics of each selected variable (an indices element of 0 excludes a variable, a
+ * null indices array selects all; results of excluded variables, and covariance and correlation
+ * entries with an excluded variable, are left untouched). With weights w_j (null: every weight
+ * 1), W = sum w, W2 = sum w^2, m the weighted mean and s^2 = sum w (x - m)^2 / W:
+ *
+ *   mean (bit 0x1)                 m = sum w x / W
+ *   raw moment k (0x2, 0x4, 0x8)   sum w x^k / W                     k = 2, 3, 4
+ *   central moment 2 (0x10)        sum w (x - m)^2 / (W - W2/W)      (n - 1 with unit weights)
+ *   central moment k (0x20, 0x40)  sum w (x - m)^k / W               k = 3, 4
+ *   skewness (0x100)               central moment 3 / s^3
+ *   kurtosis (0x80)                central moment 4 / s^4 - 3
+ *   variation (0x200)              sqrt(central moment 2) / m
+ *   covariance (0x1000)            sum w (x_i - m_i)(x_j - m_j) / (W - W2/W)
+ *   correlation (0x2000)           covariance_ij / sqrt(covariance_ii covariance_jj)
+ *
+ * An estimate fills the slots of those it is computed from: central moment 2 also fills the
+ * mean and raw moment 2; central moment 3 the mean and raw moments 2 and 3; central moment 4 the
+ * mean and raw moments 2 to 4; covariance and correlation the mean; kurtosis the mean, raw
+ * moments 2 to 4 and central moments 2 and 4; skewness the mean, raw moments 2 and 3 and central
+ * moments 2 and 3; variation the mean, raw moment 2 and central moment 2. Covariance and
+ * correlation are stored as their storage codes say (BIX_SS_COV_FULL or
+ * BIX_SS_COV_LOWER_PACKED). Other estimate bits are ignored.
+ *
+ * Checks, in order: the x storage code (BIX_SS_ERROR_BAD_STORAGE); each slot to be filled, in
+ * the order mean, raw 2, 3, 4, central 2, 3, 4, covariance, correlation, kurtosis, skewness,
+ * variation (that slot's null code); the covariance and correlation storage codes
+ * (BIX_SS_ERROR_NULL_STORAGE when null, BIX_SS_ERROR_BAD_STORAGE with neither bit); the method:
+ * exactly one of BIX_SS_METHOD_TWO_PASS, _ONE_PASS, _GIVEN_MEAN (BIX_SS_ERROR_BAD_METHOD);
+ * x null (BIX_SS_ERROR_NULL_X) when there is work. Nothing is written before all pass; p < 1,
+ * n < 1 or no selected variable writes nothing and returns BIX_ERROR_OK.
+ *
+ * With BIX_SS_METHOD_GIVEN_MEAN the mean slot holds the caller's means: they are read, never
+ * written, and the central moments, covariance and variation are taken about them.
+ *
+ * Data in portions: when the accumulated-weights slot (id 23) is set, it holds (W, W2) of the
+ * observations of earlier calls ((0, 0) before the first), the result slots hold their
+ * estimates, and the call merges its observations into them and stores the new (W, W2). The
+ * merge needs the lower central moments too, so with that slot set central moment 3 also fills
+ * central moment 2, central moment 4 (and kurtosis) also fills central moments 2 and 3, and
+ * correlation without covariance also fills central moment 2. A single-precision task
+ * accumulates in double and rounds the results.
+ *
+ * NaN observations make the estimates of their variable NaN (and its covariance and correlation
+ * entries); other variables are unaffected. Statuses beyond the checks: BIX_SS_ERROR_MEM_FAILURE.
+ */
+KORB_API int _bixdSSBasic(BixSSTask *task, uint64_t estimates, int method);
+KORB_API int _bixsSSBasic(BixSSTask *task, uint64_t estimates, int method);
 
 #ifdef __cplusplus
 }

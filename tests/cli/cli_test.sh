@@ -113,6 +113,7 @@ check "rng gaussian float icdf" 0 '^variance (0\.9|1\.0)' \
 check "rng uniform accurate" 0 '^max 0\.99' "$korb" rng --dist uniform --method accurate --n 1000 --stats
 check "rng uniform bounds" 0 '^min -4\.99' "$korb" rng --dist uniform --a -5 --b 5 --n 1000 --stats
 check "rng stats count" 0 '^count 7$' "$korb" rng --brng MCG59 --n 7 --stats
+check "rng stats one number" 0 '^variance nan$' "$korb" rng --n 1 --stats
 check "rng gaussian pairs" 0 '^5$' sh -c "'$korb' rng --dist gaussian --method boxmuller2 --n 5 | wc -l"
 check "rng exponential" 0 '^min 1\.' "$korb" rng --dist exponential --a 1 --beta 2 --n 1000 --stats
 check "rng weibull float" 0 '^count 10$' "$korb" rng --dist weibull --alpha 2 --format float --n 10 --stats
@@ -190,10 +191,48 @@ printf '1 2\n3 x\n' >"$bad"
 check "minmax bad number" 2 "^korb: stats: .*:2: not a number 'x'$" "$korb" stats minmax "$bad"
 printf '1 2\n\n3\n' >"$bad"
 check "minmax ragged" 2 ':3: expected 2 numbers, got 1$' "$korb" stats minmax "$bad"
+# korb stats basic
+printf '1 2 3\n-4 5 6\n2 0 9\n7 1 1\n' >"$data"
+check "basic count" 0 '^count 4$' "$korb" stats basic "$data"
+check "basic mean" 0 '^mean 1\.5 2 4\.75$' "$korb" stats basic "$data"
+check "basic variance" 0 '^central2 20\.33333333333333[0-9]* 4\.66666666666666[0-9]* 12\.25$' \
+    "$korb" stats basic "$data" --method onepass
+check "basic extremes" 0 '^max 7 5 9$' "$korb" stats basic "$data"
+check "basic correlation" 0 '^ 1 -0\.787043797453' "$korb" stats basic "$data"
+check "basic rows" 0 '^mean 2 2\.33333333333333[0-9]* 3\.66666666666666[0-9]* 3$' "$korb" stats basic --layout rows "$data"
+check "basic help" 0 'basic prints every basic estimate' "$korb" stats basic --help
+for args in "basic" "basic $data --method fast" "basic $data --method" "basic $bad"; do
+    # shellcheck disable=SC2086
+    one_line_error "stats $args" "$korb" stats $args
+done
 for args in "" "minmax" "frobnicate" "minmax $data --layout diagonal" "minmax $data --p 0" \
     "minmax $data $data" "minmax $data --frobnicate" "minmax /nonexistent/file" "minmax $bad"; do
     # shellcheck disable=SC2086
     one_line_error "stats $args" "$korb" stats $args
+done
+
+# korb fit
+points=$(mktemp)
+trap 'rm -f "$data" "$bad" "$points"' EXIT
+printf '0 1 5\n1 3 6\n2 2 7\n4 4 1\n5 0 0\n' >"$points"
+check "fit linear" 0 '^0 1 1 3 -1$' "$korb" fit "$points" --spline linear
+check "fit linear second function" 0 '^1 3 4 1 -1$' "$korb" fit "$points" --spline linear
+check "fit cells" 0 '^8$' sh -c "'$korb' fit '$points' | wc -l"
+check "fit natural clamped" 0 '^0 0 0 1 0\.25 ' "$korb" fit "$points" --left first=0.25 --right first=0
+check "fit quadratic left second" 0 '^0 0 0 1 1 1$' \
+    sh -c "printf '0 1\n1 3\n2 1\n' | '$korb' fit - --spline quadratic --left second=2"
+check "fit subbotin knots" 0 '^0 1 0\.5 ' "$korb" fit "$points" --spline subbotin
+check "fit hermite" 0 '^0 0 0 1 7 ' sh -c "printf '0 1 7\n1 2 0\n' | '$korb' fit - --spline hermite"
+check "fit unsorted" 1 'DF_ERROR_BAD_PARTITION \(-1023\)$' \
+    sh -c "printf '0 1\n2 3\n1 4\n' | '$korb' fit - --spline akima"
+check "fit periodic values" 1 'DF_ERROR_BAD_PERIODIC_VAL' "$korb" fit "$points" --bc periodic
+check "fit help" 0 '^usage: korb fit' "$korb" fit --help
+for args in "" "$points --spline spiral" "$points --bc clamped" "$points --left first=1" \
+    "$points --left third=1 --right first=1" "$points --left first=x --right first=1" \
+    "$points --bc free --left first=1 --right first=1" "$points $points" "$points --frobnicate" \
+    "/nonexistent/file" "$bad" "$points --spline"; do
+    # shellcheck disable=SC2086
+    one_line_error "fit $args" "$korb" fit $args
 done
 
 echo "$passes passed, $fails failed"

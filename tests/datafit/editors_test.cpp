@@ -105,9 +105,10 @@ TYPED_TEST(EditorsTest, EditPtrBuildsFromTheCurrentModel) {
     ASSERT_EQ(array_entries(t->y), 3);
     for (int64_t i = 0; i < 3; ++i) EXPECT_EQ(t->y[i], v + 1 + 5 * i);
 
-    // Coefficients: order 0 has no per-cell layout, and nothing is built.
-    EXPECT_EQ(F::edit_ptr(t.get(), DF_PTR_COEFF, v), DF_ERROR_BAD_SPLINE_ORDER);
-    EXPECT_EQ(t->coeffs, nullptr);
+    // Coefficients: order 0 makes empty blocks, so every entry points at the given block.
+    ASSERT_EQ(F::edit_ptr(t.get(), DF_PTR_COEFF, v + 2), DF_STATUS_OK);
+    ASSERT_EQ(array_entries(t->coeffs), 3);
+    for (int64_t i = 0; i < 3; ++i) EXPECT_EQ(t->coeffs[i], v + 2);
     ASSERT_EQ(korb_df_kernel_iEditVal(t.get(), DF_VAL_SPLINE_ORDER, 2), DF_STATUS_OK);
     for (int64_t type = 0; type <= DF_SPLINE_TYPE_MAX; ++type) {
         ASSERT_EQ(korb_df_kernel_iEditVal(t.get(), DF_VAL_SPLINE_TYPE, type), DF_STATUS_OK);
@@ -277,9 +278,9 @@ TYPED_TEST(EditorsTest, EditPPSplineStoresEachStepBeforeTheNextFails) {
     EXPECT_EQ(t->bc, bc);
     EXPECT_EQ(t->coeffHint, DF_HINT_CONTIGUOUS);
     ASSERT_EQ(korb_df_kernel_iEditVal(t.get(), DF_VAL_NY, 2), DF_STATUS_OK);
-    EXPECT_EQ(F::edit_pp_spline(t.get(), 0, 1, 0, nullptr, 0, nullptr, c, 0),
-              DF_ERROR_BAD_SPLINE_ORDER);
-    EXPECT_EQ(t->coeffs, nullptr);
+    ASSERT_EQ(F::edit_pp_spline(t.get(), 0, 1, 0, nullptr, 0, nullptr, c, 0), DF_STATUS_OK);
+    EXPECT_EQ(t->coeffs[0], c);
+    EXPECT_EQ(t->coeffs[1], c);
 
     // An allocation failure: the old array is gone, the hint not yet stored.
     ASSERT_EQ(F::edit_pp_spline(t.get(), 2, 0, 0, nullptr, 0, nullptr, c, 0), DF_STATUS_OK);
