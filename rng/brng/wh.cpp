@@ -11,12 +11,10 @@
 // After a first block of eight outputs, each further output is a^8 times the output eight
 // places earlier, so the 32 component updates of a block are independent and run two to a
 // vector; the results are identical to stepping one output at a time.
-#include <emmintrin.h>
-
+#include "wh.h"
 #include "frame/simd.h"
 #include "generator.h"
 #include "uniform.h"
-#include "wh.h"
 
 namespace korb::rng {
 
@@ -127,12 +125,14 @@ struct IntSink {
     void block(int i, const Block &b) {
         static_assert(kLanes == 2 && kComponents == 4);
         for (int j = 0; j < kVectors; ++j) {
-            const __m128i x1 = _mm_cvttpd_epi32(b.v[0][j]), x2 = _mm_cvttpd_epi32(b.v[1][j]);
-            const __m128i x3 = _mm_cvttpd_epi32(b.v[2][j]), x4 = _mm_cvttpd_epi32(b.v[3][j]);
-            const __m128i x12 = _mm_unpacklo_epi32(x1, x2), x34 = _mm_unpacklo_epi32(x3, x4);
+            using simd::truncate_to_int32;
+            const simd::u32v x1 = truncate_to_int32(b.v[0][j]), x2 = truncate_to_int32(b.v[1][j]);
+            const simd::u32v x3 = truncate_to_int32(b.v[2][j]), x4 = truncate_to_int32(b.v[3][j]);
+            const simd::u32v x12 = __builtin_shufflevector(x1, x2, 0, 4, 1, 5);
+            const simd::u32v x34 = __builtin_shufflevector(x3, x4, 0, 4, 1, 5);
             uint32_t *out = r + kComponents * (i + kLanes * j);
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_unpacklo_epi64(x12, x34));
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 4), _mm_unpackhi_epi64(x12, x34));
+            simd::store(out, __builtin_shufflevector(x12, x34, 0, 1, 4, 5));
+            simd::store(out + 4, __builtin_shufflevector(x12, x34, 2, 3, 6, 7));
         }
     }
 };

@@ -12,7 +12,8 @@
 
 #include "korb/vm.h"
 #include "vecmath/kernel_test.h"
-#include "vecmath/kernels/exp_ln_tables.h"
+#include "vecmath/kernels/exp_data.h"
+#include "vecmath/kernels/ln_data.h"
 
 namespace {
 
