@@ -382,6 +382,35 @@ KORB_API int _bixsSSBasic(BixSSTask *task, uint64_t estimates, int method);
 KORB_API int _bixdSSQuantiles(BixSSTask *task, uint64_t estimates, int method);
 KORB_API int _bixsSSQuantiles(BixSSTask *task, uint64_t estimates, int method);
 
+/*
+ * Streaming quantiles (estimate bit 0x40000) of each selected variable over every observation
+ * given so far, across calls; method BIX_SS_METHOD_STREAM_ZW or BIX_SS_METHOD_STREAM_GK (ZW when
+ * both are set). Each call adds the task's current n observations (n = 0 allowed) to the
+ * variable's summary and writes, for the m orders q_k (count at id 64, orders at id 65, each in
+ * [0, 1]), stream_quantiles[i*m + k]: an observation of variable i whose rank among the N seen
+ * (1-based; for equal values, any of theirs) is within eps N of (N - 1) q_k + 1 (a nearest
+ * rank while eps N < 1/2), with eps the single streaming parameter (id 63, count at id 62). A
+ * variable that has met a NaN, or has no observation yet, gets NaN. Memory: O((1/eps) log(eps N))
+ * entries per variable for GK, O((1/eps) log^2(eps N)) for ZW; ZW is the faster.
+ *
+ * The summaries live in the task from the first call and are freed by __bixSSDeleteTask (the
+ * task's cleanup hook). A call whose method, eps, orders, p, selected variables or precision
+ * differ from the previous call's starts new summaries from its own observations.
+ *
+ * Checks, in order: the x storage code (BIX_SS_ERROR_BAD_STORAGE); with bit 0x40000 the
+ * parameter count (null: BIX_SS_ERROR_NULL_STREAM_NPARAMS), the parameters (null:
+ * BIX_SS_ERROR_NULL_STREAM_PARAMS), the count's value (not 1: BIX_SS_ERROR_BAD_STREAM_NPARAMS),
+ * eps (outside (0, 1] or NaN: BIX_SS_ERROR_BAD_STREAM_EPSILON), the orders (null:
+ * BIX_SS_ERROR_NULL_STREAM_ORDERS), their count (null or negative) and each order (outside
+ * [0, 1] or NaN) (BIX_SS_ERROR_BAD_STREAM_ORDERS), the results (null:
+ * BIX_SS_ERROR_NULL_STREAM_QUANTILES); the method (BIX_SS_ERROR_BAD_METHOD); n null or negative
+ * (BIX_SS_ERROR_BAD_NOBS); x null with n > 0 (BIX_SS_ERROR_NULL_X). p < 1 or no selected variable
+ * does nothing. BIX_SS_ERROR_MEM_FAILURE leaves the summaries and the caller's arrays as they
+ * were.
+ */
+KORB_API int _bixdSSStreamQuantiles(BixSSTask *task, uint64_t estimates, int method);
+KORB_API int _bixsSSStreamQuantiles(BixSSTask *task, uint64_t estimates, int method);
+
 #ifdef __cplusplus
 }
 #endif
