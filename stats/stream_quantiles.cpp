@@ -120,6 +120,21 @@ SubGeometry zw_geometry(double eps, int k) {
     return g;
 }
 
+// The largest block, level summary and level count of the sub-streams up to `sub`: what a
+// layout for `sub` must hold (the block size need not grow with the sub-stream where the exact
+// small sub-streams give way to blocks).
+SubGeometry zw_capacity(double eps, int sub) {
+    SubGeometry c = zw_geometry(eps, 0);
+    for (int k = 1; k <= sub; ++k) {
+        const SubGeometry g = zw_geometry(eps, k);
+        c.size = g.size;
+        c.b = std::max(c.b, g.b);
+        c.buckets = std::max(c.buckets, g.buckets);
+        c.levels = std::max(c.levels, g.levels);
+    }
+    return c;
+}
+
 // The sub-stream that the n-th observation (counting from 0) falls in.
 int zw_sub_of(double eps, int64_t n) {
     const int64_t unit = zw_unit(eps);
@@ -132,14 +147,14 @@ int zw_sub_of(double eps, int64_t n) {
 
 template <class K>
 size_t zw_block_bytes(double eps, int sub) {
-    const SubGeometry g = zw_geometry(eps, sub);
+    const SubGeometry g = zw_capacity(eps, sub);
     const size_t unit = static_cast<size_t>(zw_unit(eps));
     return (sub * (unit + 1) + g.levels * (g.buckets + 1)) * sizeof(Ranked<K>) + g.b * sizeof(K);
 }
 
 template <class K>
 void zw_layout(Variable<K> &v, double eps, int sub_cap) {
-    const SubGeometry g = zw_geometry(eps, sub_cap);
+    const SubGeometry g = zw_capacity(eps, sub_cap);
     const size_t unit = static_cast<size_t>(zw_unit(eps));
     v.done = static_cast<Ranked<K> *>(v.block);
     v.levels = v.done + sub_cap * (unit + 1);
@@ -286,42 +301,67 @@ const K *zw_sorted_partial(const Variable<K> &v, Scratch<K> &s) {
 
 // Merges the parts of the current sub-stream (levels and the partial block) and the finished
 // summaries (when `done` is set) into one summary; returns it (in s.merge_a or s.merge_b) and
-// its entry count.
+// its entry count. The parts are merged in pairs, round after round, so that each entry is
+// copied about log2(parts) times whatever the parts' sizes.
 template <class K>
 Ranked<K> *zw_union(const Variable<K> &v, double eps, bool done, Scratch<K> &s, size_t *count) {
-    const SubGeometry g = zw_geometry(eps, v.sub);
-    const SubGeometry lay = zw_geometry(eps, static_cast<int>(v.sub_cap));
-    const size_t stride = lay.buckets + 1;
-    Ranked<K> *acc = s.merge_a, *spare = s.merge_b;
-    size_t c = 0;
-    int64_t n = 0;
-    const auto add = [&](const Ranked<K> *part, size_t pc, int64_t pn) {
-        if (pc == 0) return;
-        merge_ranked(acc, c, n, part, pc, pn, spare);
-        std::swap(acc, spare);
-        c += pc;
-        n += pn;
+    struct Part {
+        const Ranked<K> *at;
+        size_t count;
+        int64_t n;
     };
+    Part parts[130];
+    size_t np = 0;
+    const SubGeometry g = zw_geometry(eps, v.sub);
+    const SubGeometry lay = zw_capacity(eps, static_cast<int>(v.sub_cap));
+    Ranked<K> *to = s.merge_a, *spare = s.merge_b;
     if (v.partial_count > 0) {
         const K *sorted = zw_sorted_partial(v, s);
         for (size_t j = 0; j < v.partial_count; ++j) {
             const int64_t r = static_cast<int64_t>(j) + 1;
-            acc[j] = {sorted[j], r, r};
+            spare[j] = {sorted[j], r, r};
         }
-        c = v.partial_count;
-        n = static_cast<int64_t>(v.partial_count);
+        parts[np++] = {spare, v.partial_count, static_cast<int64_t>(v.partial_count)};
     }
     for (size_t l = 1; l <= g.levels; ++l) {
-        add(v.levels + (l - 1) * stride, v.level_count[l], level_observations(l, g));
+        if (v.level_count[l] > 0) {
+            parts[np++] = {v.levels + (l - 1) * (lay.buckets + 1), v.level_count[l],
+                           level_observations(l, g)};
+        }
     }
     if (done) {
         const size_t unit = static_cast<size_t>(zw_unit(eps));
         for (int k = 0; k < v.sub; ++k) {
-            add(v.done + k * (unit + 1), v.done_count[k], zw_geometry(eps, k).size);
+            parts[np++] = {v.done + k * (unit + 1), v.done_count[k], zw_geometry(eps, k).size};
         }
     }
-    *count = c;
-    return acc;
+    *count = 0;
+    if (np == 0) return to;
+    // Every round reads the parts where the last one left them (the first: the state, and the
+    // partial block in `spare`) and writes into the other buffer; even a single part is copied
+    // once, since callers prune the result in place.
+    bool first = true;
+    while (np > 1 || first) {
+        size_t at = 0, out = 0;
+        for (size_t k = 0; k < np; k += 2) {
+            Ranked<K> *dst = to + at;
+            if (k + 1 < np) {
+                merge_ranked(parts[k].at, parts[k].count, parts[k].n, parts[k + 1].at,
+                             parts[k + 1].count, parts[k + 1].n, dst);
+                parts[out++] = {dst, parts[k].count + parts[k + 1].count,
+                                parts[k].n + parts[k + 1].n};
+            } else {
+                std::copy(parts[k].at, parts[k].at + parts[k].count, dst);
+                parts[out++] = {dst, parts[k].count, parts[k].n};
+            }
+            at += parts[out - 1].count;
+        }
+        np = out;
+        first = false;
+        std::swap(to, spare);
+    }
+    *count = parts[0].count;
+    return const_cast<Ranked<K> *>(parts[0].at);
 }
 
 // Adds observations x[j * stride], j in [0, n), of one variable.
@@ -333,7 +373,7 @@ void zw_add(Variable<KeyOf<T>> &v, double eps, const T *x, size_t stride, size_t
     size_t j = 0;
     while (j < n && !v.nan) {
         const SubGeometry g = zw_geometry(eps, v.sub);
-        const SubGeometry lay = zw_geometry(eps, static_cast<int>(v.sub_cap));
+        const SubGeometry lay = zw_capacity(eps, static_cast<int>(v.sub_cap));
         // Fill the partial block up to its size or the end of the sub-stream.
         const int64_t room_sub = g.size - v.sub_n;
         size_t room = std::min(g.b - v.partial_count, static_cast<size_t>(room_sub));
@@ -352,9 +392,8 @@ void zw_add(Variable<KeyOf<T>> &v, double eps, const T *x, size_t stride, size_t
         j += room;
         const bool sub_full = v.sub_n == g.size;
         if (v.partial_count == g.b && !sub_full) {
-            // A full block: sorted, pruned, carried up.
-            std::copy(v.partial, v.partial + g.b, s.keys);
-            const K *sorted = radix_sort(s.keys, s.other, g.b, s.counters);
+            // A full block: sorted where it is (it is used up), pruned, carried up.
+            const K *sorted = radix_sort(v.partial, s.other, g.b, s.counters);
             Ranked<K> *carry = s.merge_a;
             const size_t count = exact_pruned(sorted, g.b, 1, g.buckets, carry);
             v.partial_count = 0;
@@ -422,16 +461,19 @@ bool gk_add(GkWork<KeyOf<T>> &w, double eps, const T *x, size_t stride, size_t n
     using K = KeyOf<T>;
     for (size_t j = 0; j < n && !w.nan;) {
         const size_t c = std::min(s.chunk, n - j);
+        std::fill(s.counters, s.counters + kSortCounters<K>, size_t{0});
         for (size_t t = 0; t < c; ++t) {
             const T value = x[(j + t) * stride];
             if (value != value) {
                 w.nan = true;
                 return true;
             }
-            s.keys[t] = to_key_number(value);
+            const K k = to_key_number(value);
+            s.keys[t] = k;
+            count_digits(k, s.counters);
         }
         j += c;
-        const K *sorted = radix_sort(s.keys, s.other, c, s.counters);
+        const K *sorted = radix_sort_counted(s.keys, s.other, c, s.counters);
         if (!gk_reserve(w, w.count + c)) return false;
         w.count = gk_insert(w.a, w.count, w.n, eps, sorted, c, w.b);
         w.n += static_cast<int64_t>(c);
@@ -525,8 +567,8 @@ bool zw_grow(Header *h, Variable<K> &x, int sub) {
     if (old.block == nullptr) return true;
     const size_t unit = static_cast<size_t>(zw_unit(h->eps));
     std::copy(old.done, old.done + old.sub * (unit + 1), x.done);
-    const SubGeometry from = zw_geometry(h->eps, static_cast<int>(old.sub_cap));
-    const SubGeometry to = zw_geometry(h->eps, sub);
+    const SubGeometry from = zw_capacity(h->eps, static_cast<int>(old.sub_cap));
+    const SubGeometry to = zw_capacity(h->eps, sub);
     const SubGeometry g = zw_geometry(h->eps, old.sub);
     for (size_t l = 1; l <= g.levels; ++l) {
         const Ranked<K> *src = old.levels + (l - 1) * (from.buckets + 1);
@@ -541,7 +583,7 @@ bool zw_grow(Header *h, Variable<K> &x, int sub) {
 // Entries of the largest union a Zhang-Wang variable laid out for `sub` can need.
 template <class K>
 size_t zw_union_bound(double eps, int sub) {
-    const SubGeometry g = zw_geometry(eps, sub);
+    const SubGeometry g = zw_capacity(eps, sub);
     return static_cast<size_t>(sub) * (static_cast<size_t>(zw_unit(eps)) + 1) +
            g.levels * (g.buckets + 1) + g.b;
 }
@@ -658,11 +700,13 @@ int stream_quantiles(BixSSTask *task, uint64_t estimates, int method) {
     int sub = 0;
     size_t merge_entries = 0;
     if (h->method == BIX_SS_METHOD_STREAM_ZW) {
-        sub = after > 0 ? zw_sub_of(eps, after - 1) : 0;
+        // Laid out for the sub-stream the next observation will open, which the last one may
+        // finish: its finished summary needs a place.
+        sub = zw_sub_of(eps, after);
         for (size_t i = 0; i < h->q; ++i) {
             if (!zw_grow(h, v[i], sub)) return fail();
         }
-        s.chunk = zw_geometry(eps, sub).b;
+        s.chunk = zw_capacity(eps, sub).b;
         merge_entries = zw_union_bound<K>(eps, sub);
     } else {
         s.chunk = gk_chunk(eps);

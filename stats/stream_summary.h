@@ -48,20 +48,24 @@ size_t best_entry(const Ranked<K> *s, size_t count, double r, size_t *from) {
 template <class K>
 void merge_ranked(const Ranked<K> *a, size_t ca, int64_t na, const Ranked<K> *b, size_t cb,
                   int64_t nb, Ranked<K> *out) {
+    // rmin of the last entry taken from each side (0 before the first): the lower bounds' terms.
+    int64_t last_a = 0, last_b = 0;
     size_t i = 0, j = 0, o = 0;
-    while (i < ca || j < cb) {
-        if (j == cb || (i < ca && a[i].key <= b[j].key)) {
-            const int64_t lo = j > 0 ? b[j - 1].rmin : 0;
-            const int64_t hi = j < cb ? b[j].rmax - 1 : nb;
-            out[o++] = {a[i].key, a[i].rmin + lo, a[i].rmax + hi};
-            ++i;
-        } else {
-            const int64_t lo = i > 0 ? a[i - 1].rmin : 0;
-            const int64_t hi = i < ca ? a[i].rmax - 1 : na;
-            out[o++] = {b[j].key, b[j].rmin + lo, b[j].rmax + hi};
-            ++j;
-        }
+    // Both sides left: one entry per step, chosen by selects rather than branches, which random
+    // data would mispredict half the time.
+    while (i < ca && j < cb) {
+        const bool take_a = a[i].key <= b[j].key;
+        const Ranked<K> &x = take_a ? a[i] : b[j];
+        const int64_t lo = take_a ? last_b : last_a;
+        const int64_t hi = (take_a ? b[j].rmax : a[i].rmax) - 1;
+        out[o++] = {x.key, x.rmin + lo, x.rmax + hi};
+        last_a = take_a ? x.rmin : last_a;
+        last_b = take_a ? last_b : x.rmin;
+        i += take_a;
+        j += !take_a;
     }
+    for (; i < ca; ++i) out[o++] = {a[i].key, a[i].rmin + last_b, a[i].rmax + nb};
+    for (; j < cb; ++j) out[o++] = {b[j].key, b[j].rmin + last_a, b[j].rmax + na};
 }
 
 // Keeps, in place, the entries of s[0, count) (a summary of n observations) that answer the
