@@ -137,9 +137,9 @@ TYPED_TEST(StreamTest, RankGuaranteeForHostileOrders) {
     for (int method : {kZW, kGK}) {
         for (double eps : {0.1, 0.01, 0.002}) {
             for (Order o : kinds) {
-                for (size_t portion : {size_t{1} << 17, size_t{7919}, size_t{1000}}) {
+                for (size_t portion : {size_t{1} << 16, size_t{7919}, size_t{1000}}) {
                     // Few calls of one observation: each call costs a pass over the summary.
-                    const int64_t total = portion == 1000 ? 60000 : 300000;
+                    const int64_t total = portion == 1000 ? 30000 : 160000;
                     std::mt19937_64 g(uint64_t(portion) + int(o));
                     Stream<T> s(test_orders<T>(), eps);
                     std::vector<T> x(portion);
