@@ -670,6 +670,11 @@ int stream_quantiles(BixSSTask *task, uint64_t estimates, int method) {
     }
     for (size_t o = 0; o < um; ++o) order_list[o] = static_cast<double>(orders[o]);
     const int precision = sizeof(T) == 8 ? 1 : 0;
+    if (r.method == BIX_SS_METHOD_STREAM_ZW && eps < 0x1p-40) {
+        // Its first sub-stream alone would hold 1/eps observations.
+        korbAlignedFree(call);
+        return BIX_SS_ERROR_MEM_FAILURE;
+    }
 
     // The summaries: the task's, or new ones when the request differs (installed on success).
     auto *old = static_cast<Header *>(task->stream_state);
