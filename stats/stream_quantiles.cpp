@@ -265,8 +265,8 @@ K gk_query(const Tuple<K> *t, size_t s, double r) {
 // ---------------------------------------------------------------------------------------------
 // Zhang-Wang.
 
-// Carries the summary `carry` (count entries) up the levels from level 1; merge_a/merge_b are
-// scratch of 2 (buckets + 1) entries each.
+// Carries the summary `carry` (count entries, in s.merge_a or s.merge_b) up the levels from
+// level 1; the two scratch arrays hold 2 (buckets + 1) entries each at least.
 template <class K>
 void zw_carry(Variable<K> &v, const SubGeometry &g, size_t stride, Ranked<K> *carry, size_t count,
               int64_t carry_n, Scratch<K> &s) {
@@ -277,12 +277,13 @@ void zw_carry(Variable<K> &v, const SubGeometry &g, size_t stride, Ranked<K> *ca
             v.level_count[l] = count;
             return;
         }
-        merge_ranked(level, v.level_count[l], carry_n, carry, count, carry_n, s.merge_b);
-        count = prune_ranked(s.merge_b, v.level_count[l] + count, 2 * carry_n, g.buckets);
+        // The merged summary goes to whichever scratch array the carry is not in.
+        Ranked<K> *merged = carry == s.merge_a ? s.merge_b : s.merge_a;
+        merge_ranked(level, v.level_count[l], carry_n, carry, count, carry_n, merged);
+        count = prune_ranked(merged, v.level_count[l] + count, 2 * carry_n, g.buckets);
         carry_n *= 2;
         v.level_count[l] = 0;
-        std::copy(s.merge_b, s.merge_b + count, s.merge_a);
-        carry = s.merge_a;
+        carry = merged;
     }
     // The counter is sized for the sub-stream's blocks: never reached.
 }
