@@ -117,7 +117,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"info", cmd_info, "library version, processor classes, vector-math mode, generators"},
     {"rng", cmd_rng, "draw numbers from a basic random generator"},
-    {"stats", cmd_stats, "summary statistics of a data file (minmax)"},
+    {"stats", cmd_stats, "summary statistics of a data file (minmax, basic, quantiles)"},
     {"fit", cmd_fit, "a spline through the columns of a data file, as its coefficients"},
 };
 
