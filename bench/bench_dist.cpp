@@ -8,7 +8,7 @@
 // Items are variates. The word kernels (bits, bits32, bits64) need a generator with a bits
 // conversion; the generator benchmarks measure them.
 #include <benchmark/benchmark.h>
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <random>
 #include <string>

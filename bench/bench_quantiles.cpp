@@ -5,7 +5,7 @@
 // methods. numpy's np.quantile and np.sort are measured by bench/numpy_quantiles.py. Items are
 // observations; each benchmark reports a checksum of its results.
 #include <benchmark/benchmark.h>
-#include <korb/ss.h>
+#include <korb/kernel/ss.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -6,7 +6,7 @@
 // recurrence as usually written, with remainders. Items are numbers generated; each benchmark
 // folds its output into a checksum so nothing is optimised away.
 #include <benchmark/benchmark.h>
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <random>
 #include <string>

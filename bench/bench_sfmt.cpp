@@ -5,7 +5,7 @@
 // of doubles (BM_dsfmt_fill_doubles, when its library is installed). Items are 32-bit words or
 // 64-bit words as the name says; each benchmark folds its output into a checksum.
 #include <benchmark/benchmark.h>
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <vector>
 

@@ -17,7 +17,7 @@
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <emmintrin.h>
-#include <korb/vm.h>
+#include <korb/kernel/vm.h>
 
 #include <algorithm>
 #include <cmath>

@@ -5,8 +5,8 @@
 // Text output by default. A usage error prints one line to standard error and exits with 2; a
 // library status is printed with its name and exits with 1.
 #include <dlfcn.h>
-#include <korb/frame.h>
-#include <korb/vm.h>
+#include <korb/kernel/frame.h>
+#include <korb/kernel/vm.h>
 
 #include <cctype>
 #include <cerrno>

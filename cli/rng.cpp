@@ -1,6 +1,6 @@
 // korb rng: draw numbers from a basic generator and print them, optionally from a stream saved
 // by an earlier run and saving it again afterwards; the registry listing of korb info.
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <cerrno>
 #include <cinttypes>

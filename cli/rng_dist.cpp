@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 
 namespace korb::cli {
 namespace {

@@ -4,7 +4,7 @@
 //   korb stats basic FILE [--layout rows|cols] [--p P] [--binary] [--method twopass|onepass]
 //   korb stats [quantiles] --quantiles Q1,Q2,... [FILE] [--stream EPS [--method zw|gk]]
 //              [--layout rows|cols] [--p P] [--binary]
-#include <korb/ss.h>
+#include <korb/kernel/ss.h>
 
 #include <cerrno>
 #include <cmath>

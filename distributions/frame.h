@@ -8,8 +8,8 @@
 
 #include <cstdint>
 
-#include "korb/rng.h"
-#include "korb/vm.h"
+#include "korb/kernel/rng.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/mode.h"
 
 namespace korb::dist {

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "distributions/frame.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 
 namespace korb::dist {
 namespace {

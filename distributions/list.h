@@ -72,7 +72,7 @@ struct Param {
 };
 
 struct Method {
-    const char *constant = nullptr;  // the id's name in korb/rng.h, less BIX_RNG_METHOD_
+    const char *constant = nullptr;  // the id's name in korb/kernel/rng.h, less BIX_RNG_METHOD_
     int id = 0;
     const char *name = nullptr;  // korb rng --method NAME
 };

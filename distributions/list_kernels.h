@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "distributions/list.h"
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::dist::list {
 

@@ -20,7 +20,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 #include "rng/generators.h"
 #include "rng/stream.h"
 

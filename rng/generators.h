@@ -1,7 +1,7 @@
 // The generator list as data: every built-in generator's facts, in registry row order.
 #pragma once
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng {
 
@@ -63,6 +63,6 @@ consteval bool header_agrees_with_list() {
     return kGeneratorCount == BIX_NUM_BUILTIN_BRNGS && legacy_rows == BIX_NUM_LEGACY_BRNGS;
 }
 static_assert(header_agrees_with_list(),
-              "include/korb/rng.h and rng/generators.def name the same rows in the same order");
+              "include/korb/kernel/rng.h and rng/generators.def name the same rows in the same order");
 
 }  // namespace korb::rng

@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "brng/generator.h"
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
 #include "rng/generators.h"
 #include "stream.h"
 

@@ -16,8 +16,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
 #include "rng/generators.h"
 #include "stream.h"
 

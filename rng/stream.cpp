@@ -5,8 +5,8 @@
 // names no row, so a damaged record gives BIX_ERROR_INVALID_BRNG instead of a stray read.
 #include <cstring>
 
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
 #include "rng/generators.h"
 #include "stream.h"
 

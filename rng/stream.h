@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng {
 

@@ -22,7 +22,7 @@
 #include <cstring>
 #include <limits>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 #include "stats/order_keys.h"
 #include "stats/task.h"
 

@@ -39,7 +39,7 @@
 #include <cstring>
 #include <limits>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 #include "stats/order_keys.h"
 #include "stats/stream_quantiles.h"
 #include "stats/stream_summary.h"

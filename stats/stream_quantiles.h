@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 
 namespace korb::stats {
 

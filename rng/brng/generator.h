@@ -83,7 +83,7 @@ int init_stream(int method, BixStream *stream, int n, const uint32_t params[]) {
 
 }  // namespace korb::rng
 
-// Defines generator G's initialiser __bixBRng<Name>InitStream (declared in include/korb/rng.h).
+// Defines generator G's initialiser __bixBRng<Name>InitStream (declared in include/korb/kernel/rng.h).
 // At global scope.
 #define KORB_BRNG_INIT_STREAM(Name, G)                                               \
     extern "C" int __bixBRng##Name##InitStream(int method, BixStream *stream, int n, \

@@ -11,7 +11,7 @@
 #include <bit>
 
 #include "frame/simd.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 #include "rng/brng/uniform.h"
 #include "rng/stream.h"
 

@@ -18,7 +18,7 @@
 #include <cstdint>
 
 #include "generator.h"
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng::qrng {
 

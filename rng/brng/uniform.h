@@ -14,7 +14,7 @@
 #include <cstdint>
 
 #include "frame/simd.h"
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng::uniform {
 

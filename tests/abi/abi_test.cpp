@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "capture.h"
-#include "korb/df.h"
-#include "korb/vm.h"
+#include "korb/kernel/df.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/functions.h"
 
 namespace fs = std::filesystem;

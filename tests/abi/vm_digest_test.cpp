@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/functions.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "distributions/dist_test.h"
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 
 namespace korb::test {
 namespace {

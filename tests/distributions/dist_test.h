@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "distributions/list_kernels.h"
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 #include "rng/rng_test.h"
 
 namespace korb::test {

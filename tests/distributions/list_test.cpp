@@ -141,7 +141,7 @@ TEST(DomainShapes, ReadBoundsWithExponentsSpacesAndClosedEnds) {
     EXPECT_FALSE(admits(y, -7, v));
 }
 
-// Every kernel is declared in korb/rng.h with the type its list entry implies, and every method
+// Every kernel is declared in korb/kernel/rng.h with the type its list entry implies, and every method
 // constant has the listed id.
 consteval bool all(std::initializer_list<bool> checks) {
     for (bool c : checks) {
@@ -152,7 +152,7 @@ consteval bool all(std::initializer_list<bool> checks) {
 #define KORB_DIST_DECLARED_AS_LISTED(letter, P, Id, Kernel)                                \
     static_assert(                                                                         \
         std::is_same_v<decltype(&_bix##letter##Rng##Kernel), Signature<index_of(#Id), P>>, \
-        "korb/rng.h declares _bix" #letter "Rng" #Kernel                                   \
+        "korb/kernel/rng.h declares _bix" #letter "Rng" #Kernel                                   \
         " otherwise than distributions.def implies");
 // (Last in this file: KORB_METHOD is redefined for it.)
 #undef KORB_METHOD
@@ -160,7 +160,7 @@ consteval bool all(std::initializer_list<bool> checks) {
 #define KORB_DIST(Id, Kernel, name, precisions, params, methods, about)                  \
     KORB_DIST_EACH_##precisions(KORB_DIST_DECLARED_AS_LISTED, Id, Kernel) static_assert( \
         all({KORB_DIST_UNPACK methods}),                                                 \
-        "a method constant of " #Id " in korb/rng.h differs from distributions.def");
+        "a method constant of " #Id " in korb/kernel/rng.h differs from distributions.def");
 #include "distributions/distributions.def"
 #undef KORB_DIST
 #undef KORB_METHOD

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "capture.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 
 namespace {
 

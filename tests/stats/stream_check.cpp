@@ -8,7 +8,7 @@
 // when an error exceeds 1.
 //
 //   korb_stream_check [N] [eps] [portion]
-#include <korb/ss.h>
+#include <korb/kernel/ss.h>
 
 #include <algorithm>
 #include <chrono>

@@ -43,7 +43,7 @@
 #define KORB_HAVE_BOOST_ERF 1
 #endif
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/call.h"
 #include "vecmath/functions.h"
 #include "vecmath/sample.h"

@@ -10,7 +10,7 @@
 #include <limits>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/kernel_test.h"
 #include "vecmath/kernels/exp_data.h"
 #include "vecmath/kernels/ln_data.h"

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/call.h"
 #include "vecmath/functions.h"
 #include "vecmath/kernel_test.h"

@@ -8,7 +8,7 @@
 #include <limits>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/kernel_test.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/kernel_test.h"
 
 namespace {

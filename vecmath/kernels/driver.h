@@ -71,7 +71,7 @@
 #include <utility>
 
 #include "frame/simd.h"
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/dispatch.h"
 #include "vecmath/kernels/frame.h"
 

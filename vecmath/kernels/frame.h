@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "frame/simd.h"
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/mode.h"
 
 namespace korb::vecmath {

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 #include "frame/simd.h"
-#include "korb/rng.h"  // declares __bixdLn, which the distributions call
+#include "korb/kernel/rng.h"  // declares __bixdLn, which the distributions call
 #include "vecmath/kernels/driver.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/ln_data.h"
