@@ -3,8 +3,8 @@ JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 FUZZ_SECONDS ?= 600
 
-.PHONY: all build run test test-sanitize bench accuracy costs tables verify-tables fuzz deps format \
-        clean
+.PHONY: all build run test test-sanitize bench accuracy stream-check costs tables verify-tables \
+        fuzz deps format clean
 
 all: build
 
@@ -37,12 +37,18 @@ bench: build
 	/usr/bin/python3 bench/scipy_sobol.py
 	/usr/bin/python3 bench/numpy_stats.py
 	/usr/bin/python3 bench/scipy_splines.py
+	/usr/bin/python3 bench/numpy_quantiles.py
 
 # The long accuracy run against MPFR: every float for the single-precision functions, then
 # 10^8 points per double function.
 accuracy: build
 	./build/bin/korb_vm_accuracy --all-floats
 	./build/bin/korb_vm_accuracy --points 100000000
+
+# The streaming quantiles over 10^8 observations per input order and method: the rank guarantee
+# against exact ranks, the speed and the state's size (a few minutes).
+stream-check: build
+	./build/bin/korb_stream_check 100000000 0.001 1000000
 
 # Measures the vector-math cost weights on this machine and writes them into the function list.
 costs: build

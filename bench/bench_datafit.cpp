@@ -18,7 +18,7 @@
 #include <memory>
 #include <vector>
 
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 
 namespace {
 

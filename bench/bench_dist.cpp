@@ -1,14 +1,20 @@
-// Distribution kernels filling arrays of n = 1000 and 1,000,000 variates from an MCG31M1 stream,
-// beside their peers drawing one variate at a time: for the Gaussian libstdc++'s
+// Every kernel of the distribution list (distributions/distributions.def) in each precision and
+// method, filling arrays of n = 1000 and 1,000,000 variates from an MCG31M1 stream with the
+// list's default parameters (korb rng's): BM_korb_dist/<p><Kernel>/<method>/<n>. Beside them their
+// peers drawing one variate at a time, with the same parameters: for the Gaussian libstdc++'s
 // normal_distribution (polar method) on std::mt19937, GSL's polar Box-Muller and ziggurat on its
 // MT19937, and Boost.Random's ziggurat on its mt19937 (when its headers are there); for the
-// inversion kernels libstdc++'s distribution of the family where it has one and GSL's gsl_ran_*.
-// Items are variates.
+// other kernels libstdc++'s distribution of the family where it has one and GSL's gsl_ran_*.
+// Items are variates. The word kernels (bits, bits32, bits64) need a generator with a bits
+// conversion; the generator benchmarks measure them.
 #include <benchmark/benchmark.h>
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <random>
+#include <string>
 #include <vector>
+
+#include "distributions/list_kernels.h"
 
 #ifdef KORB_BENCH_HAVE_GSL
 #include <gsl/gsl_randist.h>
@@ -22,36 +28,23 @@
 
 namespace {
 
+namespace list = korb::dist::list;
+
 template <class T>
 void finish(benchmark::State &state, const std::vector<T> &r) {
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(r.size()));
     state.counters["checksum"] = static_cast<double>(r[r.size() / 2]) + r.back();
 }
 
-template <class T, int (*Kernel)(int, BixStream *, int, T *, T, T)>
-void BM_korb_dist(benchmark::State &state, int method, T p1, T p2) {
-    BixStream *s = nullptr;
-    const uint32_t seed = 7;
-    __bixNewStreamEx(&s, BIX_BRNG_MCG31M1, 1, &seed);
-    const int n = static_cast<int>(state.range(0));
-    std::vector<T> r(static_cast<size_t>(n));
-    for (auto _ : state) {
-        Kernel(method, s, n, r.data(), p1, p2);
-        benchmark::ClobberMemory();
-    }
-    finish(state, r);
-    __bixDeleteStream(&s);
-}
-
-// A kernel of other parameters, called as draw(stream, n, r).
-template <class T, class Draw>
-void BM_korb_dist3(benchmark::State &state, Draw draw) {
+// The kernel filling r with n variates, again and again, on one stream.
+template <class T, class Kernel>
+void BM_korb_dist(benchmark::State &state, Kernel kernel, int method, const double *p) {
     BixStream *s = nullptr;
     const uint32_t seed = 7;
     __bixNewStreamEx(&s, BIX_BRNG_MCG31M1, 1, &seed);
     std::vector<T> r(static_cast<size_t>(state.range(0)));
     for (auto _ : state) {
-        draw(s, static_cast<int>(r.size()), r.data());
+        kernel(method, s, static_cast<int>(r.size()), r.data(), p);
         benchmark::ClobberMemory();
     }
     finish(state, r);
@@ -112,10 +105,10 @@ void BM_libstdcxx_int(benchmark::State &state, Dist dist) {
     }
     finish(state, r);
 }
-BENCHMARK_CAPTURE(BM_libstdcxx_int, uniform_int, std::uniform_int_distribution<int>(-5, 4))
+BENCHMARK_CAPTURE(BM_libstdcxx_int, uniform_int, std::uniform_int_distribution<int>(0, 1))
     ->Arg(1000000);
-BENCHMARK_CAPTURE(BM_libstdcxx_int, bernoulli, std::bernoulli_distribution(0.3))->Arg(1000000);
-BENCHMARK_CAPTURE(BM_libstdcxx_int, geometric, std::geometric_distribution<int>(0.2))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx_int, bernoulli, std::bernoulli_distribution(0.5))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx_int, geometric, std::geometric_distribution<int>(0.5))->Arg(1000000);
 
 template <class Dist>
 void BM_libstdcxx(benchmark::State &state, Dist dist) {
@@ -124,7 +117,7 @@ void BM_libstdcxx(benchmark::State &state, Dist dist) {
 }
 BENCHMARK_CAPTURE(BM_libstdcxx, exponential, std::exponential_distribution<double>(1.0))
     ->Arg(1000000);
-BENCHMARK_CAPTURE(BM_libstdcxx, weibull, std::weibull_distribution<double>(1.5, 1.0))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, weibull, std::weibull_distribution<double>(1.0, 1.0))->Arg(1000000);
 BENCHMARK_CAPTURE(BM_libstdcxx, cauchy, std::cauchy_distribution<double>(0.0, 1.0))->Arg(1000000);
 BENCHMARK_CAPTURE(BM_libstdcxx, lognormal, std::lognormal_distribution<double>(0.0, 1.0))
     ->Arg(1000000);
@@ -146,7 +139,7 @@ BENCHMARK_CAPTURE(BM_gsl, laplace, [](gsl_rng *g) {
     return gsl_ran_laplace(g, 1.0);
 })->Arg(1000000);
 BENCHMARK_CAPTURE(BM_gsl, weibull, [](gsl_rng *g) {
-    return gsl_ran_weibull(g, 1.0, 1.5);
+    return gsl_ran_weibull(g, 1.0, 1.0);
 })->Arg(1000000);
 BENCHMARK_CAPTURE(BM_gsl, cauchy, [](gsl_rng *g) { return gsl_ran_cauchy(g, 1.0); })->Arg(1000000);
 BENCHMARK_CAPTURE(BM_gsl, rayleigh, [](gsl_rng *g) {
@@ -160,74 +153,35 @@ BENCHMARK_CAPTURE(BM_gsl, gumbel1, [](gsl_rng *g) {
 })->Arg(1000000);
 #endif
 
-template <class T, int (*Kernel)(int, BixStream *, int, T *, T, T)>
-void add(const char *name, int method, T p1, T p2) {
-    benchmark::RegisterBenchmark(
-        name, [=](benchmark::State &state) { BM_korb_dist<T, Kernel>(state, method, p1, p2); })
-        ->Arg(1000)
-        ->Arg(1000000);
+// Registers the kernel of entry e in one precision, with each of its methods.
+template <class T, class Kernel>
+void add(const list::Entry &e, const char *precision, Kernel kernel) {
+    if (kernel == nullptr) return;
+    for (int m = 0; m < e.method_count; ++m) {
+        const std::string name =
+            std::string("BM_korb_dist/") + precision + e.kernel + "/" + e.methods[m].name;
+        const int method = e.methods[m].id;
+        benchmark::RegisterBenchmark(name.c_str(),
+                                     [&e, kernel, method](benchmark::State &state) {
+                                         double p[list::kMaxParams];
+                                         for (int k = 0; k < e.param_count; ++k) {
+                                             p[k] = e.params[k].fallback;
+                                         }
+                                         BM_korb_dist<T>(state, kernel, method, p);
+                                     })
+            ->Arg(1000)
+            ->Arg(1000000);
+    }
 }
 
 const bool registered = [] {
-    add<double, _bixdRngUniform>("BM_korb_dist/dUniform", BIX_RNG_METHOD_UNIFORM_STD, 0, 1);
-    add<double, _bixdRngUniform>("BM_korb_dist/dUniformAccurate",
-                                 BIX_RNG_METHOD_UNIFORM_STD_ACCURATE, 0, 1);
-    add<double, _bixdRngGaussian>("BM_korb_dist/dGaussianBoxMuller",
-                                  BIX_RNG_METHOD_GAUSSIAN_BOXMULLER, 0, 1);
-    add<double, _bixdRngGaussian>("BM_korb_dist/dGaussianBoxMuller2",
-                                  BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2, 0, 1);
-    add<double, _bixdRngGaussian>("BM_korb_dist/dGaussianICDF", BIX_RNG_METHOD_GAUSSIAN_ICDF, 0, 1);
-    add<float, _bixsRngGaussian>("BM_korb_dist/sGaussianBoxMuller",
-                                 BIX_RNG_METHOD_GAUSSIAN_BOXMULLER, 0, 1);
-    add<float, _bixsRngGaussian>("BM_korb_dist/sGaussianBoxMuller2",
-                                 BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2, 0, 1);
-    add<float, _bixsRngGaussian>("BM_korb_dist/sGaussianICDF", BIX_RNG_METHOD_GAUSSIAN_ICDF, 0, 1);
-    // The inversion kernels, in both precisions.
-    add<double, _bixdRngExponential>("BM_korb_dist/dExponential", 0, 0, 1);
-    add<float, _bixsRngExponential>("BM_korb_dist/sExponential", 0, 0, 1);
-    add<double, _bixdRngLaplace>("BM_korb_dist/dLaplace", 0, 0, 1);
-    add<float, _bixsRngLaplace>("BM_korb_dist/sLaplace", 0, 0, 1);
-    add<double, _bixdRngCauchy>("BM_korb_dist/dCauchy", 0, 0, 1);
-    add<float, _bixsRngCauchy>("BM_korb_dist/sCauchy", 0, 0, 1);
-    add<double, _bixdRngRayleigh>("BM_korb_dist/dRayleigh", 0, 0, 1);
-    add<float, _bixsRngRayleigh>("BM_korb_dist/sRayleigh", 0, 0, 1);
-    add<double, _bixdRngGumbel>("BM_korb_dist/dGumbel", 0, 0, 1);
-    add<float, _bixsRngGumbel>("BM_korb_dist/sGumbel", 0, 0, 1);
-    const auto add3 = [](const char *name, auto kernel) {
-        benchmark::RegisterBenchmark(name, kernel)->Arg(1000)->Arg(1000000);
-    };
-    add3("BM_korb_dist/dWeibull", [](benchmark::State &state) {
-        BM_korb_dist3<double>(state, [](BixStream *s, int n, double *r) {
-            return _bixdRngWeibull(0, s, n, r, 1.5, 0.0, 1.0);
-        });
-    });
-    add3("BM_korb_dist/sWeibull", [](benchmark::State &state) {
-        BM_korb_dist3<float>(state, [](BixStream *s, int n, float *r) {
-            return _bixsRngWeibull(0, s, n, r, 1.5f, 0.0f, 1.0f);
-        });
-    });
-    add3("BM_korb_dist/dLognormal", [](benchmark::State &state) {
-        BM_korb_dist3<double>(state, [](BixStream *s, int n, double *r) {
-            return _bixdRngLognormal(0, s, n, r, 0.0, 1.0, 0.0, 1.0);
-        });
-    });
-    add3("BM_korb_dist/sLognormal", [](benchmark::State &state) {
-        BM_korb_dist3<float>(state, [](BixStream *s, int n, float *r) {
-            return _bixsRngLognormal(0, s, n, r, 0.0f, 1.0f, 0.0f, 1.0f);
-        });
-    });
-    add3("BM_korb_dist/iUniform", [](benchmark::State &state) {
-        BM_korb_dist3<int>(
-            state, [](BixStream *s, int n, int *r) { return _bixiRngUniform(0, s, n, r, -5, 5); });
-    });
-    add3("BM_korb_dist/iBernoulli", [](benchmark::State &state) {
-        BM_korb_dist3<int>(
-            state, [](BixStream *s, int n, int *r) { return _bixiRngBernoulli(0, s, n, r, 0.3); });
-    });
-    add3("BM_korb_dist/iGeometric", [](benchmark::State &state) {
-        BM_korb_dist3<int>(
-            state, [](BixStream *s, int n, int *r) { return _bixiRngGeometric(0, s, n, r, 0.2); });
-    });
+    for (int i = 0; i < list::kEntryCount; ++i) {
+        const list::Entry &e = list::kEntries[i];
+        const list::Kernels &k = list::kKernels[i];
+        add<double>(e, "d", k.d);
+        add<float>(e, "s", k.s);
+        add<int>(e, "i", k.i);
+    }
     return true;
 }();
 

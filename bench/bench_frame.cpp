@@ -6,7 +6,7 @@
 // frees, both depending on what ran before; fixed thresholds keep every block on the heap and
 // the heap untrimmed, so each benchmark measures the same allocator work.
 #include <benchmark/benchmark.h>
-#include <korb/frame.h>
+#include <korb/kernel/frame.h>
 #include <malloc.h>
 
 #include <cstdlib>

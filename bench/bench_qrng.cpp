@@ -4,7 +4,7 @@
 // unscrambled Sobol sampler on the same shapes.
 #include <benchmark/benchmark.h>
 #include <gsl/gsl_qrng.h>
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <vector>
 

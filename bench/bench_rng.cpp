@@ -1,15 +1,19 @@
-// Basic generators filling arrays of n = 1000 and 1,000,000 numbers, beside libstdc++'s engine
+// Every generator of rng/generators.def that generates, filling arrays of n = 1000 and 1,000,000
+// raw words, doubles and floats (BM_korb_ints<BIX_BRNG_...> and so on), beside libstdc++'s engine
 // with the same parameters (x(i+1) = 1132489760 x(i) mod 2^31 - 1): its raw integers, and
 // doubles through std::uniform_real_distribution. For MRG32K3A and MCG59 the peers are
 // std::mt19937_64 (raw words, and doubles through std::generate_canonical) and the MRG32k3a
 // recurrence as usually written, with remainders. Items are numbers generated; each benchmark
 // folds its output into a checksum so nothing is optimised away.
 #include <benchmark/benchmark.h>
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <random>
+#include <string>
 #include <type_traits>
 #include <vector>
+
+#include "rng/generators.h"
 
 namespace {
 
@@ -40,11 +44,11 @@ int fill(const BrngProperties &p, BixStream *s, int n, std::vector<float> &r) {
     return p.sGen(s, n, r.data(), 0.0f, 1.0f);
 }
 
-template <int Brng, class T>
-void BM_korb(benchmark::State &state) {
-    BixStream *s = make(Brng);
+template <class T>
+void BM_korb(benchmark::State &state, int brng) {
+    BixStream *s = make(brng);
     BrngProperties p{};
-    __bixGetBrngProperties(Brng, &p);
+    __bixGetBrngProperties(brng, &p);
     const int n = static_cast<int>(state.range(0));
     const size_t per_number = std::is_same_v<T, uint32_t> ? p.wordSize / 4 : 1;
     std::vector<T> r(static_cast<size_t>(n) * per_number);
@@ -112,21 +116,31 @@ void BM_mt19937_64_doubles(benchmark::State &state) {
 
 #define KORB_BENCH_SIZES ->Arg(1000)->Arg(1000000)
 
-// The generators benchmarked; a generator joins with one line.
-#define KORB_BENCH_BRNG(brng)                                                              \
-    BENCHMARK(BM_korb<brng, uint32_t>)->Name("BM_korb_ints<" #brng ">") KORB_BENCH_SIZES;  \
-    BENCHMARK(BM_korb<brng, double>)->Name("BM_korb_doubles<" #brng ">") KORB_BENCH_SIZES; \
-    BENCHMARK(BM_korb<brng, float>)->Name("BM_korb_floats<" #brng ">") KORB_BENCH_SIZES;
+// The id constants' names, in list order.
+#define KORB_BRNG(ID, ...) "BIX_BRNG_" #ID,
+constexpr const char *kIdNames[] = {
+#include "rng/generators.def"
+};
+#undef KORB_BRNG
 
-KORB_BENCH_BRNG(BIX_BRNG_MCG31M1)
-KORB_BENCH_BRNG(BIX_BRNG_MRG32K3A)
-KORB_BENCH_BRNG(BIX_BRNG_MCG59)
-KORB_BENCH_BRNG(BIX_BRNG_R250)
-KORB_BENCH_BRNG(BIX_BRNG_WH)
-KORB_BENCH_BRNG(BIX_BRNG_SOBOL)
-KORB_BENCH_BRNG(BIX_BRNG_NIEDERR)
-KORB_BENCH_BRNG(BIX_BRNG_MT19937)
-KORB_BENCH_BRNG(BIX_BRNG_MT2203)
+template <class T>
+void register_korb(const char *what, int brng, const char *id_name) {
+    const std::string name = std::string("BM_korb_") + what + "<" + id_name + ">";
+    benchmark::RegisterBenchmark(name.c_str(), BM_korb<T>, brng) KORB_BENCH_SIZES;
+}
+
+// Every generator of the list whose streams generate, in list order.
+const bool kRegistered = [] {
+    for (int r = 0; r < korb::rng::kGeneratorCount; ++r) {
+        const korb::rng::GeneratorInfo &g = korb::rng::kGenerators[r];
+        if (!g.generates()) continue;
+        register_korb<uint32_t>("ints", g.id, kIdNames[r]);
+        register_korb<double>("doubles", g.id, kIdNames[r]);
+        register_korb<float>("floats", g.id, kIdNames[r]);
+    }
+    return true;
+}();
+
 BENCHMARK(BM_libstdcxx_ints) KORB_BENCH_SIZES;
 BENCHMARK(BM_libstdcxx_doubles) KORB_BENCH_SIZES;
 BENCHMARK(BM_textbook_mrg32k3a_ints) KORB_BENCH_SIZES;

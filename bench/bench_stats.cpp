@@ -9,7 +9,7 @@
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <gsl/gsl_statistics_double.h>
-#include <korb/ss.h>
+#include <korb/kernel/ss.h>
 
 #include <algorithm>
 #include <cstdint>

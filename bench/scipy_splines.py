@@ -32,7 +32,7 @@ from scipy.interpolate import Akima1DInterpolator, CubicHermiteSpline, CubicSpli
 REPEATS = 5
 LIB = os.path.join(os.path.dirname(__file__), "..", "build", "lib", "libkorb_def.so")
 
-# From include/korb/df.h.
+# From include/korb/kernel/df.h.
 NATURAL, HERMITE, AKIMA = 2, 3, 5
 NOT_A_KNOT, FREE_END = 1, 2
 PP_SPLINE, METHOD_STD, IC_1ST_DER = 1, 0, 1

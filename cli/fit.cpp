@@ -4,7 +4,7 @@
 //   korb fit FILE [--spline KIND] [--bc not-a-knot|free|periodic]
 //                 [--left first|second=VALUE] [--right first|second=VALUE]
 //                 [--at SITES [--derivative K[,K...]] | --integrate A,B ...]
-#include <korb/df.h>
+#include <korb/kernel/df.h>
 
 #include <cerrno>
 #include <cstdio>

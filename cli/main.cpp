@@ -5,8 +5,8 @@
 // Text output by default. A usage error prints one line to standard error and exits with 2; a
 // library status is printed with its name and exits with 1.
 #include <dlfcn.h>
-#include <korb/frame.h>
-#include <korb/vm.h>
+#include <korb/kernel/frame.h>
+#include <korb/kernel/vm.h>
 
 #include <cctype>
 #include <cerrno>
@@ -117,7 +117,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"info", cmd_info, "library version, processor classes, vector-math mode, generators"},
     {"rng", cmd_rng, "draw numbers from a basic random generator"},
-    {"stats", cmd_stats, "summary statistics of a data file (minmax)"},
+    {"stats", cmd_stats, "summary statistics of a data file (minmax, basic, quantiles)"},
     {"fit", cmd_fit, "a spline through the columns of a data file, as its coefficients"},
 };
 

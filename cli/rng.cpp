@@ -1,6 +1,6 @@
 // korb rng: draw numbers from a basic generator and print them, optionally from a stream saved
 // by an earlier run and saving it again afterwards; the registry listing of korb info.
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <cerrno>
 #include <cinttypes>
@@ -14,32 +14,15 @@
 #include <vector>
 
 #include "commands.h"
+#include "rng/generators.h"
 #include "rng_dist.h"
 
 namespace korb::cli {
 namespace {
 
-struct NamedBrng {
-    const char *name;
-    int id;
-};
-
-constexpr NamedBrng kBrngs[] = {
-    {"MCG31M1", BIX_BRNG_MCG31M1},
-    {"R250", BIX_BRNG_R250},
-    {"MRG32K3A", BIX_BRNG_MRG32K3A},
-    {"MCG59", BIX_BRNG_MCG59},
-    {"WH", BIX_BRNG_WH},
-    {"SOBOL", BIX_BRNG_SOBOL},
-    {"NIEDERR", BIX_BRNG_NIEDERR},
-    {"MT19937", BIX_BRNG_MT19937},
-    {"MT2203", BIX_BRNG_MT2203},
-    {"IABSTRACT", BIX_BRNG_IABSTRACT},
-    {"DABSTRACT", BIX_BRNG_DABSTRACT},
-    {"SABSTRACT", BIX_BRNG_SABSTRACT},
-    {"SFMT19937", BIX_BRNG_SFMT19937},
-    {"NONDETERM", BIX_BRNG_NONDETERM},
-};
+using rng::BrngKind;
+using rng::GeneratorInfo;
+using rng::kGenerators;
 
 constexpr NamedStatus kStatuses[] = {
     {BIX_ERROR_BADMETHOD, "BIX_ERROR_BADMETHOD"},
@@ -66,11 +49,36 @@ int library_error(const char *what, int status) {
     return cli::library_error(what, status, kStatuses);
 }
 
-const char *brng_name(int id) {
-    for (const NamedBrng &b : kBrngs) {
-        if (b.id == (id & ~0xFFFFF)) return b.name;
+// The list's entry of a generator id's row (any member), or null for rows the list does not
+// hold.
+const GeneratorInfo *generator_of(int id) {
+    for (const GeneratorInfo &g : kGenerators) {
+        if (g.id == (id & ~0xFFFFF)) return &g;
     }
-    return "registered";
+    return nullptr;
+}
+
+const GeneratorInfo *generator_named(std::string_view name) {
+    for (const GeneratorInfo &g : kGenerators) {
+        if (name.size() == std::strlen(g.name) &&
+            strncasecmp(name.data(), g.name, name.size()) == 0) {
+            return &g;
+        }
+    }
+    return nullptr;
+}
+
+// The generators of a kind, as "A, B and C" (empty when there are none).
+std::string names_of_kind(BrngKind kind, const char *suffix) {
+    std::vector<std::string> names;
+    for (const GeneratorInfo &g : kGenerators) {
+        if (g.kind == kind) names.push_back(std::string(g.name) + suffix);
+    }
+    std::string text;
+    for (size_t k = 0; k < names.size(); ++k) {
+        text += (k == 0 ? "" : k + 1 == names.size() ? " and " : ", ") + names[k];
+    }
+    return text;
 }
 
 bool parse_real(const char *s, double *out) {
@@ -91,17 +99,13 @@ bool parse_brng(const char *s, int *id) {
         member_text = text.substr(plus + 1);
         text = text.substr(0, plus);
     }
-    for (const NamedBrng &b : kBrngs) {
-        if (text.size() != std::strlen(b.name) ||
-            strncasecmp(text.data(), b.name, text.size()) != 0) {
-            continue;
-        }
+    if (const GeneratorInfo *g = generator_named(text)) {
         long long member = 0;
         if (!member_text.empty() &&
             !parse_integer(std::string(member_text).c_str(), 0, 0xFFFFF, &member)) {
             return false;
         }
-        *id = b.id + static_cast<int>(member);
+        *id = g->id + static_cast<int>(member);
         return true;
     }
     long long v = 0;
@@ -128,7 +132,7 @@ bool parse_seeds(const char *s, std::vector<uint32_t> *seeds) {
 enum class Format { Int, Double, Float };
 
 struct Options {
-    int brng = BIX_BRNG_MCG31M1;
+    int brng = kGenerators[0].id;
     std::vector<uint32_t> seeds{1};
     long long n = 10;
     Format format = Format::Int;
@@ -141,7 +145,7 @@ struct Options {
     bool binary = false;
     bool brng_or_seed_given = false;
     bool seeds_given = false;
-    long long dimension = 0;     // SOBOL:D, NIEDERR:D: seed D, and D numbers (one point) per line
+    long long dimension = 0;     // NAME:D of a quasi-random generator: seed D, D numbers a line
     const char *load = nullptr;  // a saved stream to continue instead of a fresh one
     const char *save = nullptr;  // where to save the stream after drawing
     bool format_given = false;
@@ -158,10 +162,8 @@ bool parse_dimension(std::string *brng, long long *dimension) {
     const size_t colon = brng->find(':');
     if (colon == std::string::npos) return true;
     // Any other NAME:MEMBER names a member of a generator set.
-    const std::string name = brng->substr(0, colon);
-    if (strcasecmp(name.c_str(), "SOBOL") != 0 && strcasecmp(name.c_str(), "NIEDERR") != 0) {
-        return true;
-    }
+    const GeneratorInfo *g = generator_named(std::string_view(*brng).substr(0, colon));
+    if (g == nullptr || g->kind != BrngKind::quasi_random) return true;
     const bool ok = parse_integer(brng->c_str() + colon + 1, 1, UINT32_MAX, dimension);
     brng->resize(colon);
     return ok;
@@ -379,39 +381,33 @@ void emit(const std::vector<T> &r, size_t n, bool binary, long long per_line, lo
 }
 
 void print_help() {
-    std::puts(
+    std::printf(
         "usage: korb rng [--brng NAME|ID] [--seed S[,S...]] [--n N]\n"
         "                [--format int|double|float] [--a A --b B]\n"
         "                [--skip N] [--leapfrog K,NSTREAMS] [--binary]\n"
         "                [--load FILE] [--save FILE]\n"
         "                [--dist DIST [--method M] [parameters]] [--stats]\n"
-        "Draws N numbers (default 10) from a stream of the generator (default MCG31M1,\n"
+        "Draws N numbers (default 10) from a stream of the generator (default %s,\n"
         "seed 1) and prints one per line: raw output words for int, numbers on [A, B)\n"
         "(default [0, 1)) for double and float. --skip and --leapfrog split the stream\n"
         "first (skip-ahead, then leapfrog). --binary writes the raw values instead.\n"
         "NAME is a generator of 'korb info', optionally NAME+MEMBER or NAME:MEMBER.\n"
-        "SOBOL:D and NIEDERR:D draw points of dimension D, one per line: N counts\n"
-        "points (--leapfrog K,D keeps coordinate K, one number per line).\n"
+        "%s draw points of dimension D, one per line: N counts\n"
+        "points (--leapfrog K,D keeps coordinate K, one number per line).\n",
+        kGenerators[0].name, names_of_kind(BrngKind::quasi_random, ":D").c_str());
+    std::puts(
         "--load continues a stream saved by --save (generator, state and chunks come\n"
         "from FILE, so no --brng or --seed); --save writes the stream as it stands after\n"
         "the N numbers, so that a later run with --load continues where this one stopped.\n"
         "FILE may be the same for both.\n"
-        "--dist DIST draws variates of a distribution from the stream instead:\n"
-        "  uniform   [--a A --b B]              methods std (default), accurate\n"
-        "  gaussian  [--mean M --sigma S]       methods boxmuller (default), boxmuller2,\n"
-        "                                       icdf\n"
-        "  exponential, laplace, cauchy, rayleigh, gumbel  [--a A --beta B]\n"
-        "  weibull   [--alpha S --a A --beta B]\n"
-        "  lognormal [--a M --sigma S --b B --beta B]   (the normal's mean and deviation,\n"
-        "                                       displacement, scale)\n"
-        "  uniform-int [--a A --b B]            integers A..B-1\n"
-        "  bernoulli, geometric  [--p P]        success probability\n"
-        "  bits      the generator's raw words through the uniform-bits kernel\n"
-        "  bits32, bits64  uniform 32- or 64-bit words (MCG59, MT19937, MT2203,\n"
-        "            SFMT19937); with --binary raw little-endian words, e.g. for a test\n"
-        "            battery reading standard input\n"
-        "as doubles (--format float for single precision; integer distributions print\n"
-        "signed integers); --method picks the method.\n"
+        "--dist DIST draws variates of a distribution from the stream instead, as\n"
+        "doubles (--format float for single precision; integer distributions print\n"
+        "signed integers, the bits ones unsigned words, which --binary writes as raw\n"
+        "little-endian words, e.g. for a test battery reading standard input). Its\n"
+        "parameters are the options shown with their defaults; --method M picks one of\n"
+        "the methods listed, the first by default:");
+    print_distribution_help();
+    std::puts(
         "--stats prints count, mean, variance, min and max of the N numbers instead of\n"
         "the numbers.");
 }
@@ -437,9 +433,8 @@ int cmd_rng(int argc, char **argv) {
         }
         o.brng = __bixGetStreamStateBrng(stream);
         // An abstract stream's state points into the memory of the process that saved it.
-        if (const int base = o.brng & ~0xFFFFF; base == BIX_BRNG_IABSTRACT ||
-                                                base == BIX_BRNG_DABSTRACT ||
-                                                base == BIX_BRNG_SABSTRACT) {
+        if (const GeneratorInfo *g = generator_of(o.brng);
+            g != nullptr && g->kind == BrngKind::abstract) {
             __bixDeleteStream(&stream);
             return usage_error("rng: cannot draw from the abstract stream saved in", o.load);
         }
@@ -500,7 +495,8 @@ int cmd_rng(int argc, char **argv) {
                                       : row.iGen(stream, m, ints.data());
                 if (status != BIX_ERROR_OK) break;
                 if (per_word == 2 && !o.binary) {
-                    // 64-bit words (MCG59, bits64) print as one number each, low half first.
+                    // 64-bit words (word size 8, bits64) print as one number each, low half
+                    // first.
                     for (size_t k = 0; k < count; ++k) {
                         const uint64_t w = ints[2 * k] | static_cast<uint64_t>(ints[2 * k + 1])
                                                              << 32;
@@ -555,19 +551,11 @@ void print_rng_registry() {
         const int id = (r + 1) * 0x100000;
         BrngProperties p{};
         if (__bixGetBrngProperties(id, &p) != BIX_ERROR_OK) continue;
-        // The member count is the first member number that is refused.
-        int lo = 1, hi = 0x100000;
-        while (lo < hi) {
-            const int mid = lo + (hi - lo) / 2;
-            BrngProperties q{};
-            if (__bixGetBrngProperties(id + mid, &q) == BIX_ERROR_OK) {
-                lo = mid + 1;
-            } else {
-                hi = mid;
-            }
-        }
+        const GeneratorInfo *g = generator_of(id);
+        // A registered generator has one member.
+        const int members = g != nullptr ? g->members : 1;
         const char *built = "yes";
-        if (id == BIX_BRNG_IABSTRACT || id == BIX_BRNG_DABSTRACT || id == BIX_BRNG_SABSTRACT) {
+        if (g != nullptr && g->kind == BrngKind::abstract) {
             built = "abstract";
         } else {
             BixStream *s = nullptr;
@@ -579,8 +567,9 @@ void print_rng_registry() {
             if (status == BIX_ERROR_NONDETERM_NOT_SUPPORTED) built = "seeds only";
             __bixDeleteStream(&s);
         }
-        std::printf("  %3d  0x%06X  %-10s %9d %5d %4d %8d %4d %7d  %s\n", r, id, brng_name(id),
-                    p.stateSize, p.stateWords, p.includesZero, p.wordSize, p.nBits, lo, built);
+        std::printf("  %3d  0x%06X  %-10s %9d %5d %4d %8d %4d %7d  %s\n", r, id,
+                    g != nullptr ? g->name : "registered", p.stateSize, p.stateWords,
+                    p.includesZero, p.wordSize, p.nBits, members, built);
     }
 }
 

@@ -1,169 +1,80 @@
-// The distribution table of korb rng and its --stats summary.
+// The distribution table of korb rng, built from the distribution list, its help and its --stats
+// summary.
 #include "rng_dist.h"
 
-#include <cinttypes>
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 
 namespace korb::cli {
 namespace {
 
-int d_uniform(int m, BixStream *s, int n, double *r, const double *p) {
-    return _bixdRngUniform(m, s, n, r, p[0], p[1]);
-}
-int s_uniform(int m, BixStream *s, int n, float *r, const double *p) {
-    return _bixsRngUniform(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]));
-}
-int d_gaussian(int m, BixStream *s, int n, double *r, const double *p) {
-    return _bixdRngGaussian(m, s, n, r, p[0], p[1]);
-}
-int s_gaussian(int m, BixStream *s, int n, float *r, const double *p) {
-    return _bixsRngGaussian(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]));
-}
+using dist::list::Bound;
+using dist::list::Entry;
+using dist::list::kEntries;
+using dist::list::kEntryCount;
+using dist::list::Param;
 
-// The kernels of two parameters (a, beta), and Weibull's and the lognormal's.
-#define KORB_CLI_TWO(F)                                                                         \
-    [](int m, BixStream *s, int n, double *r, const double *p) {                                \
-        return _bixdRng##F(m, s, n, r, p[0], p[1]);                                             \
-    },                                                                                          \
-        [](int m, BixStream *s, int n, float *r, const double *p) {                             \
-            return _bixsRng##F(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1])); \
-        }
-int d_weibull(int m, BixStream *s, int n, double *r, const double *p) {
-    return _bixdRngWeibull(m, s, n, r, p[0], p[1], p[2]);
-}
-int s_weibull(int m, BixStream *s, int n, float *r, const double *p) {
-    return _bixsRngWeibull(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]),
-                           static_cast<float>(p[2]));
-}
-int d_lognormal(int m, BixStream *s, int n, double *r, const double *p) {
-    return _bixdRngLognormal(m, s, n, r, p[0], p[1], p[2], p[3]);
-}
-int s_lognormal(int m, BixStream *s, int n, float *r, const double *p) {
-    return _bixsRngLognormal(m, s, n, r, static_cast<float>(p[0]), static_cast<float>(p[1]),
-                             static_cast<float>(p[2]), static_cast<float>(p[3]));
-}
-
-int i_uniform(int m, BixStream *s, int n, int32_t *r, const double *p) {
-    return _bixiRngUniform(m, s, n, r, static_cast<int>(p[0]), static_cast<int>(p[1]));
-}
-int i_bernoulli(int m, BixStream *s, int n, int32_t *r, const double *p) {
-    return _bixiRngBernoulli(m, s, n, r, p[0]);
-}
-int i_geometric(int m, BixStream *s, int n, int32_t *r, const double *p) {
-    return _bixiRngGeometric(m, s, n, r, p[0]);
-}
-int w_bits64(int m, BixStream *s, int n, uint32_t *r) {
-    return _bixiRngUniformBits64(m, s, n, reinterpret_cast<uint64_t *>(r));
-}
-const char *no_check(const double *) {
-    return nullptr;
-}
-
-const char *integer_bounds(const double *p) {
-    for (int k = 0; k < 2; ++k) {
-        if (p[k] != std::trunc(p[k]) || p[k] < INT32_MIN || p[k] > INT32_MAX) {
-            return "--a and --b must be 32-bit integers";
-        }
+constexpr auto kDistributions = [] {
+    std::array<Distribution, kEntryCount> table{};
+    for (int k = 0; k < kEntryCount; ++k) {
+        const Entry &e = kEntries[k];
+        Distribution &d = table[k];
+        static_cast<dist::list::Kernels &>(d) = dist::list::kKernels[k];
+        d.name = e.name;
+        d.entry = &e;
+        for (int j = 0; j < e.param_count; ++j) d.params[j] = e.params[j];
+        for (int j = 0; j < e.method_count; ++j) d.methods[j] = e.methods[j];
     }
-    return p[0] < p[1] ? nullptr : "--a must be below --b";
-}
-const char *probability(const double *p) {
-    return p[0] >= 0 && p[0] <= 1 ? nullptr : "--p must lie in [0, 1]";
-}
-const char *success_probability(const double *p) {
-    return p[0] > 0 && p[0] <= 1 ? nullptr : "--p must lie in (0, 1]";
+    return table;
+}();
+
+std::string number_text(double x) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.17g", x);
+    return text;
 }
 
-const char *below(const double *p) {
-    return p[0] < p[1] ? nullptr : "--a must be below --b";
+// A parameter's domain with the other parameters by their options: "(--a, inf)".
+std::string domain_text(const Entry &e, const Param &p) {
+    const auto end = [&](const Bound &b, bool low) -> std::string {
+        if (b.kind == Bound::kUnbounded) return low ? "-inf" : "inf";
+        if (b.kind == Bound::kConstant) return number_text(b.value);
+        const Param &other = e.params[b.param];
+        return other.option != nullptr ? other.option : other.name;
+    };
+    std::string text = p.low.closed ? "[" : "(";
+    text += end(p.low, true);
+    text += ", ";
+    text += end(p.high, false);
+    text += p.high.closed ? "]" : ")";
+    return text;
 }
-const char *positive_second(const double *p) {
-    return p[1] > 0 ? nullptr : "the scale must be positive";
-}
-const char *weibull_check(const double *p) {
-    return p[0] > 0 && p[2] > 0 ? nullptr : "--alpha and --beta must be positive";
-}
-const char *lognormal_check(const double *p) {
-    return p[1] > 0 && p[3] > 0 ? nullptr : "--sigma and --beta must be positive";
-}
-
-constexpr DistMethod kInversion[] = {{"icdf", BIX_RNG_METHOD_ICDF}};
-constexpr DistMethod kStandard[] = {{"std", BIX_RNG_METHOD_STD}};
-constexpr DistParam kShift = {"--a", 0.0};
-constexpr DistParam kScale = {"--beta", 1.0};
-
-constexpr Distribution kDistributions[] = {
-    {"uniform",
-     {{"--a", 0.0}, {"--b", 1.0}},
-     {{"std", BIX_RNG_METHOD_UNIFORM_STD}, {"accurate", BIX_RNG_METHOD_UNIFORM_STD_ACCURATE}},
-     d_uniform,
-     s_uniform,
-     nullptr,
-     below},
-    {"gaussian",
-     {{"--mean", 0.0}, {"--sigma", 1.0}},
-     {{"boxmuller", BIX_RNG_METHOD_GAUSSIAN_BOXMULLER},
-      {"boxmuller2", BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2},
-      {"icdf", BIX_RNG_METHOD_GAUSSIAN_ICDF}},
-     d_gaussian,
-     s_gaussian,
-     nullptr,
-     positive_second},
-    {"exponential",
-     {kShift, kScale},
-     {kInversion[0]},
-     KORB_CLI_TWO(Exponential),
-     nullptr,
-     positive_second},
-    {"laplace", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Laplace), nullptr, positive_second},
-    {"weibull",
-     {{"--alpha", 1.0}, kShift, kScale},
-     {kInversion[0]},
-     d_weibull,
-     s_weibull,
-     nullptr,
-     weibull_check},
-    {"cauchy", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Cauchy), nullptr, positive_second},
-    {"rayleigh",
-     {kShift, kScale},
-     {kInversion[0]},
-     KORB_CLI_TWO(Rayleigh),
-     nullptr,
-     positive_second},
-    {"lognormal",
-     {kShift, {"--sigma", 1.0}, {"--b", 0.0}, kScale},
-     {kInversion[0]},
-     d_lognormal,
-     s_lognormal,
-     nullptr,
-     lognormal_check},
-    {"gumbel", {kShift, kScale}, {kInversion[0]}, KORB_CLI_TWO(Gumbel), nullptr, positive_second},
-    {"uniform-int",
-     {{"--a", 0.0}, {"--b", 2.0}},
-     {kStandard[0]},
-     nullptr,
-     nullptr,
-     i_uniform,
-     integer_bounds},
-    {"bernoulli", {{"--p", 0.5}}, {kInversion[0]}, nullptr, nullptr, i_bernoulli, probability},
-    {"geometric",
-     {{"--p", 0.5}},
-     {kInversion[0]},
-     nullptr,
-     nullptr,
-     i_geometric,
-     success_probability},
-    {"bits", {}, {kStandard[0]}, nullptr, nullptr, nullptr, no_check, _bixiRngUniformBits, 0},
-    {"bits32", {}, {kStandard[0]}, nullptr, nullptr, nullptr, no_check, _bixiRngUniformBits32, 1},
-    {"bits64", {}, {kStandard[0]}, nullptr, nullptr, nullptr, no_check, w_bits64, 2},
-};
 
 }  // namespace
+
+const char *Distribution::check(const double *p) const {
+    const int k = dist::list::refused(*entry, p);
+    if (k < 0) return nullptr;
+    const Param &param = entry->params[k];
+    const bool unbounded =
+        param.low.kind == Bound::kUnbounded && param.high.kind == Bound::kUnbounded;
+    static std::string message;
+    message = std::string(param.option != nullptr ? param.option : param.name);
+    if (param.type == dist::list::Type::kInt) {
+        message += " must be a 32-bit integer";
+        if (!unbounded) message += " in " + domain_text(*entry, param);
+    } else {
+        message += unbounded ? " must be finite" : " must lie in " + domain_text(*entry, param);
+    }
+    return message.c_str();
+}
 
 std::span<const Distribution> distributions() {
     return kDistributions;
@@ -183,6 +94,33 @@ bool is_param_option(std::string_view option) {
         }
     }
     return false;
+}
+
+void print_distribution_help() {
+    std::string options[kEntryCount];
+    int name_width = 0, options_width = 0;
+    for (int k = 0; k < kEntryCount; ++k) {
+        const Distribution &d = kDistributions[k];
+        for (const DistParam &p : d.params) {
+            if (p.option == nullptr) continue;
+            char text[64];
+            std::snprintf(text, sizeof text, "%s%s %g", options[k].empty() ? "" : " ", p.option,
+                          p.fallback);
+            options[k] += text;
+        }
+        name_width = std::max(name_width, static_cast<int>(std::strlen(d.name)));
+        options_width = std::max(options_width, static_cast<int>(options[k].size()));
+    }
+    for (int k = 0; k < kEntryCount; ++k) {
+        const Distribution &d = kDistributions[k];
+        std::string methods;
+        for (const DistMethod &m : d.methods) {
+            if (m.name != nullptr) methods += (methods.empty() ? "" : ", ") + std::string(m.name);
+        }
+        std::printf("  %-*s  %-*s  %s\n", name_width, d.name, options_width, options[k].c_str(),
+                    methods.c_str());
+        std::printf("  %-*s    %s\n", name_width, "", d.entry->about);
+    }
 }
 
 constexpr size_t kSummaryBlock = 4096;

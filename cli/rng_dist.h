@@ -1,8 +1,9 @@
-// The distributions korb rng can draw from: their names, parameter options, methods and
-// kernels, and the summary that --stats prints.
+// The distributions korb rng can draw from, one per entry of the distribution list
+// (distributions/distributions.def): their names, parameter options, methods and kernels, their
+// part of the help, and the summary that --stats prints.
 #pragma once
 
-#include <korb/rng.h>
+#include <korb/kernel/rng.h>
 
 #include <cstdint>
 #include <limits>
@@ -10,35 +11,30 @@
 #include <string_view>
 #include <vector>
 
+#include "distributions/list_kernels.h"
+
 namespace korb::cli {
 
-constexpr int kMaxDistParams = 4;
-constexpr int kMaxDistMethods = 4;
+constexpr int kMaxDistParams = dist::list::kMaxParams;
+constexpr int kMaxDistMethods = dist::list::kMaxMethods;
 
-struct DistParam {
-    const char *option;  // "--sigma"
-    double fallback;     // the value when the option is not given
-};
+// A parameter: its option ("--sigma", null past the last) and the value when it is not given.
+using DistParam = dist::list::Param;
+// A method: its name (null past the last) and id.
+using DistMethod = dist::list::Method;
 
-struct DistMethod {
-    const char *name;
-    int id;
-};
+// The kernels d, s, i take the parameters in the distribution's order, as doubles; a null kernel
+// is a precision the distribution does not have. w writes unsigned words of word_elements 32-bit
+// elements each (0: the generator's own).
+struct Distribution : dist::list::Kernels {
+    const char *name = nullptr;
+    DistParam params[kMaxDistParams] = {};
+    DistMethod methods[kMaxDistMethods] = {};  // the first is the default
+    const dist::list::Entry *entry = nullptr;
 
-// Kernels take the parameters in the distribution's order; a null kernel is a precision the
-// distribution does not have.
-struct Distribution {
-    const char *name;
-    DistParam params[kMaxDistParams];     // unused entries have a null option
-    DistMethod methods[kMaxDistMethods];  // the first is the default; unused entries null
-    int (*d)(int method, BixStream *s, int n, double *r, const double *p);
-    int (*s)(int method, BixStream *s, int n, float *r, const double *p);
-    int (*i)(int method, BixStream *s, int n, int32_t *r, const double *p);
-    // Null when the parameters are acceptable, else what is wrong with them.
-    const char *(*check)(const double *p);
-    // Unsigned output words of word_elements 32-bit elements each (0: the generator's own).
-    int (*w)(int method, BixStream *s, int n, uint32_t *r) = nullptr;
-    int word_elements = 0;
+    // Null when the parameters are in their domains, else what is wrong with the first that is
+    // not (valid until the next call).
+    const char *check(const double *p) const;
 };
 
 std::span<const Distribution> distributions();
@@ -46,6 +42,10 @@ const Distribution *find_distribution(std::string_view name);
 
 // Whether some distribution has a parameter option of this name.
 bool is_param_option(std::string_view option);
+
+// The --dist part of korb rng --help: one entry per distribution with its options, their
+// defaults, its methods and what it draws.
+void print_distribution_help();
 
 // Running count, mean, variance, minimum and maximum of the numbers drawn, computed by the
 // library's estimators on blocks of the numbers, merged as portions.

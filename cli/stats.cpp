@@ -2,7 +2,9 @@
 //
 //   korb stats minmax FILE [--layout rows|cols] [--p P] [--binary]
 //   korb stats basic FILE [--layout rows|cols] [--p P] [--binary] [--method twopass|onepass]
-#include <korb/ss.h>
+//   korb stats [quantiles] --quantiles Q1,Q2,... [FILE] [--stream EPS [--method zw|gk]]
+//              [--layout rows|cols] [--p P] [--binary]
+#include <korb/kernel/ss.h>
 
 #include <cerrno>
 #include <cmath>
@@ -31,6 +33,11 @@ constexpr NamedStatus kStatuses[] = {
     {BIX_SS_ERROR_NULL_STORAGE, "BIX_SS_ERROR_NULL_STORAGE"},
     {BIX_SS_ERROR_BAD_METHOD, "BIX_SS_ERROR_BAD_METHOD"},
     {BIX_SS_ERROR_NULL_TASK, "BIX_SS_ERROR_NULL_TASK"},
+    {BIX_SS_ERROR_NULL_QUANT_ORDERS, "BIX_SS_ERROR_NULL_QUANT_ORDERS"},
+    {BIX_SS_ERROR_BAD_QUANT_ORDERS, "BIX_SS_ERROR_BAD_QUANT_ORDERS"},
+    {BIX_SS_ERROR_NULL_QUANTILES, "BIX_SS_ERROR_NULL_QUANTILES"},
+    {BIX_SS_ERROR_BAD_STREAM_EPSILON, "BIX_SS_ERROR_BAD_STREAM_EPSILON"},
+    {BIX_SS_ERROR_BAD_STREAM_ORDERS, "BIX_SS_ERROR_BAD_STREAM_ORDERS"},
 };
 
 int library_error(const char *what, int status) {
@@ -108,6 +115,8 @@ void print_help() {
         "usage: korb stats minmax FILE [--layout rows|cols] [--p P] [--binary]\n"
         "       korb stats basic FILE [--layout rows|cols] [--p P] [--binary]\n"
         "                             [--method twopass|onepass]\n"
+        "       korb stats [quantiles] --quantiles Q1,Q2,... [FILE] [--layout rows|cols]\n"
+        "                  [--p P] [--binary] [--stream EPS [--method zw|gk]]\n"
         "minmax prints the minimum and maximum of each variable of the data in FILE ('-'\n"
         "for standard input), one line per variable: its number, minimum, maximum.\n"
         "basic prints every basic estimate: the count, then one line per estimate with\n"
@@ -122,7 +131,14 @@ void print_help() {
         "sequence of P variables in that layout instead of by lines. --binary reads raw\n"
         "native doubles (one variable unless --p says otherwise). minmax ignores NaN\n"
         "observations (a variable of only NaNs prints inf and -inf); for basic a NaN\n"
-        "makes its variable's estimates NaN.");
+        "makes its variable's estimates NaN.\n"
+        "quantiles prints one line per variable: its number, then its quantile of each\n"
+        "order Q (each in [0, 1]; the linear interpolation of numpy's and R's default;\n"
+        "a variable with a NaN gets nan). FILE defaults to standard input. With --stream\n"
+        "EPS the input is read in portions of about a million numbers and never held\n"
+        "whole: each printed value is an observation whose rank is within EPS times the\n"
+        "count of the exact quantile's, by Zhang and Wang's method (zw, the default) or\n"
+        "Greenwald and Khanna's (gk); --stream needs --layout cols.");
 }
 
 // The data file and the options both actions share; method is set for basic only.
@@ -271,17 +287,266 @@ int cmd_basic(int argc, char **argv) {
     return std::fflush(stdout) == 0 ? 0 : kExitStatus;
 }
 
+// The orders of --quantiles: comma-separated numbers in [0, 1].
+bool parse_orders(const char *text, std::vector<double> *out) {
+    const char *s = text;
+    while (true) {
+        char *end = nullptr;
+        errno = 0;
+        const double q = std::strtod(s, &end);
+        if (end == s || errno != 0 || !(q >= 0 && q <= 1) || (*end != ',' && *end != '\0')) {
+            return false;
+        }
+        out->push_back(q);
+        if (*end == '\0') return true;
+        s = end + 1;
+    }
+}
+
+// Numbers of a text or binary input, a portion at a time. Text lines are checked as read_text
+// checks them: without --p every non-empty line must hold as many numbers as the first.
+class Portions {
+  public:
+    Portions(std::FILE *f, const char *name, bool binary, long long p)
+        : f_(f), name_(name), binary_(binary), p_(p) {}
+    ~Portions() { std::free(line_); }
+    // Appends up to about `want` numbers to out; 0 at the end, a positive exit status on a bad
+    // input, -1 while more may follow.
+    int next(std::vector<double> *out, size_t want) {
+        if (binary_) {
+            const size_t start = out->size();
+            out->resize(start + want);
+            const size_t got = std::fread(out->data() + start, sizeof(double), want, f_);
+            out->resize(start + got);
+            bytes_ += got * sizeof(double);
+            if (std::ferror(f_)) return file_error(name_, "read error");
+            if (got == want) return -1;
+            // A trailing partial number is a format error.
+            if (std::fgetc(f_) != EOF)
+                return file_error(name_, "size is not a whole number of doubles");
+            return 0;
+        }
+        while (out->size() < want) {
+            const ssize_t len = getline(&line_, &cap_, f_);
+            if (len < 0) {
+                if (std::ferror(f_)) return file_error(name_, "read error");
+                return 0;
+            }
+            ++line_no_;
+            long long count = 0;
+            for (const char *s = line_;;) {
+                while (*s == ' ' || *s == '\t' || *s == '\r' || *s == '\n') ++s;
+                if (*s == '\0') break;
+                char *end = nullptr;
+                const double v = std::strtod(s, &end);
+                if (end == s ||
+                    (*end != '\0' && *end != ' ' && *end != '\t' && *end != '\r' && *end != '\n')) {
+                    const char *stop = s + std::strcspn(s, " \t\r\n");
+                    return file_error(where(), "not a number '" + std::string(s, stop) + "'");
+                }
+                out->push_back(v);
+                ++count;
+                s = end;
+            }
+            if (count == 0 || p_ != 0) continue;
+            if (width_ < 0) width_ = count;
+            if (count != width_) {
+                return file_error(where(), "expected " + std::to_string(width_) + " numbers, got " +
+                                               std::to_string(count));
+            }
+        }
+        return -1;
+    }
+    // The number of variables: --p, else the first line's count (1 for binary input).
+    long long variables() const { return p_ != 0 ? p_ : binary_ ? 1 : width_ > 0 ? width_ : 1; }
+
+  private:
+    std::string where() const { return std::string(name_) + ":" + std::to_string(line_no_); }
+    std::FILE *f_;
+    const char *name_;
+    bool binary_;
+    long long p_;
+    long long width_ = -1, line_no_ = 0;
+    size_t bytes_ = 0;
+    char *line_ = nullptr;
+    size_t cap_ = 0;
+};
+
+void print_quantiles(long long p, size_t m, const std::vector<double> &q) {
+    for (long long i = 0; i < p; ++i) {
+        std::printf("%lld", i);
+        for (size_t k = 0; k < m; ++k) {
+            const double v = q[static_cast<size_t>(i) * m + k];
+            std::printf(" %.17g", std::isnan(v) ? std::nan("") : v);
+        }
+        std::putchar('\n');
+    }
+}
+
+// Streaming: portions of whole observations (observation-major) go to the estimator one after
+// another; only the last call's estimates are printed.
+int stream_quantiles(std::FILE *f, const char *name, bool binary, long long p_opt,
+                     const std::vector<double> &orders, double eps, int method) {
+    constexpr size_t kPortion = size_t{1} << 20;
+    Portions in(f, name, binary, p_opt);
+    std::vector<double> buffer;
+    int st = in.next(&buffer, kPortion);
+    if (st > 0) return st;
+    if (buffer.empty()) return file_error(name, "no numbers");
+    const int64_t p = in.variables(), storage = BIX_SS_MATRIX_STORAGE_COLS;
+    const int64_t norders = static_cast<int64_t>(orders.size()), nparams = 1;
+    int64_t n = 1;
+    std::vector<double> results(static_cast<size_t>(p) * orders.size());
+    BixSSTask *task = nullptr;
+    int status = __bixdSSNewTask(&task, &p, &n, &storage, buffer.data(), nullptr, nullptr, 1);
+    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
+    status = __bixdSSEditStreamQuantiles(task, const_cast<int64_t *>(&norders),
+                                         const_cast<double *>(orders.data()), results.data(),
+                                         const_cast<int64_t *>(&nparams), &eps);
+    int exit_status = 0;
+    const size_t up = static_cast<size_t>(p);
+    while (status == BIX_ERROR_OK) {
+        // Whole observations go now; a partial one waits for the rest of its numbers.
+        const size_t whole = buffer.size() / up * up;
+        n = static_cast<int64_t>(whole / up);
+        task->x = buffer.data();
+        status = _bixdSSStreamQuantiles(task, BIX_SS_EST_STREAM_QUANTILES, method);
+        if (status != BIX_ERROR_OK || st == 0) break;
+        buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(whole));
+        st = in.next(&buffer, kPortion);
+        if (st > 0) {
+            exit_status = st;
+            break;
+        }
+    }
+    const bool ragged = status == BIX_ERROR_OK && exit_status == 0 && buffer.size() % up != 0;
+    __bixSSDeleteTask(&task);
+    if (exit_status != 0) return exit_status;
+    if (status != BIX_ERROR_OK) return library_error("_bixdSSStreamQuantiles", status);
+    if (ragged) {
+        return file_error(name,
+                          "the numbers do not divide into " + std::to_string(p) + " variables");
+    }
+    print_quantiles(p, orders.size(), results);
+    return std::fflush(stdout) == 0 ? 0 : kExitStatus;
+}
+
+int cmd_quantiles(int argc, char **argv) {
+    const char *file = nullptr, *order_text = nullptr;
+    bool binary = false, streaming = false, rows = false;
+    long long p = 0;
+    double eps = 0;
+    int method = 0;
+    const char *prefix = "stats quantiles:";
+    const auto prefixed = [prefix](const char *what) { return std::string(prefix) + " " + what; };
+    for (int i = 0; i < argc; ++i) {
+        const std::string_view opt = argv[i];
+        if (opt == "--binary") {
+            binary = true;
+        } else if (opt == "--quantiles" || opt == "--stream" || opt == "--method" ||
+                   opt == "--layout" || opt == "--p") {
+            if (i + 1 >= argc) return usage_error(prefixed("missing value after").c_str(), argv[i]);
+            const char *v = argv[++i];
+            if (opt == "--quantiles") {
+                order_text = v;
+            } else if (opt == "--stream") {
+                char *end = nullptr;
+                eps = std::strtod(v, &end);
+                if (end == v || *end != '\0' || !(eps > 0 && eps <= 1)) {
+                    return usage_error(prefixed("--stream takes an epsilon in (0, 1], got").c_str(),
+                                       v);
+                }
+                streaming = true;
+            } else if (opt == "--method") {
+                if (std::strcmp(v, "zw") != 0 && std::strcmp(v, "gk") != 0) {
+                    return usage_error(prefixed("--method takes zw or gk, got").c_str(), v);
+                }
+                method =
+                    std::strcmp(v, "zw") == 0 ? BIX_SS_METHOD_STREAM_ZW : BIX_SS_METHOD_STREAM_GK;
+            } else if (opt == "--layout") {
+                if (std::strcmp(v, "rows") != 0 && std::strcmp(v, "cols") != 0) {
+                    return usage_error(prefixed("--layout takes rows or cols, got").c_str(), v);
+                }
+                rows = std::strcmp(v, "rows") == 0;
+            } else if (!parse_integer(v, 1, std::numeric_limits<int32_t>::max(), &p)) {
+                return usage_error(prefixed("bad value for --p:").c_str(), v);
+            }
+        } else if (opt.size() > 1 && opt[0] == '-') {
+            return usage_error(prefixed("unknown option").c_str(), argv[i]);
+        } else if (file != nullptr) {
+            return usage_error(prefixed("more than one file, got").c_str(), argv[i]);
+        } else {
+            file = argv[i];
+        }
+    }
+    std::vector<double> orders;
+    if (order_text == nullptr) return usage_error(prefixed("missing").c_str(), "--quantiles");
+    if (!parse_orders(order_text, &orders)) {
+        return usage_error(
+            prefixed("--quantiles takes numbers in [0, 1] separated by commas, got").c_str(),
+            order_text);
+    }
+    if (method != 0 && !streaming) {
+        return usage_error(prefixed("--method needs").c_str(), "--stream");
+    }
+    if (streaming && rows) return usage_error(prefixed("--stream needs").c_str(), "--layout cols");
+    if (method == 0) method = BIX_SS_METHOD_STREAM_ZW;
+
+    if (file == nullptr) file = "-";
+    const bool stdin_file = std::strcmp(file, "-") == 0;
+    std::FILE *f = stdin_file ? stdin : std::fopen(file, binary ? "rb" : "r");
+    if (f == nullptr) return file_error(file, std::strerror(errno));
+    if (streaming) {
+        const int st = stream_quantiles(f, file, binary, p, orders, eps, method);
+        if (!stdin_file) std::fclose(f);
+        return st;
+    }
+    Data d;
+    d.p = p;
+    d.rows = rows;
+    const int read = binary ? read_binary(f, file, &d) : read_text(f, file, &d);
+    if (!stdin_file) std::fclose(f);
+    if (read != 0) return read;
+    if (d.x.empty()) return file_error(file, "no numbers");
+    if (d.x.size() % static_cast<size_t>(d.p) != 0) {
+        return file_error(file, std::to_string(d.x.size()) + " numbers do not divide into " +
+                                    std::to_string(d.p) + " variables");
+    }
+    const int64_t vp = d.p, n = static_cast<int64_t>(d.x.size()) / d.p;
+    const int64_t storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
+    const int64_t norders = static_cast<int64_t>(orders.size());
+    std::vector<double> results(static_cast<size_t>(vp) * orders.size());
+    BixSSTask *task = nullptr;
+    int status = __bixdSSNewTask(&task, &vp, &n, &storage, d.x.data(), nullptr, nullptr, 1);
+    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
+    status = __bixdSSEditQuantiles(task, const_cast<int64_t *>(&norders), orders.data(),
+                                   results.data(), nullptr, nullptr);
+    if (status == BIX_ERROR_OK) {
+        status = _bixdSSQuantiles(task, BIX_SS_EST_QUANTILES, BIX_SS_METHOD_QUANTILES);
+    }
+    __bixSSDeleteTask(&task);
+    if (status != BIX_ERROR_OK) return library_error("_bixdSSQuantiles", status);
+    print_quantiles(vp, orders.size(), results);
+    return std::fflush(stdout) == 0 ? 0 : kExitStatus;
+}
+
 }  // namespace
 
 int cmd_stats(int argc, char **argv) {
-    if (argc == 0) return usage_error("stats: missing action, try", "minmax or basic");
-    const bool known = std::strcmp(argv[0], "minmax") == 0 || std::strcmp(argv[0], "basic") == 0;
+    if (argc == 0) return usage_error("stats: missing action, try", "minmax, basic or quantiles");
+    // `korb stats --quantiles ...` is the quantiles action.
+    if (std::strcmp(argv[0], "--quantiles") == 0 && !wants_help(argc, argv)) {
+        return cmd_quantiles(argc, argv);
+    }
+    const bool known = std::strcmp(argv[0], "minmax") == 0 || std::strcmp(argv[0], "basic") == 0 ||
+                       std::strcmp(argv[0], "quantiles") == 0;
     if (wants_help(argc, argv) || (known && wants_help(argc - 1, argv + 1))) {
         print_help();
         return 0;
     }
     if (!known) return usage_error("stats: unknown action", argv[0]);
     if (std::strcmp(argv[0], "basic") == 0) return cmd_basic(argc - 1, argv + 1);
+    if (std::strcmp(argv[0], "quantiles") == 0) return cmd_quantiles(argc - 1, argv + 1);
     return cmd_minmax(argc - 1, argv + 1);
 }
 

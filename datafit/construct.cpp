@@ -9,8 +9,8 @@
 
 #include "construct.h"
 #include "frame/services.h"
-#include "korb/df.h"
-#include "korb/frame.h"
+#include "korb/kernel/df.h"
+#include "korb/kernel/frame.h"
 #include "task.h"
 
 namespace korb::datafit {

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "core/korb_core.h"
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 
 namespace korb::datafit {
 

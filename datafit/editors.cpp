@@ -5,7 +5,7 @@
 // arithmetic of the task-owned arrays uses.
 #include <cstdint>
 
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 #include "task.h"
 
 namespace korb::datafit {

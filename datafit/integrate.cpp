@@ -20,7 +20,7 @@
 #include <cstdint>
 
 #include "construct.h"
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 #include "search.h"
 
 namespace korb::datafit {

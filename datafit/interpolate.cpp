@@ -21,7 +21,7 @@
 // powers) to 1e-13 of that sum.
 #include <cstdint>
 
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 #include "search.h"
 
 namespace korb::datafit {

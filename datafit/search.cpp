@@ -28,8 +28,8 @@
 #include <limits>
 
 #include "frame/simd.h"
-#include "korb/df.h"
-#include "korb/frame.h"
+#include "korb/kernel/df.h"
+#include "korb/kernel/frame.h"
 #include "search.h"
 #include "task.h"
 

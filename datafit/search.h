@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 
 namespace korb::datafit {
 

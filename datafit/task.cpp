@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "korb/df.h"
-#include "korb/frame.h"
+#include "korb/kernel/df.h"
+#include "korb/kernel/frame.h"
 #include "task.h"
 
 namespace korb::datafit {

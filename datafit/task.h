@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 
 namespace korb::datafit {
 

@@ -7,7 +7,7 @@ namespace korb::dist {
 namespace {
 
 template <class T>
-int cauchy(BixStream *stream, int n, T *r, T a, T beta) {
+int cauchy(int, BixStream *stream, int n, T *r, T a, T beta) {
     using P = Precision<T>;
     const int status = uniforms(stream, n, r, -P::kHalfPi, P::kHalfPi);
     if (status < 0) return status;
@@ -19,4 +19,4 @@ int cauchy(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-KORB_DIST_ENTRY_POINTS(Cauchy, cauchy)
+KORB_DIST_ENTRY_POINTS(Cauchy, cauchy, a, beta)

@@ -4,41 +4,51 @@
 // parameter gives one) comes out as INT_MIN rather than undefined.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <cstdint>
+#include <cstring>
+
+#include "frame/simd.h"
 
 namespace korb::dist {
 
 inline void floor_to_int(int n, const double *x, int32_t *r) {
-    const __m128d one = _mm_set1_pd(1.0);
+    using simd::f64v;
+    using i64v = int64_t __attribute__((vector_size(simd::kVectorBytes)));
+    using i32v = int32_t __attribute__((vector_size(simd::kVectorBytes)));
+    constexpr int kLanes = simd::kLanes<double>;
     int i = 0;
-    for (; i + 2 <= n; i += 2) {
-        __m128d v = _mm_loadu_pd(x + i);
-        const __m128d above = _mm_cmpgt_pd(_mm_cvtepi32_pd(_mm_cvttpd_epi32(v)), v);
-        v = _mm_sub_pd(v, _mm_and_pd(above, one));
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(r + i), _mm_cvttpd_epi32(v));
+    for (; i + kLanes <= n; i += kLanes) {
+        f64v v = simd::load<f64v>(x + i);
+        const i32v t = reinterpret_cast<i32v>(simd::truncate_to_int32(v));
+        const f64v truncated = __builtin_convertvector(__builtin_shufflevector(t, t, 0, 1), f64v);
+        const i64v above = truncated > v;
+        v = v - reinterpret_cast<f64v>(reinterpret_cast<i64v>(simd::splat<f64v>(1.0)) & above);
+        const simd::u32v result = simd::truncate_to_int32(v);
+        std::memcpy(r + i, &result, kLanes * sizeof(int32_t));
     }
     for (; i < n; ++i) {
         double v = x[i];
-        if (static_cast<double>(_mm_cvttsd_si32(_mm_set_sd(v))) > v) v = v - 1.0;
-        r[i] = _mm_cvttsd_si32(_mm_set_sd(v));
+        if (static_cast<double>(simd::truncate_to_int32(v)) > v) v = v - 1.0;
+        r[i] = simd::truncate_to_int32(v);
     }
 }
 
 inline void floor_to_int(int n, const float *x, int32_t *r) {
-    const __m128 one = _mm_set1_ps(1.0f);
+    using simd::f32v;
+    using i32v = int32_t __attribute__((vector_size(simd::kVectorBytes)));
+    constexpr int kLanes = simd::kLanes<float>;
     int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        __m128 v = _mm_loadu_ps(x + i);
-        const __m128 above = _mm_cmpgt_ps(_mm_cvtepi32_ps(_mm_cvttps_epi32(v)), v);
-        v = _mm_sub_ps(v, _mm_and_ps(above, one));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(r + i), _mm_cvttps_epi32(v));
+    for (; i + kLanes <= n; i += kLanes) {
+        f32v v = simd::load<f32v>(x + i);
+        const i32v t = reinterpret_cast<i32v>(simd::truncate_to_int32(v));
+        const i32v above = __builtin_convertvector(t, f32v) > v;
+        v = v - reinterpret_cast<f32v>(reinterpret_cast<i32v>(simd::splat<f32v>(1.0f)) & above);
+        simd::store(r + i, simd::truncate_to_int32(v));
     }
     for (; i < n; ++i) {
         float v = x[i];
-        if (static_cast<float>(_mm_cvttss_si32(_mm_set_ss(v))) > v) v = v - 1.0f;
-        r[i] = _mm_cvttss_si32(_mm_set_ss(v));
+        if (static_cast<float>(simd::truncate_to_int32(v)) > v) v = v - 1.0f;
+        r[i] = simd::truncate_to_int32(v);
     }
 }
 

@@ -5,7 +5,7 @@
 namespace korb::dist {
 
 template <class T>
-int exponential(BixStream *stream, int n, T *r, T a, T beta) {
+int exponential(int, BixStream *stream, int n, T *r, T a, T beta) {
     using P = Precision<T>;
     VmErrorBracket bracket(ln_of_zero<T, LnErrors::kAny>);
     const int status = uniforms(stream, n, r, T(0), T(1));
@@ -16,10 +16,10 @@ int exponential(BixStream *stream, int n, T *r, T a, T beta) {
     return status;
 }
 
-template int exponential(BixStream *, int, double *, double, double);
-template int exponential(BixStream *, int, float *, float, float);
+template int exponential(int, BixStream *, int, double *, double, double);
+template int exponential(int, BixStream *, int, float *, float, float);
 
 }  // namespace korb::dist
 
 // Both method ids give the same numbers: the clamp is always applied.
-KORB_DIST_ENTRY_POINTS(Exponential, exponential)
+KORB_DIST_ENTRY_POINTS(Exponential, exponential, a, beta)

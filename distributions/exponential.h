@@ -6,6 +6,6 @@
 namespace korb::dist {
 
 template <class T>
-int exponential(BixStream *stream, int n, T *r, T a, T beta);
+int exponential(int method, BixStream *stream, int n, T *r, T a, T beta);
 
 }  // namespace korb::dist

@@ -8,8 +8,8 @@
 
 #include <cstdint>
 
-#include "korb/rng.h"
-#include "korb/vm.h"
+#include "korb/kernel/rng.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/mode.h"
 
 namespace korb::dist {
@@ -140,13 +140,31 @@ inline void clamp(int n, T *r, T a, T b) {
 
 }  // namespace korb::dist
 
-// The double and single entry points of a distribution of two parameters that takes no method:
-// _bixdRng<Name> and _bixsRng<Name> call korb::dist::<kernel>(stream, n, r, p1, p2).
-#define KORB_DIST_ENTRY_POINTS(Name, kernel)                                                      \
-    extern "C" int _bixdRng##Name(int, BixStream *stream, int n, double r[], double p1,           \
-                                  double p2) {                                                    \
-        return korb::dist::kernel(stream, n, r, p1, p2);                                          \
-    }                                                                                             \
-    extern "C" int _bixsRng##Name(int, BixStream *stream, int n, float r[], float p1, float p2) { \
-        return korb::dist::kernel(stream, n, r, p1, p2);                                          \
+// KORB_DIST_FOR_EACH(M, x, y, ...) is M(x) M(y) ...: each rescan inside KORB_DIST_EXPAND takes
+// one more step, which allows 14 items, more than any kernel has parameters.
+#define KORB_DIST_PARENS ()
+#define KORB_DIST_EXPAND(...) KORB_DIST_EXPAND3(KORB_DIST_EXPAND3(KORB_DIST_EXPAND3(__VA_ARGS__)))
+#define KORB_DIST_EXPAND3(...) KORB_DIST_EXPAND1(KORB_DIST_EXPAND1(KORB_DIST_EXPAND1(__VA_ARGS__)))
+#define KORB_DIST_EXPAND1(...) __VA_ARGS__
+#define KORB_DIST_FOR_EACH(M, ...) \
+    __VA_OPT__(KORB_DIST_EXPAND(KORB_DIST_FOR_EACH_STEP(M, __VA_ARGS__)))
+#define KORB_DIST_FOR_EACH_STEP(M, x, ...) \
+    M(x) __VA_OPT__(KORB_DIST_FOR_EACH_AGAIN KORB_DIST_PARENS(M, __VA_ARGS__))
+#define KORB_DIST_FOR_EACH_AGAIN() KORB_DIST_FOR_EACH_STEP
+#define KORB_DIST_DOUBLE_PARAM(name) , double name
+#define KORB_DIST_FLOAT_PARAM(name) , float name
+
+// The double and single entry points of a distribution whose parameters are all reals:
+// _bixdRng<Name>(method, stream, n, r, params...) and _bixsRng<Name>(...) call
+// korb::dist::kernel<T>(method, stream, n, r, params...), the parameters named in prototype order.
+#define KORB_DIST_ENTRY_POINTS(Name, kernel, ...)                                           \
+    extern "C" int _bixdRng##Name(                                                          \
+        int method, BixStream *stream, int n,                                               \
+        double r[] KORB_DIST_FOR_EACH(KORB_DIST_DOUBLE_PARAM, __VA_ARGS__)) {               \
+        return korb::dist::kernel<double>(method, stream, n, r __VA_OPT__(, ) __VA_ARGS__); \
+    }                                                                                       \
+    extern "C" int _bixsRng##Name(                                                          \
+        int method, BixStream *stream, int n,                                               \
+        float r[] KORB_DIST_FOR_EACH(KORB_DIST_FLOAT_PARAM, __VA_ARGS__)) {                 \
+        return korb::dist::kernel<float>(method, stream, n, r __VA_OPT__(, ) __VA_ARGS__);  \
     }

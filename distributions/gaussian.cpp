@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "distributions/frame.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 
 namespace korb::dist {
 namespace {
@@ -195,14 +195,4 @@ int gaussian(int method, BixStream *stream, int n, T *r, T a, T sigma) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngGaussian(int method, BixStream *stream, int n, double r[], double a, double sigma) {
-    return korb::dist::gaussian(method, stream, n, r, a, sigma);
-}
-
-int _bixsRngGaussian(int method, BixStream *stream, int n, float r[], float a, float sigma) {
-    return korb::dist::gaussian(method, stream, n, r, a, sigma);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Gaussian, gaussian, a, sigma)

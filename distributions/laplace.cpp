@@ -7,7 +7,7 @@ namespace korb::dist {
 namespace {
 
 template <class T>
-int laplace(BixStream *stream, int n, T *r, T a, T beta) {
+int laplace(int, BixStream *stream, int n, T *r, T a, T beta) {
     using P = Precision<T>;
     constexpr int kBlock = 1024;
     VmErrorBracket bracket(ln_of_zero<T, LnErrors::kAny>);
@@ -34,4 +34,4 @@ int laplace(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-KORB_DIST_ENTRY_POINTS(Laplace, laplace)
+KORB_DIST_ENTRY_POINTS(Laplace, laplace, a, beta)

@@ -8,11 +8,21 @@
 namespace korb::dist {
 namespace {
 
+// n Gaussian variates by the both-variates method, in the precision of r.
 template <class T>
-int lognormal(int (*gaussian)(int, BixStream *, int, T *, T, T), BixStream *stream, int n, T *r,
-              T a, T sigma, T b, T beta) {
+int gaussian_pairs(BixStream *stream, int n, T *r, T a, T sigma) {
+    constexpr int kMethod = BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2;
+    if constexpr (sizeof(T) == sizeof(double)) {
+        return _bixdRngGaussian(kMethod, stream, n, r, a, sigma);
+    } else {
+        return _bixsRngGaussian(kMethod, stream, n, r, a, sigma);
+    }
+}
+
+template <class T>
+int lognormal(int, BixStream *stream, int n, T *r, T a, T sigma, T b, T beta) {
     using P = Precision<T>;
-    const int status = gaussian(BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2, stream, n, r, a, sigma);
+    const int status = gaussian_pairs(stream, n, r, a, sigma);
     if (status < 0) return status;
     vm(P::exp, n, r, r);
     scale_above(n, r, beta, b, b);
@@ -22,16 +32,4 @@ int lognormal(int (*gaussian)(int, BixStream *, int, T *, T, T), BixStream *stre
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngLognormal(int, BixStream *stream, int n, double r[], double a, double sigma, double b,
-                      double beta) {
-    return korb::dist::lognormal(_bixdRngGaussian, stream, n, r, a, sigma, b, beta);
-}
-
-int _bixsRngLognormal(int, BixStream *stream, int n, float r[], float a, float sigma, float b,
-                      float beta) {
-    return korb::dist::lognormal(_bixsRngGaussian, stream, n, r, a, sigma, b, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Lognormal, lognormal, a, sigma, b, beta)

@@ -5,7 +5,7 @@ namespace korb::dist {
 namespace {
 
 template <class T>
-int rayleigh(BixStream *stream, int n, T *r, T a, T beta) {
+int rayleigh(int, BixStream *stream, int n, T *r, T a, T beta) {
     using P = Precision<T>;
     VmErrorBracket bracket(ln_of_zero<T, LnErrors::kSingularity>);
     const int status = uniforms(stream, n, r, T(0), T(1));
@@ -20,4 +20,4 @@ int rayleigh(BixStream *stream, int n, T *r, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-KORB_DIST_ENTRY_POINTS(Rayleigh, rayleigh)
+KORB_DIST_ENTRY_POINTS(Rayleigh, rayleigh, a, beta)

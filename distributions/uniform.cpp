@@ -18,14 +18,4 @@ int uniform(int method, BixStream *stream, int n, T *r, T a, T b) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngUniform(int method, BixStream *stream, int n, double r[], double a, double b) {
-    return korb::dist::uniform(method, stream, n, r, a, b);
-}
-
-int _bixsRngUniform(int method, BixStream *stream, int n, float r[], float a, float b) {
-    return korb::dist::uniform(method, stream, n, r, a, b);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Uniform, uniform, a, b)

@@ -2,33 +2,35 @@
 // values.
 //
 // The plain kernel hands the row's iGen through. The 32- and 64-bit kernels dispatch on the
-// stream's registry row through a table of 16 slots each. Only the generators below have a
-// conversion; every other row (MCG31M1, R250, MRG32K3A, Wichmann-Hill, the quasi-random and
-// abstract generators, registered generators) gets the unsupported entry, which returns
-// BIX_ERROR_BRNG_NOT_SUPPORTED and writes nothing.
+// stream's registry row through a table with one entry per row of the generator list, made from
+// the list's `bits` column; rows without a conversion (bits none), registered generators and
+// ids of no row get the unsupported entry, which returns BIX_ERROR_BRNG_NOT_SUPPORTED and writes
+// nothing.
 //
-// - 32-bit raw-word rows (MT19937, MT2203, non-deterministic): a 64-bit output is two
-//   consecutive words, the earlier in the low half.
-// - MCG59: each word's top 32 of its 59 bits (the low bits of a power-of-two modulus generator
-//   have short periods); a 64-bit output takes two words, the earlier in the low half.
-// - SFMT19937: its 128-bit words are split into four 32-bit or two 64-bit outputs, low part
-//   first. What a call does not use of its last 128-bit word is kept in a 16-byte record
-//   attached to the stream (chunk key 11 for 32-bit outputs, 12 for 64-bit ones) and handed
-//   out first by the next call, so any split of n gives the same outputs. The record is made
-//   the first time a call leaves words over, and travels with copies and saved images.
+// - words (generators of uniform 32-bit words): a 64-bit output is two consecutive words, the
+//   earlier in the low half.
+// - top32 (64-bit words below 2^59 from a power-of-two modulus): each word's top 32 of its 59
+//   bits, the low bits of such a generator having short periods; a 64-bit output takes two
+//   words, the earlier in the low half.
+// - split128: 128-bit words are split into four 32-bit or two 64-bit outputs, low part first.
+//   What a call does not use of its last 128-bit word is kept in a 16-byte record attached to
+//   the stream (chunk key 11 for 32-bit outputs, 12 for 64-bit ones) and handed out first by
+//   the next call, so any split of n gives the same outputs. The record is made the first time
+//   a call leaves words over, and travels with copies and saved images.
 #include <algorithm>
 #include <cstring>
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
+#include "rng/generators.h"
+#include "rng/stream.h"
 
 namespace korb::rng {
 namespace {
 
-constexpr int kSlots = 16;
-constexpr int kBlockWords = 2048;  // MCG59 words drawn per block
+constexpr int kBlockWords = 2048;  // 59-bit words drawn per block
 constexpr uint32_t kPending32Key = 11;
 constexpr uint32_t kPending64Key = 12;
-constexpr int kMcg59Shift = 59 - 32;
+constexpr int kTop32Shift = 59 - 32;
 
 // What a 32-bit call kept of its last 128-bit word.
 struct Pending32 {
@@ -43,18 +45,8 @@ struct Pending64 {
 };
 static_assert(sizeof(Pending32) == 16 && sizeof(Pending64) == 16);
 
-constexpr int slot_of(int brng) {
-    return brng / BIX_BRNG_INC - 1;
-}
-
 using Bits32Kernel = int (*)(int method, BixStream *stream, int n, uint32_t r[]);
 using Bits64Kernel = int (*)(int method, BixStream *stream, int n, uint64_t r[]);
-
-int row_of(const BixStream *stream) {
-    int row = 0, member = 0;
-    __bixGetBrngBaseOffset(stream->brng, &row, &member);
-    return row;
-}
 
 // The stream's record under `key`, made (zeroed) when it has none; null with *status set when
 // it cannot be made.
@@ -99,32 +91,32 @@ int raw64(int method, BixStream *stream, int n, uint64_t r[]) {
     return status;
 }
 
-// Top 32 bits of the 59 of each of n MCG59 words; out(i, top) receives them in order.
+// Top 32 bits of the 59 of each of n 64-bit words; out(i, top) receives them in order.
 template <class Out>
-int mcg59_tops(int method, BixStream *stream, long long n, Out out) {
+int top32_of_59(int method, BixStream *stream, long long n, Out out) {
     uint64_t block[kBlockWords];
     int status = BIX_ERROR_OK;
     for (long long done = 0; done < n;) {
         const int m = static_cast<int>(std::min<long long>(n - done, kBlockWords));
         status = _bixiRngUniformBits(method, stream, m, reinterpret_cast<uint32_t *>(block));
         if (status < 0) return status;
-        for (int i = 0; i < m; ++i) out(done + i, static_cast<uint32_t>(block[i] >> kMcg59Shift));
+        for (int i = 0; i < m; ++i) out(done + i, static_cast<uint32_t>(block[i] >> kTop32Shift));
         done += m;
     }
     return status;
 }
 
-int mcg59_32(int method, BixStream *stream, int n, uint32_t r[]) {
-    return mcg59_tops(method, stream, n, [r](long long i, uint32_t top) { r[i] = top; });
+int top32_32(int method, BixStream *stream, int n, uint32_t r[]) {
+    return top32_of_59(method, stream, n, [r](long long i, uint32_t top) { r[i] = top; });
 }
 
-int mcg59_64(int method, BixStream *stream, int n, uint64_t r[]) {
+int top32_64(int method, BixStream *stream, int n, uint64_t r[]) {
     auto *half = reinterpret_cast<uint32_t *>(r);  // the earlier word in the low half
-    return mcg59_tops(method, stream, 2LL * std::max(n, 0),
-                      [half](long long i, uint32_t top) { std::memcpy(half + i, &top, 4); });
+    return top32_of_59(method, stream, 2LL * std::max(n, 0),
+                       [half](long long i, uint32_t top) { std::memcpy(half + i, &top, 4); });
 }
 
-int sfmt_32(int method, BixStream *stream, int n, uint32_t r[]) {
+int split128_32(int method, BixStream *stream, int n, uint32_t r[]) {
     if (n <= 0) return BIX_ERROR_OK;
     int status = BIX_ERROR_OK;
     int done = 0;
@@ -154,7 +146,7 @@ int sfmt_32(int method, BixStream *stream, int n, uint32_t r[]) {
     return status;
 }
 
-int sfmt_64(int method, BixStream *stream, int n, uint64_t r[]) {
+int split128_64(int method, BixStream *stream, int n, uint64_t r[]) {
     if (n <= 0) return BIX_ERROR_OK;
     int status = BIX_ERROR_OK;
     int done = 0;
@@ -181,36 +173,43 @@ int sfmt_64(int method, BixStream *stream, int n, uint64_t r[]) {
     return status;
 }
 
-// Slot i serves registry row i; slots 14 and 15 (registered generators) are unsupported.
-struct BitsTables {
-    Bits32Kernel bits32[kSlots];
-    Bits64Kernel bits64[kSlots];
+struct BitsKernels {
+    Bits32Kernel bits32;
+    Bits64Kernel bits64;
 };
 
-constexpr BitsTables make_tables() {
-    BitsTables t{};
-    for (int i = 0; i < kSlots; ++i) {
-        t.bits32[i] = unsupported32;
-        t.bits64[i] = unsupported64;
+constexpr BitsKernels kernels_for(BitsSource bits) {
+    switch (bits) {
+        case BitsSource::words:
+            return {raw32, raw64};
+        case BitsSource::top32:
+            return {top32_32, top32_64};
+        case BitsSource::split128:
+            return {split128_32, split128_64};
+        case BitsSource::none:
+            break;
     }
-    t.bits32[slot_of(BIX_BRNG_MCG59)] = mcg59_32;
-    t.bits64[slot_of(BIX_BRNG_MCG59)] = mcg59_64;
-    for (int raw : {BIX_BRNG_MT19937, BIX_BRNG_MT2203, BIX_BRNG_NONDETERM}) {
-        t.bits32[slot_of(raw)] = raw32;
-        t.bits64[slot_of(raw)] = raw64;
-    }
-    t.bits32[slot_of(BIX_BRNG_SFMT19937)] = sfmt_32;
-    t.bits64[slot_of(BIX_BRNG_SFMT19937)] = sfmt_64;
+    return {unsupported32, unsupported64};
+}
+
+// Entry r serves row r of the generator list.
+struct BitsTable {
+    BitsKernels row[kGeneratorCount];
+};
+
+constexpr BitsTable make_table() {
+    BitsTable t{};
+    for (int r = 0; r < kGeneratorCount; ++r) t.row[r] = kernels_for(kGenerators[r].bits);
     return t;
 }
 
-constexpr BitsTables kTables = make_tables();
+constexpr BitsTable kTable = make_table();
 
-// The slot of the stream's row; rows past the tables (registrations beyond the first two, the
-// legacy quasi-random rows) share the unsupported entry of slot 15.
-int slot_of_stream(const BixStream *stream) {
-    const int row = row_of(stream);
-    return row >= 0 && row < kSlots ? row : kSlots - 1;
+// The kernels of the stream's generator: its row's in the current table, the list entry's of a
+// legacy id, the unsupported ones for any other row.
+BitsKernels kernels_of(const BixStream *stream) {
+    const GeneratorInfo *g = generator_of(stream->brng);
+    return g != nullptr ? kTable.row[g - kGenerators] : kernels_for(BitsSource::none);
 }
 
 }  // namespace
@@ -226,12 +225,12 @@ int _bixiRngUniformBits(int, BixStream *stream, int n, uint32_t r[]) {
 
 int _bixiRngUniformBits32(int method, BixStream *stream, int n, uint32_t r[]) {
     using namespace korb::rng;
-    return kTables.bits32[slot_of_stream(stream)](method, stream, n, r);
+    return kernels_of(stream).bits32(method, stream, n, r);
 }
 
 int _bixiRngUniformBits64(int method, BixStream *stream, int n, uint64_t r[]) {
     using namespace korb::rng;
-    return kTables.bits64[slot_of_stream(stream)](method, stream, n, r);
+    return kernels_of(stream).bits64(method, stream, n, r);
 }
 
 }  // extern "C"

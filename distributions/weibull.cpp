@@ -6,7 +6,7 @@ namespace korb::dist {
 namespace {
 
 template <class T>
-int weibull(BixStream *stream, int n, T *r, T alpha, T a, T beta) {
+int weibull(int, BixStream *stream, int n, T *r, T alpha, T a, T beta) {
     using P = Precision<T>;
     VmErrorBracket bracket(ln_of_zero<T, LnErrors::kSingularity>);
     const int status = uniforms(stream, n, r, T(0), T(1));
@@ -21,15 +21,4 @@ int weibull(BixStream *stream, int n, T *r, T alpha, T a, T beta) {
 }  // namespace
 }  // namespace korb::dist
 
-extern "C" {
-
-int _bixdRngWeibull(int, BixStream *stream, int n, double r[], double alpha, double a,
-                    double beta) {
-    return korb::dist::weibull(stream, n, r, alpha, a, beta);
-}
-
-int _bixsRngWeibull(int, BixStream *stream, int n, float r[], float alpha, float a, float beta) {
-    return korb::dist::weibull(stream, n, r, alpha, a, beta);
-}
-
-}  // extern "C"
+KORB_DIST_ENTRY_POINTS(Weibull, weibull, alpha, a, beta)

@@ -1,6 +1,6 @@
 // The frame's exported entry points.
 #include "cpu.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 #include "services.h"
 
 #define KORB_STR2(x) #x

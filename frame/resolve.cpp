@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 #include "process.h"
 
 namespace korb::frame {

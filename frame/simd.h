@@ -1,16 +1,42 @@
-// A small vector layer over GCC vector extensions for the kernels' hot loops.
+// The processor layer of the hot loops: every intrinsic, and the vector width, live here.
 //
-// The default class is compiled for baseline x86-64, so vectors are 16 bytes (SSE2) here; a
-// build for a wider class widens kVectorBytes and the few intrinsics below, and kernels written
-// against kU64Lanes stay unchanged.
+// Two families of vectors:
+//
+// - Vec<T>, the native vector of the processor class being compiled, chosen from the compiler's
+//   predefined macros: 64 bytes with AVX-512 F/BW/DQ/VL (x86-64-v4), 32 bytes with AVX2
+//   (x86-64-v3), 16 bytes (SSE2) otherwise. The vector-math kernels are written against it and
+//   against the lane helpers below, which treat a scalar (one lane) and a vector alike, so that
+//   one template gives a kernel's element path and its vector path. Nothing outside this header
+//   names an instruction set or a lane count; a wider class is a compiler flag.
+//
+// - u64v, u32v, f64v, f32v: 16-byte vectors whatever the class, for the code written around
+//   128-bit words or pairs of doubles (the generators, whose SIMD-oriented twister is defined on
+//   128-bit words, and the min/max statistics). They stay 16 bytes wide in every class.
+//
+// Every operation here is exact or rounds as the scalar operation does, so a lane computes the
+// same bits in every class.
 #pragma once
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
+#include <utility>
+
+#if defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
+#define KORB_SIMD_BYTES 64
+#elif defined(__AVX2__)
+#define KORB_SIMD_BYTES 32
+#else
+#define KORB_SIMD_BYTES 16
+#endif
 
 namespace korb::simd {
+
+// ---- 16-byte vectors ----------------------------------------------------------------------
 
 constexpr int kVectorBytes = 16;
 
@@ -51,9 +77,36 @@ inline u32v low_halves(u64v a, u64v b) {
                                    6);
 }
 
-// Two vectors of doubles narrowed to one vector of floats, in lane order.
+// Two vectors of doubles narrowed to one vector of floats, in lane order (rounded as the
+// scalar conversion rounds).
 inline f32v narrow(f64v a, f64v b) {
     return _mm_movelh_ps(_mm_cvtpd_ps(a), _mm_cvtpd_ps(b));
+}
+
+// The processor's truncating conversions to 32-bit integers: a value out of the int range gives
+// INT_MIN (0x80000000) instead of undefined behaviour. The double form fills the low two lanes
+// and clears the other two.
+inline u32v truncate_to_int32(f64v v) {
+    return reinterpret_cast<u32v>(_mm_cvttpd_epi32(v));
+}
+inline u32v truncate_to_int32(f32v v) {
+    return reinterpret_cast<u32v>(_mm_cvttps_epi32(v));
+}
+inline int32_t truncate_to_int32(double v) {
+    return _mm_cvttsd_si32(_mm_set_sd(v));
+}
+inline int32_t truncate_to_int32(float v) {
+    return _mm_cvttss_si32(_mm_set_ss(v));
+}
+
+// The 128-bit word v shifted by whole bytes, zeros shifted in; lane 0 holds the low bits.
+template <int kBytes>
+inline u32v shift_bytes_up(u32v v) {
+    return reinterpret_cast<u32v>(_mm_slli_si128(reinterpret_cast<__m128i>(v), kBytes));
+}
+template <int kBytes>
+inline u32v shift_bytes_down(u32v v) {
+    return reinterpret_cast<u32v>(_mm_srli_si128(reinterpret_cast<__m128i>(v), kBytes));
 }
 
 template <class V, class T>
@@ -61,7 +114,7 @@ inline void store(T *dst, V v) {
     std::memcpy(dst, &v, sizeof v);
 }
 
-// The vector type holding lanes of T, and its lane count.
+// The 16-byte vector type holding lanes of T, and its lane count.
 template <class T>
 struct VectorOf;
 template <>
@@ -82,10 +135,10 @@ inline V load(const T *src) {
     return v;
 }
 
-// src must be aligned to kVectorBytes.
+// src must be aligned to the size of V.
 template <class V, class T>
 inline V load_aligned(const T *src) {
-    return *reinterpret_cast<const V *>(__builtin_assume_aligned(src, kVectorBytes));
+    return *reinterpret_cast<const V *>(__builtin_assume_aligned(src, sizeof(V)));
 }
 
 template <class V, class T>
@@ -115,6 +168,368 @@ template <class T>
 inline const T *opaque(const T *p) {
     asm("" : "+r"(p));
     return p;
+}
+
+// ---- The native vectors -------------------------------------------------------------------
+
+constexpr int kNativeBytes = KORB_SIMD_BYTES;
+
+template <class T>
+struct Native;
+#define KORB_SIMD_NATIVE(T)                                        \
+    template <>                                                    \
+    struct Native<T> {                                             \
+        typedef T type __attribute__((vector_size(kNativeBytes))); \
+    }
+KORB_SIMD_NATIVE(double);
+KORB_SIMD_NATIVE(float);
+KORB_SIMD_NATIVE(uint64_t);
+KORB_SIMD_NATIVE(int64_t);
+KORB_SIMD_NATIVE(uint32_t);
+KORB_SIMD_NATIVE(int32_t);
+#undef KORB_SIMD_NATIVE
+
+template <class T>
+using Vec = typename Native<T>::type;
+
+// Loads and stores of a native vector at a pointer to its own element type, at any alignment.
+// They are typed accesses, unlike a memcpy: the compiler knows they touch elements of that type
+// only, and keeps pointers and other state in registers across them.
+template <class T>
+struct Unaligned;
+#define KORB_SIMD_UNALIGNED(T)                                                          \
+    template <>                                                                         \
+    struct Unaligned<T> {                                                               \
+        typedef T type __attribute__((vector_size(kNativeBytes), aligned(alignof(T)))); \
+    }
+KORB_SIMD_UNALIGNED(double);
+KORB_SIMD_UNALIGNED(float);
+KORB_SIMD_UNALIGNED(uint64_t);
+KORB_SIMD_UNALIGNED(uint32_t);
+#undef KORB_SIMD_UNALIGNED
+
+template <class T>
+[[gnu::always_inline]] inline Vec<T> load_lanes(const T *p) {
+    return *reinterpret_cast<const typename Unaligned<T>::type *>(p);
+}
+template <class T>
+[[gnu::always_inline]] inline void store_lanes(T *p, Vec<T> v) {
+    *reinterpret_cast<typename Unaligned<T>::type *>(p) = v;
+}
+
+// Vectors of kRegisters native vectors, computed register by register side by side: a long
+// dependency chain on them hides its latency.
+template <class T, int kRegisters>
+struct Wide;
+template <int kRegisters>
+struct Wide<double, kRegisters> {
+    typedef double type __attribute__((vector_size(kRegisters * kNativeBytes)));
+};
+template <int kRegisters>
+struct Wide<uint64_t, kRegisters> {
+    typedef uint64_t type __attribute__((vector_size(kRegisters * kNativeBytes)));
+};
+
+// What a lane type holds: one element (double, float) or a vector of them. Bits is the unsigned
+// integer type of the same shape, Int the signed one, kCount the number of lanes.
+template <class V>
+struct LaneOf;
+template <>
+struct LaneOf<double> {
+    using Element = double;
+    using Bits = uint64_t;
+    using Int = int64_t;
+    static constexpr int kCount = 1;
+};
+template <>
+struct LaneOf<float> {
+    using Element = float;
+    using Bits = uint32_t;
+    using Int = int32_t;
+    static constexpr int kCount = 1;
+};
+template <>
+struct LaneOf<Vec<double>> {
+    using Element = double;
+    using Bits = Vec<uint64_t>;
+    using Int = Vec<int64_t>;
+    static constexpr int kCount = kNativeBytes / 8;
+};
+template <>
+struct LaneOf<Vec<float>> {
+    using Element = float;
+    using Bits = Vec<uint32_t>;
+    using Int = Vec<int32_t>;
+    static constexpr int kCount = kNativeBytes / 4;
+};
+template <>
+struct LaneOf<Wide<double, 2>::type> {
+    using Element = double;
+    using Bits = Wide<uint64_t, 2>::type;
+    static constexpr int kCount = 2 * kNativeBytes / 8;
+};
+
+template <class V>
+using Bits = typename LaneOf<V>::Bits;
+template <class V>
+using Int = typename LaneOf<V>::Int;
+template <class V>
+constexpr int kCount = LaneOf<V>::kCount;
+
+template <class V>
+[[gnu::always_inline]] inline Bits<V> to_bits(V v) {
+    return std::bit_cast<Bits<V>>(v);
+}
+template <class V>
+[[gnu::always_inline]] inline V from_bits(Bits<V> b) {
+    return std::bit_cast<V>(b);
+}
+
+// Lane masks are lanes of all ones or all zeros, in V's Bits type, for a scalar as for a vector.
+// mask<V>(a < b) turns a comparison (a bool, or a vector of 0 and -1) into one.
+template <class V, class Comparison>
+[[gnu::always_inline]] inline Bits<V> mask(Comparison c) {
+    if constexpr (kCount<V> == 1) {
+        return Bits<V>{0} - static_cast<Bits<V>>(c);
+    } else {
+        return reinterpret_cast<Bits<V>>(c);
+    }
+}
+
+// Bit l set where lane l of the mask m is set.
+template <class U>
+[[gnu::always_inline]] inline unsigned mask_bits(U m) {
+    if constexpr (std::is_integral_v<U>) {
+        return m != 0;
+    } else if constexpr (sizeof(m[0]) == 8) {
+#if KORB_SIMD_BYTES == 64
+        return _mm512_movepi64_mask(reinterpret_cast<__m512i>(m));
+#elif KORB_SIMD_BYTES == 32
+        return static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(m)));
+#else
+        return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(m)));
+#endif
+    } else {
+#if KORB_SIMD_BYTES == 64
+        return _mm512_movepi32_mask(reinterpret_cast<__m512i>(m));
+#elif KORB_SIMD_BYTES == 32
+        return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(m)));
+#else
+        return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(m)));
+#endif
+    }
+}
+
+template <class U>
+[[gnu::always_inline]] inline bool any(U m) {
+    return mask_bits(m) != 0;
+}
+
+template <class U>
+[[gnu::always_inline]] inline bool all(U m) {
+    if constexpr (std::is_integral_v<U>) {
+        return m != 0;
+    } else {
+        constexpr int kLaneCount = sizeof(U) / sizeof(m[0]);
+        return mask_bits(m) == (kLaneCount >= 32 ? ~0u : (1u << kLaneCount) - 1);
+    }
+}
+
+// if_set where the mask is set, if_clear elsewhere.
+template <class V>
+[[gnu::always_inline]] inline V select(Bits<V> m, V if_set, V if_clear) {
+    return from_bits<V>((to_bits(if_set) & m) | (to_bits(if_clear) & ~m));
+}
+
+// |v|: the sign bits cleared.
+template <class V>
+[[gnu::always_inline]] inline V abs(V v) {
+    using E = typename LaneOf<V>::Element;
+    using U = std::conditional_t<sizeof(E) == 8, uint64_t, uint32_t>;
+    constexpr U kMagnitude = ~(U{1} << (8 * sizeof(E) - 1));
+    return from_bits<V>(to_bits(v) & kMagnitude);
+}
+
+namespace detail {
+template <class V, int... I>
+[[gnu::always_inline]] inline Vec<int32_t> odd_words(V words, std::integer_sequence<int, I...>) {
+    return __builtin_shufflevector(words, words, (2 * I + 1)..., (2 * I + 1)...);
+}
+}  // namespace detail
+
+// The high 32-bit word of each 64-bit lane, as signed 32-bit lanes in lane order in the low half
+// of the result (the high half repeats them).
+[[gnu::always_inline]] inline Vec<int32_t> high_words(Vec<uint64_t> b) {
+    return detail::odd_words(reinterpret_cast<Vec<int32_t>>(b),
+                             std::make_integer_sequence<int, kCount<Vec<double>>>{});
+}
+
+// The signed 32-bit lanes of the low half, exactly, one per lane of a vector of doubles.
+[[gnu::always_inline]] inline Vec<double> low_half_to_double(Vec<int32_t> v) {
+#if KORB_SIMD_BYTES == 64
+    return _mm512_cvtepi32_pd(_mm512_castsi512_si256(reinterpret_cast<__m512i>(v)));
+#elif KORB_SIMD_BYTES == 32
+    return _mm256_cvtepi32_pd(_mm256_castsi256_si128(reinterpret_cast<__m256i>(v)));
+#else
+    return _mm_cvtepi32_pd(reinterpret_cast<__m128i>(v));
+#endif
+}
+
+// Signed 32-bit lanes to floats, rounded as the scalar conversion rounds.
+[[gnu::always_inline]] inline Vec<float> to_float(Vec<int32_t> v) {
+    return __builtin_convertvector(v, Vec<float>);
+}
+
+// The correctly rounded square root of each lane; a scalar by the same instruction, with no
+// call on a negative argument.
+[[gnu::always_inline]] inline double sqrt(double x) {
+    return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(x), _mm_set_sd(x)));
+}
+[[gnu::always_inline]] inline float sqrt(float x) {
+    return _mm_cvtss_f32(_mm_sqrt_ss(_mm_set_ss(x)));
+}
+[[gnu::always_inline]] inline Vec<double> sqrt(Vec<double> x) {
+#if KORB_SIMD_BYTES == 64
+    return _mm512_sqrt_pd(x);
+#elif KORB_SIMD_BYTES == 32
+    return _mm256_sqrt_pd(x);
+#else
+    return _mm_sqrt_pd(x);
+#endif
+}
+[[gnu::always_inline]] inline Vec<float> sqrt(Vec<float> x) {
+#if KORB_SIMD_BYTES == 64
+    return _mm512_sqrt_ps(x);
+#elif KORB_SIMD_BYTES == 32
+    return _mm256_sqrt_ps(x);
+#else
+    return _mm_sqrt_ps(x);
+#endif
+}
+
+// A vector of floats as two vectors of doubles, exactly: the low lanes, then the high ones.
+[[gnu::always_inline]] inline void widen(Vec<float> x, Vec<double> &lo, Vec<double> &hi) {
+#if KORB_SIMD_BYTES == 64
+    lo = _mm512_cvtps_pd(_mm512_castps512_ps256(x));
+    hi = _mm512_cvtps_pd(_mm512_extractf32x8_ps(x, 1));
+#elif KORB_SIMD_BYTES == 32
+    lo = _mm256_cvtps_pd(_mm256_castps256_ps128(x));
+    hi = _mm256_cvtps_pd(_mm256_extractf128_ps(x, 1));
+#else
+    lo = _mm_cvtps_pd(x);
+    hi = _mm_cvtps_pd(_mm_movehl_ps(x, x));
+#endif
+}
+
+#if KORB_SIMD_BYTES > 16
+// Two native vectors of doubles narrowed to one of floats, in lane order (the 16-byte form is
+// the narrow above).
+[[gnu::always_inline]] inline Vec<float> narrow(Vec<double> lo, Vec<double> hi) {
+#if KORB_SIMD_BYTES == 64
+    return _mm512_insertf32x8(_mm512_castps256_ps512(_mm512_cvtpd_ps(lo)), _mm512_cvtpd_ps(hi), 1);
+#else
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(lo)), _mm256_cvtpd_ps(hi),
+                                1);
+#endif
+}
+#endif
+
+// Two adjacent fields of table rows, lane by lane: lane l of first is base[kStride · row(l)] and
+// lane l of second the double after it. base + kStride · row must be 16-byte aligned: each row's
+// pair is read with one load, and the pairs are transposed into the two vectors.
+template <int kStride, class Row>
+[[gnu::always_inline]] inline void gather_pairs(const double *base, Row row, Vec<double> &first,
+                                                Vec<double> &second) {
+    const auto pair = [&](int l) { return load_aligned<f64v>(base + kStride * row(l)); };
+#if KORB_SIMD_BYTES == 64
+    // Rows 0, 2, 4, 6 in the 128-bit quarters of one vector, rows 1, 3, 5, 7 in the other.
+    __m512d even = _mm512_castpd128_pd512(pair(0));
+    __m512d odd = _mm512_castpd128_pd512(pair(1));
+    even = _mm512_insertf64x2(even, pair(2), 1);
+    odd = _mm512_insertf64x2(odd, pair(3), 1);
+    even = _mm512_insertf64x2(even, pair(4), 2);
+    odd = _mm512_insertf64x2(odd, pair(5), 2);
+    even = _mm512_insertf64x2(even, pair(6), 3);
+    odd = _mm512_insertf64x2(odd, pair(7), 3);
+    first = _mm512_unpacklo_pd(even, odd);
+    second = _mm512_unpackhi_pd(even, odd);
+#elif KORB_SIMD_BYTES == 32
+    const __m256d even = _mm256_set_m128d(pair(2), pair(0));
+    const __m256d odd = _mm256_set_m128d(pair(3), pair(1));
+    first = _mm256_unpacklo_pd(even, odd);
+    second = _mm256_unpackhi_pd(even, odd);
+#else
+    const f64v e0 = pair(0), e1 = pair(1);
+    first = __builtin_shufflevector(e0, e1, 0, 2);
+    second = __builtin_shufflevector(e0, e1, 1, 3);
+#endif
+}
+
+// kN coefficients per lane, each lane taking one of two constant sets by its mask: `clear`
+// where the mask lane is clear, `set` where it is set. With up to four lanes of doubles the
+// coefficient vectors of every mask are tabulated (a row read with one index, its vectors memory
+// operands); wider vectors blend the two broadcast sets.
+template <class V, int kN>
+struct Coefficients {
+    V k[kN];
+};
+
+template <int kN>
+class LaneChoice {
+    using V = Vec<double>;
+    static constexpr int kLanes = kCount<V>;
+    static constexpr bool kTabulated = kLanes <= 4;
+    static constexpr int kRows = kTabulated ? 1 << kLanes : 1;
+
+  public:
+    constexpr LaneChoice(const double (&clear)[kN], const double (&set)[kN]) : sets_{}, rows_{} {
+        for (int i = 0; i < kN; ++i) {
+            sets_[0].k[i] = clear[i];
+            sets_[1].k[i] = set[i];
+        }
+        for (int m = 0; m < kRows; ++m) {
+            for (int i = 0; i < kN; ++i) {
+                rows_[m].k[i] =
+                    row_vector(clear[i], set[i], m, std::make_integer_sequence<int, kLanes>{});
+            }
+        }
+    }
+
+    // One lane: the set the mask names.
+    [[gnu::always_inline]] const Coefficients<double, kN> &choose(uint64_t m) const {
+        return sets_[m & 1];
+    }
+    // Lanes of a vector: a row of the table, or the blend.
+    [[gnu::always_inline]] decltype(auto) choose(Bits<V> m) const {
+        if constexpr (kTabulated) {
+            return opaque(rows_)[mask_bits(m)];
+        } else {
+            Coefficients<V, kN> c;
+            for (int i = 0; i < kN; ++i) {
+                c.k[i] = select(m, splat<V>(sets_[1].k[i]), splat<V>(sets_[0].k[i]));
+            }
+            return c;
+        }
+    }
+
+  private:
+    template <int... L>
+    static constexpr V row_vector(double clear, double set, int m,
+                                  std::integer_sequence<int, L...>) {
+        return V{(((m >> L) & 1) != 0 ? set : clear)...};
+    }
+
+    Coefficients<double, kN> sets_[2];
+    alignas(kNativeBytes) Coefficients<V, kN> rows_[kRows];
+};
+
+// The SSE control and status register: rounding, flush-to-zero, denormals-are-zero, exception
+// masks and flags.
+inline uint32_t control_word() {
+    return _mm_getcsr();
+}
+inline void set_control_word(uint32_t w) {
+    _mm_setcsr(w);
 }
 
 }  // namespace korb::simd

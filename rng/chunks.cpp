@@ -10,8 +10,8 @@
 #include <atomic>
 #include <cstring>
 
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
 #include "stream.h"
 
 namespace korb::rng {

@@ -5,32 +5,55 @@
 // use of the registry. Rows never change once written, so readers take no lock either.
 #include <cstring>
 
-#include "brng/rows.h"
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "brng/generator.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
+#include "rng/generators.h"
 #include "stream.h"
 
 namespace korb::rng {
 namespace {
 
-struct BuiltinRow {
-    const BrngProperties *properties;
-    int members;
+// The built-in rows in list order: row r serves id (r + 1) * 0x100000 + member. Each takes its
+// sizes from the generator's layout, its word size from the list and its functions from the
+// entry points the list names.
+#define KORB_BRNG(ID, Name, display, members, word_size, ...) \
+    {                                                         \
+        .stateSize = layout_##ID.stateSize,                   \
+        .stateWords = layout_##ID.stateWords,                 \
+        .includesZero = layout_##ID.includesZero,             \
+        .wordSize = word_size,                                \
+        .nBits = layout_##ID.nBits,                           \
+        .initStream = __bixBRng##Name##InitStream,            \
+        .sGen = __bixsBRng##Name,                             \
+        .dGen = __bixdBRng##Name,                             \
+        .iGen = __bixiBRng##Name,                             \
+    },
+const BrngProperties kBuiltinRows[] = {
+#include "rng/generators.def"
+};
+#undef KORB_BRNG
+
+// The one family whose legacy ids carry a member (legacy id = first + member): the decoding
+// gives its row `first` and the member; every other legacy id is a row of the legacy table.
+struct LegacyFamily {
+    int first = -1;
+    int last = -1;
 };
 
-// The built-in generators in row order: row r serves id (r + 1) * 0x100000 + member.
-const BuiltinRow kBuiltinRows[BIX_NUM_BUILTIN_BRNGS] = {
-    {&mcg31m1_row, 1},   {&r250_row, 1},      {&mrg32k3a_row, 1},  {&mcg59_row, 1},
-    {&wh_row, 273},      {&sobol_row, 1},     {&niederr_row, 1},   {&mt19937_row, 1},
-    {&mt2203_row, 6024}, {&iabstract_row, 1}, {&dabstract_row, 1}, {&sabstract_row, 1},
-    {&sfmt19937_row, 1}, {&trng_row, 1},
-};
+consteval LegacyFamily legacy_family() {
+    LegacyFamily f;
+    int families = 0;
+    for (const GeneratorInfo &g : kGenerators) {
+        if (g.legacy < 0 || g.members == 1) continue;
+        f = {g.legacy, g.legacy + g.members - 1};
+        ++families;
+    }
+    return families <= 1 ? f : LegacyFamily{};
+}
 
-constexpr int kLegacyWhFirst = 4;
-constexpr int kLegacyWhLast = 276;
-constexpr int kLegacySobol = 277;
-constexpr int kLegacyNiederr = 278;
-constexpr int kWhRow = 4;
+constexpr LegacyFamily kLegacyFamily = legacy_family();
+static_assert(kLegacyFamily.first >= 0, "one generator family has legacy ids");
 
 int g_members[BIX_MAX_REG_BRNGS];
 int g_rows_in_use = 0;
@@ -52,18 +75,15 @@ namespace korb::rng {
 namespace {
 
 RegistryInit::RegistryInit() {
-    for (int r = 0; r < BIX_NUM_BUILTIN_BRNGS; ++r) {
-        __RegBrngsNew[r] = *kBuiltinRows[r].properties;
-        g_members[r] = kBuiltinRows[r].members;
+    for (int r = 0; r < kGeneratorCount; ++r) {
+        __RegBrngsNew[r] = kBuiltinRows[r];
+        g_members[r] = kGenerators[r].members;
+        // The legacy table never changes after this: each legacy id's row is its generator's.
+        for (int m = 0; kGenerators[r].legacy >= 0 && m < kGenerators[r].members; ++m) {
+            __RegBrngs[kGenerators[r].legacy + m] = kBuiltinRows[r];
+        }
     }
-    g_rows_in_use = BIX_NUM_BUILTIN_BRNGS;
-
-    // The legacy table never changes after this.
-    BrngProperties *legacy = __RegBrngs;
-    for (int r = 0; r < kLegacyWhFirst; ++r) legacy[r] = __RegBrngsNew[r];
-    for (int r = kLegacyWhFirst; r <= kLegacyWhLast; ++r) legacy[r] = __RegBrngsNew[kWhRow];
-    legacy[kLegacySobol] = sobol_row;
-    legacy[kLegacyNiederr] = niederr_row;
+    g_rows_in_use = kGeneratorCount;
 }
 
 const RegistryInit g_registry_init;
@@ -76,6 +96,18 @@ const BrngProperties *find_row(int brng) {
     const BrngProperties *table = __bixGetBrngBaseOffset(brng, &row, &member);
     if (__bixIsBrngValid(table, row, member) != BIX_ERROR_OK) return nullptr;
     return &table[row];
+}
+
+const GeneratorInfo *generator_of(int brng) {
+    int row = 0;
+    int member = 0;
+    const BrngProperties *table = __bixGetBrngBaseOffset(brng, &row, &member);
+    if (row < 0) return nullptr;
+    if (table == __RegBrngsNew) return row < kGeneratorCount ? &kGenerators[row] : nullptr;
+    for (const GeneratorInfo &g : kGenerators) {
+        if (g.legacy >= 0 && row >= g.legacy && row < g.legacy + g.members) return &g;
+    }
+    return nullptr;
 }
 
 }  // namespace korb::rng
@@ -91,9 +123,9 @@ BrngProperties *__bixGetBrngBaseOffset(int brng, int *row, int *member) {
         *member = brng & 0xFFFFF;
         return __RegBrngsNew;
     }
-    if (brng >= korb::rng::kLegacyWhFirst && brng <= korb::rng::kLegacyWhLast) {
-        *row = korb::rng::kWhRow;
-        *member = brng - korb::rng::kLegacyWhFirst;
+    if (brng >= korb::rng::kLegacyFamily.first && brng <= korb::rng::kLegacyFamily.last) {
+        *row = korb::rng::kLegacyFamily.first;
+        *member = brng - korb::rng::kLegacyFamily.first;
     } else {
         *row = brng;
         *member = 0;

@@ -16,8 +16,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
+#include "rng/generators.h"
 #include "stream.h"
 
 namespace korb::rng {
@@ -166,7 +167,9 @@ int read_image(BixStream **stream, Source &source, const Refusals &refuse) {
     for (uint32_t i = 0; i < h.numChunks; ++i) {
         if (int status = read_chunk(s, source, refuse); status != BIX_ERROR_OK) return status;
     }
-    if (h.brng == BIX_BRNG_NONDETERM && !has_hardware_rng()) {
+    // A non-deterministic stream needs the processor's random-number instruction.
+    if (const GeneratorInfo *g = generator_of(h.brng);
+        g != nullptr && g->kind == BrngKind::nondeterministic && !has_hardware_rng()) {
         return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
     }
     return BIX_ERROR_OK;

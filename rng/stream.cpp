@@ -5,52 +5,31 @@
 // names no row, so a damaged record gives BIX_ERROR_INVALID_BRNG instead of a stray read.
 #include <cstring>
 
-#include "korb/frame.h"
-#include "korb/rng.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/rng.h"
+#include "rng/generators.h"
 #include "stream.h"
 
 namespace korb::rng {
 namespace {
-
-// The abstract generators are only made through their own makers, never by id.
-bool is_abstract_id(int brng) {
-    return (brng & ~BIX_BRNG_INC) == BIX_BRNG_IABSTRACT || brng == BIX_BRNG_SABSTRACT;
-}
-
-int allocate(BixStream **stream, int brng) {
-    int row = 0;
-    int member = 0;
-    const BrngProperties *table = __bixGetBrngBaseOffset(brng, &row, &member);
-    return __bixAllocateStream(stream, table, brng, row, member);
-}
-
-// Makes a stream of an abstract generator and seeds it with an array of pointers.
-int new_abstract(BixStream **stream, int brng, int words, const void *const *args) {
-    BixStream *s = nullptr;
-    int status = allocate(&s, brng);
-    if (status != BIX_ERROR_OK) return status;
-    *stream = s;
-    const BrngProperties *row = find_row(brng);
-    return row->initStream(BIX_INIT_METHOD_STANDARD, s, words,
-                           reinterpret_cast<const uint32_t *>(args));
-}
-
-// The d and s makers: a buffer of numbers on [a, b). A NaN bound passes the a >= b test.
-template <class T, class Refill>
-int new_bounded_abstract(BixStream **stream, int brng, int n, T *buffer, T a, T b,
-                         Refill refill) {
-    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr || a >= b) {
-        return BIX_ERROR_BADARGS;
-    }
-    const void *args[] = {&n, buffer, &a, &b, reinterpret_cast<const void *>(refill)};
-    return new_abstract(stream, brng, 10, args);
-}
 
 size_t state_bytes(const BrngProperties &row) {
     return static_cast<size_t>(row.stateSize) - kStreamHeaderBytes;
 }
 
 }  // namespace
+
+int new_stream(BixStream **stream, int brng, int n, const uint32_t params[]) {
+    int row = 0;
+    int member = 0;
+    const BrngProperties *table = __bixGetBrngBaseOffset(brng, &row, &member);
+    BixStream *s = nullptr;
+    const int status = __bixAllocateStream(&s, table, brng, row, member);
+    if (status != BIX_ERROR_OK) return status;
+    *stream = s;
+    return table[row].initStream(BIX_INIT_METHOD_STANDARD, s, n, params);
+}
+
 }  // namespace korb::rng
 
 using namespace korb::rng;
@@ -58,33 +37,15 @@ using namespace korb::rng;
 extern "C" {
 
 int __bixNewStreamEx(BixStream **stream, int brng, int n, const uint32_t params[]) {
-    if (is_abstract_id(brng)) return BIX_ERROR_INVALID_BRNG;
-    if (stream == nullptr) return BIX_ERROR_NULL_PTR;
-    BixStream *s = nullptr;
-    int status = allocate(&s, brng);
-    if (status != BIX_ERROR_OK) return status;
-    *stream = s;
-    // A failing initialiser leaves the stream made and stored; the caller deletes it.
-    return find_row(brng)->initStream(BIX_INIT_METHOD_STANDARD, s, n, params);
-}
-
-int __bixiNewAbstractStream(BixStream **stream, int n, uint32_t buffer[],
-                            BixiUpdateFuncPtr refill) {
-    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr) {
-        return BIX_ERROR_BADARGS;
+    // The abstract generators' streams are made only over a caller's buffer, by their own makers:
+    // member 0 of their rows is refused here, before the id is validated.
+    if (const GeneratorInfo *g = generator_of(brng);
+        g != nullptr && g->kind == BrngKind::abstract && brng == g->id) {
+        return BIX_ERROR_INVALID_BRNG;
     }
-    const void *args[] = {&n, buffer, reinterpret_cast<const void *>(refill)};
-    return new_abstract(stream, BIX_BRNG_IABSTRACT, 6, args);
-}
-
-int __bixdNewAbstractStream(BixStream **stream, int n, double buffer[], double a, double b,
-                            BixdUpdateFuncPtr refill) {
-    return new_bounded_abstract(stream, BIX_BRNG_DABSTRACT, n, buffer, a, b, refill);
-}
-
-int __bixsNewAbstractStream(BixStream **stream, int n, float buffer[], float a, float b,
-                            BixsUpdateFuncPtr refill) {
-    return new_bounded_abstract(stream, BIX_BRNG_SABSTRACT, n, buffer, a, b, refill);
+    if (stream == nullptr) return BIX_ERROR_NULL_PTR;
+    // A failing initialiser leaves the stream made and stored; the caller deletes it.
+    return new_stream(stream, brng, n, params);
 }
 
 int __bixDeleteStream(BixStream **stream) {
@@ -111,8 +72,9 @@ int __bixCopyStreamState(BixStream *destination, const BixStream *source) {
     if (destination == source) return BIX_ERROR_OK;
     const BrngProperties *row = find_row(source->brng);
     if (row == nullptr) return BIX_ERROR_INVALID_BRNG;
-    // stateWords * wordSize can exceed what a record holds (Wichmann-Hill, SFMT19937), and the
-    // destination may be a smaller generator: copy no more than either record has room for.
+    // stateWords * wordSize can exceed what a record holds (rows whose output words are wider
+    // than their state words), and the destination may be a smaller generator: copy no more
+    // than either record has room for.
     size_t bytes = static_cast<size_t>(row->stateWords) * static_cast<size_t>(row->wordSize);
     if (bytes > state_bytes(*row)) bytes = state_bytes(*row);
     if (const BrngProperties *dst = find_row(destination->brng);

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng {
 
@@ -38,22 +38,21 @@ State *state_of(BixStream *stream) {
 // table.
 const BrngProperties *find_row(int brng);
 
+struct GeneratorInfo;
+
+// The list's entry (rng/generators.def) of the built-in generator whose row an id decodes to,
+// in the current or the legacy table; null for rows the list does not hold (registrations,
+// ids of no row). The member is not checked.
+const GeneratorInfo *generator_of(int brng);
+
+// Makes a stream of `brng` and seeds it by the row's initialiser (method 0) with n argument
+// words. The stream is stored in *stream once made, even when seeding then fails; the caller
+// deletes it. An id of no row, or an allocation failure, makes nothing.
+int new_stream(BixStream **stream, int brng, int n, const uint32_t params[]);
+
 // Whether the processor has its random-number instruction (CPUID leaf 1, ECX bit 30), which
 // streams of the non-deterministic generator need.
 bool has_hardware_rng();
-
-// The status of an initialiser method other than seeding, for a generator that offers neither
-// leapfrog nor skip-ahead.
-inline int refuse_split(int method) {
-    switch (method) {
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            return BIX_ERROR_SKIPAHEAD_UNSUPPORTED;
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
 
 // Number of entries in the shared read-only data table (for tests and diagnostics).
 int shared_table_count();

@@ -33,7 +33,7 @@
 #include <utility>
 
 #include "frame/blas.h"
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 #include "stats/basic_sums.h"
 #include "stats/task.h"
 

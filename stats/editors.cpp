@@ -6,7 +6,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 
 namespace korb::stats {
 namespace {

@@ -12,7 +12,7 @@
 #include <cstdint>
 
 #include "frame/simd.h"
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 #include "stats/task.h"
 
 namespace korb::stats {

@@ -4,7 +4,7 @@
 // floating and integer editors both read it, so an id belongs to exactly one editor.
 #include <cstddef>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 #include "stats/task.h"
 
 namespace korb::stats {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 
 namespace korb::stats {
 

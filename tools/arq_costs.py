@@ -49,8 +49,8 @@ def main():
         same = {k: [w[s] for s in range(3) if layout[s] == k] for k in set(layout)}
         figures = ", ".join("%.2f" % (sum(same[k]) / len(same[k])) for k in layout)
         print("%-12s %s" % (func, figures))
-        pattern = r"(KORB_ARQ_FUNCTION\(%s, %s, \w+, \w+, \w+, 1), [^)]*\)" % (p, name)
-        text = re.sub(pattern, r"\1, %s)" % figures, text)
+        pattern = r"(KORB_ARQ_FUNCTION\(%s, %s, \w+, \w+, \w+, 1, )\([^)]*\)" % (p, name)
+        text = re.sub(pattern, r"\1(%s)" % figures, text)
     if "--dry-run" not in sys.argv:
         open(DEF, "w").write(text)
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 #include "mode.h"
 
 namespace korb::vecmath {

@@ -8,7 +8,7 @@
 // writes the record's results back into r2[index] and r1[index].
 #pragma once
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 
 namespace korb::vecmath {
 

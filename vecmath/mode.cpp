@@ -12,8 +12,8 @@
 #include <new>
 
 #include "frame/process.h"
-#include "korb/frame.h"
-#include "korb/vm.h"
+#include "korb/kernel/frame.h"
+#include "korb/kernel/vm.h"
 
 namespace korb::vecmath {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 
 namespace korb::vecmath {
 

@@ -32,6 +32,8 @@ namespace korb::vecmath {
 #define KORB_ARQ_EP_d "_26"
 #define KORB_ARQ_EP_z "_26"
 
+#define KORB_ARQ_FLOATS(c0, c1, c2) "  .float " #c0 ", " #c1 ", " #c2 "\n"
+
 #define KORB_ARQ_OBJECT(name, size)              \
     "  .globl " name "\n"                        \
     "  .type " name ", @object\n"                \
@@ -46,14 +48,14 @@ namespace korb::vecmath {
     "  jmp *" table "+" #offset "(%rip)\n"       \
     "  .size " name ", . - " name "\n"
 
-#define KORB_ARQ_EMIT(p, F, slots, c0, c1, c2)                                 \
+#define KORB_ARQ_EMIT(p, F, slots, costs)                                      \
     asm("  .pushsection .data.rel.ro, \"aw\", @progbits\n"                   \
         "  .p2align 4\n"                                                       \
         ".Lkorb_ttab_" #p #F ":\n"                                             \
         KORB_ARQ_OBJECT("korb_arq_kernel_" #p #F "_ttab", 24)                  \
         KORB_ARQ_SLOTS_##slots(p, F)                                           \
         KORB_ARQ_OBJECT("korb_arq_kernel_" #p #F "_ctab", 16)                  \
-        "  .float " #c0 ", " #c1 ", " #c2 "\n"                                 \
+        KORB_ARQ_FLOATS costs                                                  \
         "  .long 0\n"                                                          \
         "  .popsection\n"                                                      \
         "  .pushsection .text\n"                                               \
@@ -64,10 +66,11 @@ namespace korb::vecmath {
         "  .popsection\n");
 // clang-format on
 
-#define KORB_ARQ_BUILT_0(p, F, slots, c0, c1, c2)
-#define KORB_ARQ_BUILT_1(p, F, slots, c0, c1, c2) KORB_ARQ_EMIT(p, F, slots, c0, c1, c2)
-#define KORB_ARQ_FUNCTION(p, F, kind, result, slots, built, c0, c1, c2) \
-    KORB_ARQ_BUILT_##built(p, F, slots, c0, c1, c2)
+#define KORB_ARQ_BUILT_0(p, F, slots, costs)
+#define KORB_ARQ_BUILT_1(p, F, slots, costs) KORB_ARQ_EMIT(p, F, slots, costs)
+#define KORB_ARQ_FUNCTION(p, F, kind, result, slots, built, costs, bounds, reference, libm, \
+                          domains)                                                          \
+    KORB_ARQ_BUILT_##built(p, F, slots, costs)
 #include "vecmath/functions.def"
 #undef KORB_ARQ_FUNCTION
 

@@ -10,8 +10,7 @@
 // the same. Copies of a stream share the caller's buffer. No leapfrog, no skip-ahead.
 #include <algorithm>
 
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 
 namespace korb::rng {
 namespace {
@@ -35,10 +34,6 @@ struct BoundedSource {
     T b;
 };
 
-static_assert(sizeof(Source<uint32_t>) + kStreamHeaderBytes <= 48);
-static_assert(sizeof(BoundedSource<double>) + kStreamHeaderBytes <= 64);
-static_assert(sizeof(BoundedSource<float>) + kStreamHeaderBytes <= 56);
-
 // The initialiser's arguments: pointers to n, the buffer, [a, b,] and the refill function.
 constexpr int kIntArgWords = 6;
 constexpr int kBoundedArgWords = 10;
@@ -53,18 +48,6 @@ int init_source(Source<T> &src, int words, int expected_words, const void *const
     src.n = n;
     src.avail = n;
     src.pos = 0;
-    return BIX_ERROR_OK;
-}
-
-template <class T>
-int init_bounded(int method, BixStream *stream, int words, const uint32_t *params) {
-    if (method != BIX_INIT_METHOD_STANDARD) return refuse_split(method);
-    auto *args = reinterpret_cast<const void *const *>(params);
-    auto *st = state_of<BoundedSource<T>>(stream);
-    int status = init_source(st->src, words, kBoundedArgWords, args);
-    if (status != BIX_ERROR_OK) return status;
-    st->a = *static_cast<const T *>(args[2]);
-    st->b = *static_cast<const T *>(args[3]);
     return BIX_ERROR_OK;
 }
 
@@ -104,87 +87,112 @@ int serve_mapped(BixStream *stream, int n, R *r, R a, R b) {
     });
 }
 
+// The arguments of the seeding call, an array of pointers in place of seed words.
+const void *const *arguments(Seeds seeds) {
+    return reinterpret_cast<const void *const *>(seeds.words());
+}
+
+template <class T>
+int unsupported(BixStream *, int, T[], T, T) {
+    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
+}
+int unsupported_ints(BixStream *, int, uint32_t[]) {
+    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
+}
+
+struct IAbstract {
+    static constexpr int kId = BIX_BRNG_IABSTRACT;
+    static int seed(BixStream *stream, Seeds seeds) {
+        return init_source(*state_of<Source<uint32_t>>(stream), seeds.count(), kIntArgWords,
+                           arguments(seeds));
+    }
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        return serve(stream, *state_of<Source<uint32_t>>(stream), n,
+                     [r](int i, uint32_t u) { r[i] = u; });
+    }
+    static constexpr auto doubles = unsupported<double>;
+    static constexpr auto floats = unsupported<float>;
+};
+
+// The source of numbers of type T on [a, b): serves its own precision only.
+template <class T, int Id>
+struct BoundedAbstract {
+    static constexpr int kId = Id;
+    static int seed(BixStream *stream, Seeds seeds) {
+        auto *st = state_of<BoundedSource<T>>(stream);
+        const void *const *args = arguments(seeds);
+        const int status = init_source(st->src, seeds.count(), kBoundedArgWords, args);
+        if (status != BIX_ERROR_OK) return status;
+        st->a = *static_cast<const T *>(args[2]);
+        st->b = *static_cast<const T *>(args[3]);
+        return BIX_ERROR_OK;
+    }
+    static int serve_own(BixStream *stream, int n, T r[], T a, T b) {
+        return serve_mapped<T>(stream, n, r, a, b);
+    }
+    static constexpr auto ints = unsupported_ints;
+};
+
+struct DAbstract : BoundedAbstract<double, BIX_BRNG_DABSTRACT> {
+    static constexpr auto doubles = serve_own;
+    static constexpr auto floats = unsupported<float>;
+};
+
+struct SAbstract : BoundedAbstract<float, BIX_BRNG_SABSTRACT> {
+    static constexpr auto doubles = unsupported<double>;
+    static constexpr auto floats = serve_own;
+};
+
+// The makers: a stream of the source's row, seeded with the array of pointers {&n, buffer,
+// [&a, &b,] refill}. A NaN bound passes the a >= b test.
+template <class T, class Refill>
+int new_bounded(BixStream **stream, int brng, int n, T *buffer, T a, T b, Refill refill) {
+    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr || a >= b) {
+        return BIX_ERROR_BADARGS;
+    }
+    const void *args[] = {&n, buffer, &a, &b, reinterpret_cast<const void *>(refill)};
+    return new_stream(stream, brng, kBoundedArgWords, reinterpret_cast<const uint32_t *>(args));
+}
+
 }  // namespace
 
-const BrngProperties iabstract_row = {48,
-                                      0,
-                                      1,
-                                      4,
-                                      32,
-                                      __bixBRngiAbstractInitStream,
-                                      __bixsBRngiAbstract,
-                                      __bixdBRngiAbstract,
-                                      __bixiBRngiAbstract};
-const BrngProperties dabstract_row = {64,
-                                      0,
-                                      1,
-                                      4,
-                                      32,
-                                      __bixBRngdAbstractInitStream,
-                                      __bixsBRngdAbstract,
-                                      __bixdBRngdAbstract,
-                                      __bixiBRngdAbstract};
-const BrngProperties sabstract_row = {56,
-                                      0,
-                                      1,
-                                      4,
-                                      32,
-                                      __bixBRngsAbstractInitStream,
-                                      __bixsBRngsAbstract,
-                                      __bixdBRngsAbstract,
-                                      __bixiBRngsAbstract};
+// Sizes: the source record (with [a, b) for the real sources) after the stream header.
+constexpr RowLayout layout_IABSTRACT = {
+    .stateSize = 48, .stateWords = 0, .includesZero = 1, .nBits = 32};
+constexpr RowLayout layout_DABSTRACT = {
+    .stateSize = 64, .stateWords = 0, .includesZero = 1, .nBits = 32};
+constexpr RowLayout layout_SABSTRACT = {
+    .stateSize = 56, .stateWords = 0, .includesZero = 1, .nBits = 32};
+static_assert(sizeof(Source<uint32_t>) + kStreamHeaderBytes <= layout_IABSTRACT.stateSize);
+static_assert(sizeof(BoundedSource<double>) + kStreamHeaderBytes <= layout_DABSTRACT.stateSize);
+static_assert(sizeof(BoundedSource<float>) + kStreamHeaderBytes <= layout_SABSTRACT.stateSize);
 
 }  // namespace korb::rng
 
-using namespace korb::rng;
+KORB_BRNG_ENTRY_POINTS(iAbstract, korb::rng::IAbstract)
+KORB_BRNG_ENTRY_POINTS(dAbstract, korb::rng::DAbstract)
+KORB_BRNG_ENTRY_POINTS(sAbstract, korb::rng::SAbstract)
 
 extern "C" {
 
-int __bixBRngiAbstractInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    if (method != BIX_INIT_METHOD_STANDARD) return refuse_split(method);
-    return init_source(*state_of<Source<uint32_t>>(stream), n, kIntArgWords,
-                       reinterpret_cast<const void *const *>(params));
+int __bixiNewAbstractStream(BixStream **stream, int n, uint32_t buffer[],
+                            BixiUpdateFuncPtr refill) {
+    if (stream == nullptr || n <= 0 || buffer == nullptr || refill == nullptr) {
+        return BIX_ERROR_BADARGS;
+    }
+    const void *args[] = {&n, buffer, reinterpret_cast<const void *>(refill)};
+    return korb::rng::new_stream(stream, BIX_BRNG_IABSTRACT, korb::rng::kIntArgWords,
+                                 reinterpret_cast<const uint32_t *>(args));
 }
 
-int __bixBRngdAbstractInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    return init_bounded<double>(method, stream, n, params);
+int __bixdNewAbstractStream(BixStream **stream, int n, double buffer[], double a, double b,
+                            BixdUpdateFuncPtr refill) {
+    return korb::rng::new_bounded(stream, BIX_BRNG_DABSTRACT, n, buffer, a, b, refill);
 }
 
-int __bixBRngsAbstractInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    return init_bounded<float>(method, stream, n, params);
-}
-
-int __bixiBRngiAbstract(BixStream *stream, int n, uint32_t r[]) {
-    return serve(stream, *state_of<Source<uint32_t>>(stream), n,
-                 [r](int i, uint32_t u) { r[i] = u; });
-}
-
-int __bixdBRngdAbstract(BixStream *stream, int n, double r[], double a, double b) {
-    return serve_mapped<double>(stream, n, r, a, b);
-}
-
-int __bixsBRngsAbstract(BixStream *stream, int n, float r[], float a, float b) {
-    return serve_mapped<float>(stream, n, r, a, b);
-}
-
-// The precisions an abstract generator does not serve.
-int __bixsBRngiAbstract(BixStream *, int, float[], float, float) {
-    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
-}
-int __bixdBRngiAbstract(BixStream *, int, double[], double, double) {
-    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
-}
-int __bixsBRngdAbstract(BixStream *, int, float[], float, float) {
-    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
-}
-int __bixiBRngdAbstract(BixStream *, int, uint32_t[]) {
-    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
-}
-int __bixdBRngsAbstract(BixStream *, int, double[], double, double) {
-    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
-}
-int __bixiBRngsAbstract(BixStream *, int, uint32_t[]) {
-    return BIX_ERROR_ARS_UNSUPPORTED_PRECISION;
+int __bixsNewAbstractStream(BixStream **stream, int n, float buffer[], float a, float b,
+                            BixsUpdateFuncPtr refill) {
+    return korb::rng::new_bounded(stream, BIX_BRNG_SABSTRACT, n, buffer, a, b, refill);
 }
 
 }  // extern "C"

@@ -1,36 +1,156 @@
-// Splitting a multiplicative congruential generator (MCG31M1, MCG59): its state holds the next
-// output x and the multiplier a, and the stream's outputs are x, a x, a^2 x, ... modulo m.
+// The multiplicative congruential generators (MCG31M1, MCG59): the state holds the next output x
+// and the multiplier a, and the stream's outputs are x, a x, a^2 x, ... modulo m. One generator
+// over a modulus M serves both; M gives
+//   kId, Word, kMultiplier      the row, the word type (32 or 64 bits), the multiplier after
+//   seeding seed_value(seeds)           x from the seed words (0 becomes 1 afterwards) mul(a, x),
+//   pow(base, e)     a x and base^e modulo m step(lanes, a8)             a8 x modulo m in each
+//   64-bit lane, for every non-zero residue x to_double(x), kScale        x as the double the real
+//   outputs scale, and the scale 1 / m
+//
+// Generation steps eight outputs at once: after the first eight, each output is a^8 times the
+// output eight places earlier, so eight independent products proceed in vector lanes. Real
+// outputs are to_double(x) * s + a with s = (b - a) * kScale, a multiply and an add, never fused;
+// floats are that double rounded. Every split of n gives the same numbers as one call.
+//
+// Leapfrog (nstreams n, k) makes the stream yield outputs k, k + n, ... of the stream as it
+// stands: x <- a^k x, a <- a^n; k is not compared with n. Skip-ahead moves x by the count with the
+// current a, so after a leapfrog it counts leapfrogged outputs.
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
-#include "korb/rng.h"
+#include "frame/simd.h"
+#include "generator.h"
 
-namespace korb::rng {
+namespace korb::rng::congruential {
 
-// The 64-bit count of a skip-ahead call: two argument words, low first.
-inline uint64_t skip_count(const uint32_t params[]) {
-    return params[0] | static_cast<uint64_t>(params[1]) << 32;
-}
+using simd::u64v;
+constexpr int kBlock = 8;
+constexpr int kVectors = kBlock / simd::kU64Lanes;
+using Lanes = u64v[kVectors];
 
-// Methods 1 and 2 of the initialiser, with the generator's products and powers modulo m.
-// Leapfrog (n = nstreams, params[0] = k) makes the stream yield outputs k, k + nstreams, ... of
-// the stream as it stands; k is not compared with nstreams. Skip-ahead moves x by the count with
-// the current a, so after a leapfrog it counts leapfrogged outputs. Other methods change nothing.
-template <class Word, class Mul, class Pow>
-int split_congruential(int method, Word &x, Word &a, int n, const uint32_t params[], Mul mul,
-                       Pow pow) {
-    if (method != BIX_INIT_METHOD_LEAPFROG && method != BIX_INIT_METHOD_SKIPAHEAD) {
-        return BIX_ERROR_BADMETHOD;
+template <class M>
+struct Generator {
+    using Word = typename M::Word;
+    static constexpr int kId = M::kId;
+
+    struct State {
+        Word x;  // the next output, never 0
+        Word a;  // the multiplier, or a power of it after leapfrog
+    };
+
+    static State *state(BixStream *stream) { return state_of<State>(stream); }
+
+    static int seed(BixStream *stream, Seeds seeds) {
+        const Word x = M::seed_value(seeds);
+        state(stream)->x = x == 0 ? 1 : x;
+        state(stream)->a = M::kMultiplier;
+        return BIX_ERROR_OK;
     }
-    if (params == nullptr) return BIX_ERROR_BADARGS;
-    if (method == BIX_INIT_METHOD_LEAPFROG) {
-        x = mul(pow(a, params[0]), x);
-        a = pow(a, static_cast<uint32_t>(n));
-    } else {
-        x = mul(pow(a, skip_count(params)), x);
-    }
-    return BIX_ERROR_OK;
-}
 
-}  // namespace korb::rng
+    static int leapfrog(BixStream *stream, uint32_t k, int nstreams) {
+        State *st = state(stream);
+        st->x = M::mul(M::pow(st->a, k), st->x);
+        st->a = M::pow(st->a, static_cast<uint32_t>(nstreams));
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        State *st = state(stream);
+        st->x = M::mul(M::pow(st->a, nskip), st->x);
+        return BIX_ERROR_OK;
+    }
+
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        IntSink sink{r};
+        generate(state(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+
+    static int doubles(BixStream *stream, int n, double r[], double a, double b) {
+        RealSink<double> sink{r, (b - a) * M::kScale, a};
+        generate(state(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+
+    // The bounds widen to double; s and each number are computed as for doubles, then rounded.
+    static int floats(BixStream *stream, int n, float r[], float a, float b) {
+        const double da = a;
+        RealSink<float> sink{r, (static_cast<double>(b) - da) * M::kScale, da};
+        generate(state(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+
+  private:
+    // Runs the recurrence for n outputs, handing each to the sink: one at a time through
+    // sink.one(i, x), and in blocks of eight through sink.block(i, lanes).
+    template <class Sink>
+    static void generate(State *st, int n, Sink &sink) {
+        Word x = st->x;
+        const Word a = st->a;
+        int i = 0;
+        if (n >= 2 * kBlock) {
+            Lanes v;
+            for (; i < kBlock; ++i) {
+                v[i / simd::kU64Lanes][i % simd::kU64Lanes] = x;
+                sink.one(i, x);
+                x = M::mul(a, x);
+            }
+            const Word a2 = M::mul(a, a);
+            const Word a4 = M::mul(a2, a2);
+            const u64v a8 = simd::broadcast(M::mul(a4, a4));
+            for (; n - i >= kBlock; i += kBlock) {
+                for (u64v &lane : v) lane = M::step(lane, a8);
+                sink.block(i, v);
+            }
+            x = M::mul(a, static_cast<Word>(v[kVectors - 1][simd::kU64Lanes - 1]));
+        }
+        for (; i < n; ++i) {
+            sink.one(i, x);
+            x = M::mul(a, x);
+        }
+        st->x = x;
+    }
+
+    // Raw words: 32-bit words one element each, 64-bit words two elements, low half first.
+    struct IntSink {
+        uint32_t *r;
+        void one(int i, Word x) { simd::store(r + kElements * static_cast<ptrdiff_t>(i), x); }
+        void block(int i, const Lanes &v) {
+            if constexpr (kElements == 1) {
+                for (int j = 0; j < kVectors; j += 2) {
+                    simd::store(r + i + j * simd::kU64Lanes, simd::low_halves(v[j], v[j + 1]));
+                }
+            } else {
+                for (int j = 0; j < kVectors; ++j) {
+                    simd::store(r + 2 * (static_cast<ptrdiff_t>(i) + j * simd::kU64Lanes), v[j]);
+                }
+            }
+        }
+        static constexpr int kElements = sizeof(Word) / sizeof(uint32_t);
+    };
+
+    template <class T>
+    struct RealSink {
+        T *r;
+        double s;
+        double a;
+        void one(int i, Word x) { r[i] = static_cast<T>(M::to_double(x) * s + a); }
+        void block(int i, const Lanes &v) {
+            if constexpr (std::is_same_v<T, double>) {
+                for (int j = 0; j < kVectors; ++j) {
+                    simd::store(r + i + j * simd::kU64Lanes, M::to_double(v[j]) * s + a);
+                }
+            } else {
+                for (int j = 0; j < kVectors; j += 2) {
+                    simd::store(
+                        r + i + j * simd::kU64Lanes,
+                        simd::narrow(M::to_double(v[j]) * s + a, M::to_double(v[j + 1]) * s + a));
+                }
+            }
+        }
+    };
+};
+
+}  // namespace korb::rng::congruential

@@ -16,10 +16,8 @@
 #include <bit>
 #include <iterator>
 
-#include "congruential.h"
 #include "frame/simd.h"
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 
 namespace korb::rng {
 namespace {
@@ -42,7 +40,6 @@ struct State {
     uint32_t x[3];  // first component, oldest to newest, each below m1
     uint32_t y[3];  // second component, oldest to newest, each below m2
 };
-static_assert(sizeof(State) + kStreamHeaderBytes <= 40);
 
 // ---- Modular arithmetic on 3-word components (skip-ahead and lane starts) ----
 
@@ -322,77 +319,63 @@ void vect3_pow_mod(uint32_t v[3], const uint32_t (&row)[3], uint32_t offset, uin
     for (int k = 0; k < 3; ++k) v[k] = static_cast<uint32_t>(r[k]);
 }
 
+struct Mrg32k3a {
+    static constexpr int kId = BIX_BRNG_MRG32K3A;
+
+    // Up to six seed words, the rest 1; each word reduced by one subtraction of its modulus; a
+    // component left all zero gets 1 in its oldest word.
+    static int seed(BixStream *stream, Seeds seeds) {
+        State *st = state_of<State>(stream);
+        uint32_t w[6] = {1, 1, 1, 1, 1, 1};
+        for (int k = 0; k < seeds.count() && k < 6; ++k) w[k] = seeds[k];
+        for (int k = 0; k < 3; ++k) {
+            st->x[k] = w[k] >= kM1 ? static_cast<uint32_t>(w[k] - kM1) : w[k];
+            st->y[k] = w[3 + k] >= kM2 ? static_cast<uint32_t>(w[3 + k] - kM2) : w[3 + k];
+        }
+        if ((st->x[0] | st->x[1] | st->x[2]) == 0) st->x[0] = 1;
+        if ((st->y[0] | st->y[1] | st->y[2]) == 0) st->y[0] = 1;
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        State *st = state_of<State>(stream);
+        vect3_pow_mod(st->x, kRowX, kOffset1, nskip);
+        vect3_pow_mod(st->y, kRowY, kOffset2, nskip);
+        return BIX_ERROR_OK;
+    }
+
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        IntSink sink{r};
+        generate(state_of<State>(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+
+    static int doubles(BixStream *stream, int n, double r[], double a, double b) {
+        RealSink<double> sink{r, (b - a) * kInverseM1, a};
+        generate(state_of<State>(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+
+    static int floats(BixStream *stream, int n, float r[], float a, float b) {
+        const double da = a;
+        RealSink<float> sink{r, (static_cast<double>(b) - da) * kInverseM1, da};
+        generate(state_of<State>(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+};
+
 }  // namespace
 
-const BrngProperties mrg32k3a_row = {40,
-                                     6,
-                                     1,
-                                     4,
-                                     32,
-                                     __bixBRngMRG32K3AInitStream,
-                                     __bixsBRngMRG32K3A,
-                                     __bixdBRngMRG32K3A,
-                                     __bixiBRngMRG32K3A};
+constexpr RowLayout layout_MRG32K3A = {
+    .stateSize = 40, .stateWords = 6, .includesZero = 1, .nBits = 32};
+static_assert(sizeof(State) + kStreamHeaderBytes <= layout_MRG32K3A.stateSize);
 
 }  // namespace korb::rng
 
-using korb::rng::State;
+KORB_BRNG_ENTRY_POINTS(MRG32K3A, korb::rng::Mrg32k3a)
 
-extern "C" {
-
-int __bixBRngMRG32K3AInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    State *st = state_of<State>(stream);
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            // Up to six seed words, the rest 1; each word reduced by one subtraction of its
-            // modulus; a component left all zero gets 1 in its oldest word.
-            uint32_t w[6] = {1, 1, 1, 1, 1, 1};
-            for (int k = 0; params != nullptr && k < n && k < 6; ++k) w[k] = params[k];
-            for (int k = 0; k < 3; ++k) {
-                st->x[k] = w[k] >= kM1 ? static_cast<uint32_t>(w[k] - kM1) : w[k];
-                st->y[k] = w[3 + k] >= kM2 ? static_cast<uint32_t>(w[3 + k] - kM2) : w[3 + k];
-            }
-            if ((st->x[0] | st->x[1] | st->x[2]) == 0) st->x[0] = 1;
-            if ((st->y[0] | st->y[1] | st->y[2]) == 0) st->y[0] = 1;
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            const uint64_t nskip = skip_count(params);
-            vect3_pow_mod(st->x, kRowX, kOffset1, nskip);
-            vect3_pow_mod(st->y, kRowY, kOffset2, nskip);
-            return BIX_ERROR_OK;
-        }
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
-
-int __bixiBRngMRG32K3A(BixStream *stream, int n, uint32_t r[]) {
-    korb::rng::IntSink sink{r};
-    korb::rng::generate(korb::rng::state_of<State>(stream), n, sink);
-    return BIX_ERROR_OK;
-}
-
-int __bixdBRngMRG32K3A(BixStream *stream, int n, double r[], double a, double b) {
-    korb::rng::RealSink<double> sink{r, (b - a) * korb::rng::kInverseM1, a};
-    korb::rng::generate(korb::rng::state_of<State>(stream), n, sink);
-    return BIX_ERROR_OK;
-}
-
-int __bixsBRngMRG32K3A(BixStream *stream, int n, float r[], float a, float b) {
-    const double da = a;
-    korb::rng::RealSink<float> sink{r, (static_cast<double>(b) - da) * korb::rng::kInverseM1, da};
-    korb::rng::generate(korb::rng::state_of<State>(stream), n, sink);
-    return BIX_ERROR_OK;
-}
-
-void __bixiVect3PowMod(uint32_t vector[3], const uint32_t row[3], uint32_t offset, uint64_t power) {
+extern "C" void __bixiVect3PowMod(uint32_t vector[3], const uint32_t row[3], uint32_t offset,
+                                  uint64_t power) {
     const uint32_t r[3] = {row[0], row[1], row[2]};
     korb::rng::vect3_pow_mod(vector, r, offset, power);
 }
-
-}  // extern "C"

@@ -4,88 +4,54 @@
 // member comes from the stream's generator id; seeding copies its row into the state, so that
 // generation reads the state alone. Seeding, generation and the real outputs are MT19937's
 // with 69-word blocks (twister.h). Neither leapfrog nor skip-ahead is offered.
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 #include "twister.h"
 
 namespace korb::rng {
 namespace {
 
-using Shape = twister::Shape<69, 34, 5, 12>;
 constexpr int kMembers = 6024;
+
+struct Mt2203 : twister::Outputs<Mt2203> {
+    static constexpr int kId = BIX_BRNG_MT2203;
+    using Shape = twister::Shape<69, 34, 5, 12>;
+
+    struct State {
+        uint32_t mt[Shape::kN];  // untempered
+        int32_t index;           // next word to temper; 69: regenerate first
+        twister::Params p;       // the member's row
+    };
+
+    static const twister::Params &params(const State &st) { return st.p; }
+
+    static int seed(BixStream *stream, Seeds seeds);
+};
 
 // {matrixA, temperB, temperC} of each member.
 constexpr twister::Params kTable[kMembers] = {
 #include "mt2203_params.inc"
 };
 
-struct State {
-    uint32_t mt[Shape::kN];  // untempered
-    int32_t index;           // next word to temper; 69: regenerate first
-    twister::Params p;       // the member's row
-};
-static_assert(sizeof(State) + kStreamHeaderBytes <= 312);
-static_assert(offsetof(State, p) == 70 * 4 && sizeof(twister::Params) == 12);
+static_assert(offsetof(Mt2203::State, p) == 70 * 4 && sizeof(twister::Params) == 12);
+static_assert(generator(BIX_BRNG_MT2203).members == kMembers);
 
-State *state(BixStream *stream) {
-    return state_of<State>(stream);
+int Mt2203::seed(BixStream *stream, Seeds seeds) {
+    int row = 0, member = 0;
+    __bixGetBrngBaseOffset(stream->brng, &row, &member);
+    if (member < 0 || member >= kMembers) return BIX_ERROR_INVALID_BRNG;
+    State *st = state_of<State>(stream);
+    twister::seed(st->mt, Shape::kN, seeds.words(), seeds.count());
+    st->index = Shape::kN;
+    st->p = kTable[member];
+    return BIX_ERROR_OK;
 }
 
 }  // namespace
 
-const BrngProperties mt2203_row = {312,
-                                   70,
-                                   1,
-                                   4,
-                                   32,
-                                   __bixBRngMT2203InitStream,
-                                   __bixsBRngMT2203,
-                                   __bixdBRngMT2203,
-                                   __bixiBRngMT2203};
+constexpr RowLayout layout_MT2203 = {
+    .stateSize = 312, .stateWords = 70, .includesZero = 1, .nBits = 32};
+static_assert(sizeof(Mt2203::State) + kStreamHeaderBytes <= layout_MT2203.stateSize);
 
 }  // namespace korb::rng
 
-extern "C" {
-
-int __bixBRngMT2203InitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            int row = 0, member = 0;
-            __bixGetBrngBaseOffset(stream->brng, &row, &member);
-            if (member < 0 || member >= kMembers) return BIX_ERROR_INVALID_BRNG;
-            State *st = state(stream);
-            twister::seed(st->mt, Shape::kN, params, n);
-            st->index = Shape::kN;
-            st->p = kTable[member];
-            return BIX_ERROR_OK;
-        }
-        default:
-            return korb::rng::refuse_split(method);
-    }
-}
-
-int __bixiBRngMT2203(BixStream *stream, int n, uint32_t r[]) {
-    using namespace korb::rng;
-    State *st = state(stream);
-    twister::WordSink sink{r};
-    twister::generate<Shape>(st->mt, &st->index, st->p, n, sink);
-    return BIX_ERROR_OK;
-}
-
-int __bixdBRngMT2203(BixStream *stream, int n, double r[], double a, double b) {
-    using namespace korb::rng;
-    State *st = state(stream);
-    twister::generate_doubles<Shape>(st->mt, &st->index, st->p, n, r, a, b);
-    return BIX_ERROR_OK;
-}
-
-int __bixsBRngMT2203(BixStream *stream, int n, float r[], float a, float b) {
-    using namespace korb::rng;
-    State *st = state(stream);
-    uniform::WordsToFloats sink(r, a, b);
-    twister::generate<Shape>(st->mt, &st->index, st->p, n, sink);
-    return BIX_ERROR_OK;
-}
-
-}  // extern "C"
+KORB_BRNG_ENTRY_POINTS(MT2203, korb::rng::Mt2203)

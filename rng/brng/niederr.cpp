@@ -10,17 +10,11 @@
 #include <bit>
 
 #include "qrng.h"
-#include "rows.h"
 
 namespace korb::rng {
 namespace {
 
-constexpr int kStateSize = 43280;
-constexpr int kStateWords = 10498;
 constexpr uint32_t kChunkKey = 13;
-
-static_assert(16 + 4 * BIX_NIEDERR_MAX_DIM <= 4 * kStateWords &&
-              4 * kStateWords <= kStateSize - 16);
 
 int degree(uint64_t p) {
     return std::bit_width(p) - 1;
@@ -82,8 +76,17 @@ void build_matrices(uint32_t *v) {
     }
 }
 
+using Niederr = qrng::Generator<BIX_BRNG_NIEDERR, kChunkKey, BIX_NIEDERR_MAX_DIM, build_matrices>;
+
 }  // namespace
+
+constexpr RowLayout layout_NIEDERR = {
+    .stateSize = 43280, .stateWords = 10498, .includesZero = 0, .nBits = 32};
+
+// The state copy moves stateWords words: the 16-byte header and one word per coordinate.
+static_assert(16 + 4 * BIX_NIEDERR_MAX_DIM <= 4 * layout_NIEDERR.stateWords &&
+              4 * layout_NIEDERR.stateWords <= layout_NIEDERR.stateSize - 16);
+
 }  // namespace korb::rng
 
-KORB_QRNG_GENERATOR(Niederr, niederr_row, kChunkKey, BIX_NIEDERR_MAX_DIM, build_matrices,
-                    kStateSize, kStateWords)
+KORB_BRNG_ENTRY_POINTS(Niederr, korb::rng::Niederr)

@@ -17,7 +17,8 @@
 
 #include <cstdint>
 
-#include "korb/rng.h"
+#include "generator.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng::qrng {
 
@@ -42,50 +43,45 @@ inline uint32_t table_bytes(const Table &t) {
     return static_cast<uint32_t>(kBits * t.max_dim * sizeof(uint32_t));
 }
 
-// Initialiser methods 0 (seed[0] is the dimension), 1 (leapfrog: k of nstreams = width) and
-// 2 (skip-ahead by a 64-bit count in two words, low first).
-int init(const Table &t, int method, BixStream *stream, int n, const uint32_t params[]);
+// Seeding (seed[0] is the dimension), leapfrog (k of nstreams = width) and skip-ahead.
+int seed(const Table &t, BixStream *stream, Seeds seeds);
+int leapfrog(const Table &t, BixStream *stream, uint32_t k, int nstreams);
+int skip_ahead(const Table &t, BixStream *stream, uint64_t nskip);
 
+// The stream's next n outputs as words, doubles or floats.
 int generate_ints(const Table &t, BixStream *stream, int n, uint32_t r[]);
 int generate_doubles(const Table &t, BixStream *stream, int n, double r[], double a, double b);
 int generate_floats(const Table &t, BixStream *stream, int n, float r[], float a, float b);
 
-}  // namespace korb::rng::qrng
+// A quasi-random generator over the engine: its id, the key of its table's chunk, its largest
+// dimension and build(v), which fills the kBits * MaxDim words of its table.
+template <int Id, uint32_t Key, int MaxDim, void (*Build)(uint32_t *)>
+struct Generator {
+    static constexpr int kId = Id;
 
-// Defines a quasi-random generator over the engine: its table descriptor (chunk key, largest
-// dimension, builder) with a shared id made once per process, its registry row `row`, and its
-// four entry points __bixBRng<Name>InitStream and __bix[s|d|i]BRng<Name>. Used at global scope
-// after the builder, which lives in korb::rng.
-#define KORB_QRNG_GENERATOR(Name, row, key, max_dim, build, state_size, state_words)             \
-    namespace korb::rng {                                                                        \
-    namespace {                                                                                  \
-    const uint64_t *Name##_shared_id();                                                          \
-    const qrng::Table k##Name##Table = {key, max_dim, build, Name##_shared_id};                  \
-    const uint64_t *Name##_shared_id() {                                                         \
-        static const qrng::SharedId id = qrng::make_shared_id(k##Name##Table);                   \
-        return id.words;                                                                         \
-    }                                                                                            \
-    }                                                                                            \
-    const BrngProperties row = {state_size,                                                      \
-                                state_words,                                                     \
-                                0,                                                               \
-                                4,                                                               \
-                                32,                                                              \
-                                __bixBRng##Name##InitStream,                                     \
-                                __bixsBRng##Name,                                                \
-                                __bixdBRng##Name,                                                \
-                                __bixiBRng##Name};                                               \
-    }                                                                                            \
-    extern "C" int __bixBRng##Name##InitStream(int method, BixStream *stream, int n,             \
-                                               const uint32_t params[]) {                        \
-        return korb::rng::qrng::init(korb::rng::k##Name##Table, method, stream, n, params);      \
-    }                                                                                            \
-    extern "C" int __bixiBRng##Name(BixStream *stream, int n, uint32_t r[]) {                    \
-        return korb::rng::qrng::generate_ints(korb::rng::k##Name##Table, stream, n, r);          \
-    }                                                                                            \
-    extern "C" int __bixdBRng##Name(BixStream *stream, int n, double r[], double a, double b) {  \
-        return korb::rng::qrng::generate_doubles(korb::rng::k##Name##Table, stream, n, r, a, b); \
-    }                                                                                            \
-    extern "C" int __bixsBRng##Name(BixStream *stream, int n, float r[], float a, float b) {     \
-        return korb::rng::qrng::generate_floats(korb::rng::k##Name##Table, stream, n, r, a, b);  \
+    // The table's id in the shared read-only data table, made once per process.
+    static const uint64_t *shared_id() {
+        static const SharedId id = make_shared_id(kTable);
+        return id.words;
     }
+    static constexpr Table kTable = {Key, MaxDim, Build, shared_id};
+
+    static int seed(BixStream *stream, Seeds seeds) { return qrng::seed(kTable, stream, seeds); }
+    static int leapfrog(BixStream *stream, uint32_t k, int nstreams) {
+        return qrng::leapfrog(kTable, stream, k, nstreams);
+    }
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        return qrng::skip_ahead(kTable, stream, nskip);
+    }
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        return generate_ints(kTable, stream, n, r);
+    }
+    static int doubles(BixStream *stream, int n, double r[], double a, double b) {
+        return generate_doubles(kTable, stream, n, r, a, b);
+    }
+    static int floats(BixStream *stream, int n, float r[], float a, float b) {
+        return generate_floats(kTable, stream, n, r, a, b);
+    }
+};
+
+}  // namespace korb::rng::qrng

@@ -20,8 +20,7 @@
 #include <cstring>
 
 #include "frame/simd.h"
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 #include "uniform.h"
 
 namespace korb::rng {
@@ -36,7 +35,6 @@ struct State {
     uint32_t x[kWords];  // the last 250 outputs (or seeded words); x[i] is the oldest
     int32_t i;           // position of the next output, 0..249
 };
-static_assert(sizeof(State) + kStreamHeaderBytes <= 1024);
 
 using simd::u32v;
 using uniform::kBlockWords;
@@ -72,12 +70,6 @@ void generate(State *st, int n, Sink &sink) {
     }
     st->i = i;
 }
-
-struct IntSink {
-    uint32_t *r;
-    void one(int i, uint32_t w) { r[i] = w; }
-    void block(int i, u32v v) { simd::store(r + i, v); }
-};
 
 // Polynomials over GF(2) of degree below 500, bit j of the array the coefficient of x^j.
 constexpr int kPolyWords = 8;
@@ -138,64 +130,46 @@ void skip_ahead(State *st, uint64_t nskip) {
     st->i = 0;
 }
 
+struct R250 : uniform::WordOutputs<R250> {
+    static constexpr int kId = BIX_BRNG_R250;
+
+    // 250 successive values of the seed word (0 or none: 1) under s <- 69069 s, then the
+    // triangular diagonal.
+    static int seed(BixStream *stream, Seeds seeds) {
+        State *st = state_of<State>(stream);
+        uint32_t s = seeds.count() >= 1 ? seeds[0] : 1;
+        if (s == 0) s = 1;
+        for (uint32_t &w : st->x) {
+            s *= kSeedMultiplier;
+            w = s;
+        }
+        for (int j = 0; j < 32; ++j) {
+            const uint32_t diagonal = uint32_t{1} << (31 - j);
+            uint32_t &w = st->x[7 * j + 3];
+            w = (w & (diagonal - 1)) | diagonal;
+        }
+        st->i = 0;
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        korb::rng::skip_ahead(state_of<State>(stream), nskip);
+        return BIX_ERROR_OK;
+    }
+
+    template <class Sink>
+    static int run(BixStream *stream, int n, Sink &sink) {
+        generate(state_of<State>(stream), n, sink);
+        return BIX_ERROR_OK;
+    }
+};
+
 }  // namespace
 
-const BrngProperties r250_row = {
-    1024, 252, 1, 4, 32, __bixBRngR250InitStream, __bixsBRngR250, __bixdBRngR250, __bixiBRngR250};
+constexpr RowLayout layout_R250 = {
+    .stateSize = 1024, .stateWords = 252, .includesZero = 1, .nBits = 32};
+static_assert(sizeof(State) + kStreamHeaderBytes <= layout_R250.stateSize);
 
 }  // namespace korb::rng
 
-using korb::rng::State;
-
-extern "C" {
-
-int __bixBRngR250InitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    State *st = state_of<State>(stream);
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            uint32_t s = n >= 1 && params != nullptr ? params[0] : 1;
-            if (s == 0) s = 1;
-            for (uint32_t &w : st->x) {
-                s *= kSeedMultiplier;
-                w = s;
-            }
-            for (int j = 0; j < 32; ++j) {
-                const uint32_t diagonal = uint32_t{1} << (31 - j);
-                uint32_t &w = st->x[7 * j + 3];
-                w = (w & (diagonal - 1)) | diagonal;
-            }
-            st->i = 0;
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            skip_ahead(st, params[0] | static_cast<uint64_t>(params[1]) << 32);
-            return BIX_ERROR_OK;
-        }
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
-
-int __bixiBRngR250(BixStream *stream, int n, uint32_t r[]) {
-    korb::rng::IntSink sink{r};
-    korb::rng::generate(korb::rng::state_of<State>(stream), n, sink);
-    return BIX_ERROR_OK;
-}
-
-int __bixdBRngR250(BixStream *stream, int n, double r[], double a, double b) {
-    korb::rng::uniform::WordsToDoubles sink(r, a, b);
-    korb::rng::generate(korb::rng::state_of<State>(stream), n, sink);
-    return BIX_ERROR_OK;
-}
-
-int __bixsBRngR250(BixStream *stream, int n, float r[], float a, float b) {
-    korb::rng::uniform::WordsToFloats sink(r, a, b);
-    korb::rng::generate(korb::rng::state_of<State>(stream), n, sink);
-    return BIX_ERROR_OK;
-}
-
-}  // extern "C"
+KORB_BRNG_ENTRY_POINTS(R250, korb::rng::R250)

@@ -28,14 +28,11 @@
 // T^J = (t^J mod p)(T): with t^J mod p = sum of c_j t^j, the window J words later is the sum of
 // c_j T^j(window), evaluated by Horner's rule in 19968 steps. t^J mod p takes about 64
 // squarings modulo p. The result is exact for every state.
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "frame/simd.h"
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 #include "uniform.h"
 
 namespace korb::rng {
@@ -65,26 +62,27 @@ static_assert(sizeof(State) + kStreamHeaderBytes <= 2536);
 // The stream record is 64-byte aligned and the state starts 16 bytes into it.
 static_assert(kStreamHeaderBytes % 16 == 0);
 
-inline __m128i load(const uint32_t *p) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+using simd::u32v;
+
+inline u32v load(const uint32_t *p) {
+    return simd::load<u32v>(p);
 }
-inline void store(uint32_t *p, __m128i v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v);
+inline void store(uint32_t *p, u32v v) {
+    simd::store(p, v);
 }
 
 // c and d are the two words just made, so they enter last: a word then waits only for one shift
 // and one xor after the previous one. The empty asm keeps the compiler from reassociating the
 // xors into a longer chain.
-inline __m128i recursion(__m128i a, __m128i b, __m128i c, __m128i d, __m128i mask) {
-    __m128i t = _mm_xor_si128(_mm_xor_si128(a, _mm_slli_si128(a, kSL2)),
-                              _mm_and_si128(_mm_srli_epi32(b, kSR1), mask));
+inline u32v recursion(u32v a, u32v b, u32v c, u32v d, u32v mask) {
+    u32v t = (a ^ simd::shift_bytes_up<kSL2>(a)) ^ ((b >> kSR1) & mask);
     asm("" : "+x"(t));
-    t = _mm_xor_si128(t, _mm_srli_si128(c, kSR2));
+    t = t ^ simd::shift_bytes_down<kSR2>(c);
     asm("" : "+x"(t));
-    return _mm_xor_si128(t, _mm_slli_epi32(d, kSL1));
+    return t ^ (d << kSL1);
 }
 
-inline __m128i mask_vector() {
+inline u32v mask_vector() {
     return load(kMask);
 }
 
@@ -97,18 +95,18 @@ int position(const State *st) {
 // Renews the whole state in place: the next 156 128-bit words.
 void regenerate(State *st) {
     uint32_t *w = st->u;
-    const __m128i mask = mask_vector();
-    __m128i r1 = load(w + 4 * (kVectors - 2));
-    __m128i r2 = load(w + 4 * (kVectors - 1));
+    const u32v mask = mask_vector();
+    u32v r1 = load(w + 4 * (kVectors - 2));
+    u32v r2 = load(w + 4 * (kVectors - 1));
     int i = 0;
     for (; i < kVectors - kPos1; ++i) {
-        const __m128i x = recursion(load(w + 4 * i), load(w + 4 * (i + kPos1)), r1, r2, mask);
+        const u32v x = recursion(load(w + 4 * i), load(w + 4 * (i + kPos1)), r1, r2, mask);
         store(w + 4 * i, x);
         r1 = r2;
         r2 = x;
     }
     for (; i < kVectors; ++i) {
-        const __m128i x =
+        const u32v x =
             recursion(load(w + 4 * i), load(w + 4 * (i + kPos1 - kVectors)), r1, r2, mask);
         store(w + 4 * i, x);
         r1 = r2;
@@ -120,18 +118,18 @@ void regenerate(State *st) {
 // keeps the last 156 of them as the new, used-up state.
 void generate_into(State *st, uint32_t *out, size_t m) {
     const uint32_t *w = st->u;
-    const __m128i mask = mask_vector();
-    __m128i r1 = load(w + 4 * (kVectors - 2));
-    __m128i r2 = load(w + 4 * (kVectors - 1));
+    const u32v mask = mask_vector();
+    u32v r1 = load(w + 4 * (kVectors - 2));
+    u32v r2 = load(w + 4 * (kVectors - 1));
     size_t i = 0;
     for (; i < kVectors - kPos1; ++i) {
-        const __m128i x = recursion(load(w + 4 * i), load(w + 4 * (i + kPos1)), r1, r2, mask);
+        const u32v x = recursion(load(w + 4 * i), load(w + 4 * (i + kPos1)), r1, r2, mask);
         store(out + 4 * i, x);
         r1 = r2;
         r2 = x;
     }
     for (; i < kVectors; ++i) {
-        const __m128i x =
+        const u32v x =
             recursion(load(w + 4 * i), load(out + 4 * (i + kPos1 - kVectors)), r1, r2, mask);
         store(out + 4 * i, x);
         r1 = r2;
@@ -147,8 +145,8 @@ void generate_into(State *st, uint32_t *out, size_t m) {
         store(o + 4, r2);
     }
     if (i < m) {
-        const __m128i x = recursion(load(out + 4 * (i - kVectors)),
-                                    load(out + 4 * (i + kPos1 - kVectors)), r1, r2, mask);
+        const u32v x = recursion(load(out + 4 * (i - kVectors)),
+                                 load(out + 4 * (i + kPos1 - kVectors)), r1, r2, mask);
         store(out + 4 * i, x);
     }
     std::memcpy(st->u, out + 4 * (m - kVectors), sizeof st->u);
@@ -224,8 +222,8 @@ inline void xor_bytes(unsigned char *dst, const unsigned char *src, int n) {
     int i = 0;
     for (; i + 16 <= n; i += 16)
         store(reinterpret_cast<uint32_t *>(dst + i),
-              _mm_xor_si128(load(reinterpret_cast<const uint32_t *>(dst + i)),
-                            load(reinterpret_cast<const uint32_t *>(src + i))));
+              (load(reinterpret_cast<const uint32_t *>(dst + i)) ^
+               load(reinterpret_cast<const uint32_t *>(src + i))));
     for (; i < n; ++i) dst[i] ^= src[i];
 }
 
@@ -276,18 +274,18 @@ void jump(State *st, uint64_t steps) {
         if ((steps >> k) & 1) times_t(c, m);
     }
     // Horner's rule on a ring of 156 words: acc <- T(acc) + c_j w, j from the top down.
-    const __m128i mask = mask_vector();
+    const u32v mask = mask_vector();
     alignas(16) uint32_t acc[kWords] = {};
     int head = 0;  // ring position of the oldest word
     const auto at = [&](int k) { return acc + 4 * ((head + k) % kVectors); };
     for (int j = kDegree - 1; j >= 0; --j) {
-        const __m128i x = recursion(load(at(0)), load(at(kPos1)), load(at(kVectors - 2)),
-                                    load(at(kVectors - 1)), mask);
+        const u32v x = recursion(load(at(0)), load(at(kPos1)), load(at(kVectors - 2)),
+                                 load(at(kVectors - 1)), mask);
         store(at(0), x);
         head = (head + 1) % kVectors;
         if (!c.bit(j)) continue;
         for (int k = 0; k < kVectors; ++k) {
-            store(at(k), _mm_xor_si128(load(at(k)), load(st->u + 4 * k)));
+            store(at(k), load(at(k)) ^ load(st->u + 4 * k));
         }
     }
     for (int k = 0; k < kVectors; ++k) std::memcpy(st->u + 4 * k, at(k), 16);
@@ -359,48 +357,40 @@ void certify_period(State *st) {
     }
 }
 
+// Seeding by a key array (none: the key {1}) and skip-ahead in 128-bit words.
+struct Sfmt19937 {
+    static constexpr int kId = BIX_BRNG_SFMT19937;
+
+    static int seed(BixStream *stream, Seeds seeds) {
+        State *st = state_of<State>(stream);
+        const uint32_t one = 1;
+        if (seeds.count() == 0) {
+            seed_by_key(st, &one, 1);
+        } else {
+            seed_by_key(st, seeds.words(), seeds.count());
+        }
+        certify_period(st);
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        korb::rng::skip_ahead(state_of<State>(stream), nskip);
+        return BIX_ERROR_OK;
+    }
+};
+
 }  // namespace
 
-const BrngProperties sfmt19937_row = {2536,
-                                      625,
-                                      1,
-                                      16,
-                                      128,
-                                      __bixBRngSFMT19937InitStream,
-                                      __bixsBRngSFMT19937,
-                                      __bixdBRngSFMT19937,
-                                      __bixiBRngSFMT19937};
+constexpr RowLayout layout_SFMT19937 = {
+    .stateSize = 2536, .stateWords = 625, .includesZero = 1, .nBits = 128};
 
 }  // namespace korb::rng
+
+KORB_BRNG_INIT_STREAM(SFMT19937, korb::rng::Sfmt19937)
 
 using korb::rng::State;
 
 extern "C" {
-
-int __bixBRngSFMT19937InitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD: {
-            State *st = state_of<State>(stream);
-            const uint32_t one = 1;
-            if (n <= 0 || params == nullptr) {
-                seed_by_key(st, &one, 1);
-            } else {
-                seed_by_key(st, params, n);
-            }
-            certify_period(st);
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_LEAPFROG:
-            return BIX_ERROR_LEAPFROG_UNSUPPORTED;
-        case BIX_INIT_METHOD_SKIPAHEAD:
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            skip_ahead(state_of<State>(stream), params[0] | static_cast<uint64_t>(params[1]) << 32);
-            return BIX_ERROR_OK;
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
 
 int __bixiBRngSFMT19937(BixStream *stream, int n, uint32_t r[]) {
     if (n <= 0) return BIX_ERROR_OK;

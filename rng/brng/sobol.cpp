@@ -7,22 +7,16 @@
 #include <bit>
 
 #include "qrng.h"
-#include "rows.h"
 
 namespace korb::rng {
 namespace {
 
-constexpr int kStateSize = 11648;
-constexpr int kStateWords = 2604;
 constexpr uint32_t kChunkKey = 9;
 
 // Dimension k's polynomial followed by its initial numbers, for k = 1 to BIX_SOBOL_MAX_DIM.
 constexpr uint32_t kInitialNumbers[] = {
 #include "sobol_directions.inc"
 };
-
-// The state copy moves stateWords words: the 16-byte header and one word per coordinate.
-static_assert(16 + 4 * BIX_SOBOL_MAX_DIM <= 4 * kStateWords && 4 * kStateWords <= kStateSize - 16);
 
 void build_directions(uint32_t *v) {
     using qrng::kBits;
@@ -49,8 +43,17 @@ void build_directions(uint32_t *v) {
     }
 }
 
+using Sobol = qrng::Generator<BIX_BRNG_SOBOL, kChunkKey, BIX_SOBOL_MAX_DIM, build_directions>;
+
 }  // namespace
+
+constexpr RowLayout layout_SOBOL = {
+    .stateSize = 11648, .stateWords = 2604, .includesZero = 0, .nBits = 32};
+
+// The state copy moves stateWords words: the 16-byte header and one word per coordinate.
+static_assert(16 + 4 * BIX_SOBOL_MAX_DIM <= 4 * layout_SOBOL.stateWords &&
+              4 * layout_SOBOL.stateWords <= layout_SOBOL.stateSize - 16);
+
 }  // namespace korb::rng
 
-KORB_QRNG_GENERATOR(Sobol, sobol_row, kChunkKey, BIX_SOBOL_MAX_DIM, build_directions, kStateSize,
-                    kStateWords)
+KORB_BRNG_ENTRY_POINTS(Sobol, korb::rng::Sobol)

@@ -1,16 +1,34 @@
 // The non-deterministic generator: numbers from the processor's random-number instruction.
-// This kernel library makes and seeds such streams but does not generate from them; its three
-// generation functions refuse with BIX_ERROR_NONDETERM_NOT_SUPPORTED.
+// This kernel library makes and seeds such streams but does not generate from them: seeding
+// records the source, and fails where the processor lacks the instruction; the three generation
+// functions refuse with BIX_ERROR_NONDETERM_NOT_SUPPORTED. A stream of independent hardware
+// numbers has no leapfrog or skip-ahead.
 #include <cpuid.h>
 
-#include "rng/stream.h"
-#include "rows.h"
+#include "generator.h"
 
 namespace korb::rng {
 namespace {
 
 struct State {
     uint32_t source;  // 1: the hardware instruction
+};
+
+template <class... Args>
+int not_supported(BixStream *, int, Args...) {
+    return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
+}
+
+struct Trng {
+    static constexpr int kId = BIX_BRNG_NONDETERM;
+    static int seed(BixStream *stream, Seeds) {
+        if (!has_hardware_rng()) return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
+        state_of<State>(stream)->source = 1;
+        return BIX_ERROR_OK;
+    }
+    static constexpr auto ints = not_supported<uint32_t *>;
+    static constexpr auto doubles = not_supported<double *, double, double>;
+    static constexpr auto floats = not_supported<float *, float, float>;
 };
 
 }  // namespace
@@ -21,34 +39,10 @@ bool has_hardware_rng() {
     return (c & bit_RDRND) != 0;
 }
 
-const BrngProperties trng_row = {
-    24, 1, 1, 4, 32, __bixBRngTRNGInitStream, __bixsBRngTRNG, __bixdBRngTRNG, __bixiBRngTRNG};
+constexpr RowLayout layout_NONDETERM = {
+    .stateSize = 24, .stateWords = 1, .includesZero = 1, .nBits = 32};
+static_assert(sizeof(State) + kStreamHeaderBytes <= layout_NONDETERM.stateSize);
 
 }  // namespace korb::rng
 
-extern "C" {
-
-// Seeding records the source; it fails where the processor lacks the instruction. A stream of
-// independent hardware numbers has no leapfrog or skip-ahead.
-int __bixBRngTRNGInitStream(int method, BixStream *stream, int, const uint32_t[]) {
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD:
-            if (!korb::rng::has_hardware_rng()) return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
-            korb::rng::state_of<korb::rng::State>(stream)->source = 1;
-            return BIX_ERROR_OK;
-        default:
-            return korb::rng::refuse_split(method);
-    }
-}
-
-int __bixsBRngTRNG(BixStream *, int, float[], float, float) {
-    return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
-}
-int __bixdBRngTRNG(BixStream *, int, double[], double, double) {
-    return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
-}
-int __bixiBRngTRNG(BixStream *, int, uint32_t[]) {
-    return BIX_ERROR_NONDETERM_NOT_SUPPORTED;
-}
-
-}  // extern "C"
+KORB_BRNG_ENTRY_POINTS(TRNG, korb::rng::Trng)

@@ -23,6 +23,7 @@
 #include <cstring>
 
 #include "frame/simd.h"
+#include "rng/stream.h"
 #include "uniform.h"
 
 namespace korb::rng::twister {
@@ -221,5 +222,28 @@ void generate_doubles(uint32_t *mt, int32_t *index, const Params &p, int n, doub
     generate<S>(mt, index, p, n, sink);
     words_to_doubles_in_place(r, n, (b - a) * uniform::kWordScale, a);
 }
+
+// The iGen, dGen and sGen functions of a twister G: G::State holds mt and index, G::Shape is its
+// shape and G::params(state) its twist word and tempering masks.
+template <class G>
+struct Outputs {
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        auto *st = state_of<typename G::State>(stream);
+        WordSink sink{r};
+        generate<typename G::Shape>(st->mt, &st->index, G::params(*st), n, sink);
+        return BIX_ERROR_OK;
+    }
+    static int doubles(BixStream *stream, int n, double r[], double a, double b) {
+        auto *st = state_of<typename G::State>(stream);
+        generate_doubles<typename G::Shape>(st->mt, &st->index, G::params(*st), n, r, a, b);
+        return BIX_ERROR_OK;
+    }
+    static int floats(BixStream *stream, int n, float r[], float a, float b) {
+        auto *st = state_of<typename G::State>(stream);
+        uniform::WordsToFloats sink(r, a, b);
+        generate<typename G::Shape>(st->mt, &st->index, G::params(*st), n, sink);
+        return BIX_ERROR_OK;
+    }
+};
 
 }  // namespace korb::rng::twister

@@ -6,13 +6,15 @@
 // can reach b, so a float result of b or more becomes the float just below b.
 //
 // The sinks take a generator's words one at a time (one) or four at a time (block), at the
-// position of the output array they belong to.
+// position of the output array they belong to. WordOutputs makes a generator's three output
+// functions from one function that hands its words to a sink.
 #pragma once
 
 #include <cmath>
 #include <cstdint>
 
 #include "frame/simd.h"
+#include "korb/kernel/rng.h"
 
 namespace korb::rng::uniform {
 
@@ -53,6 +55,12 @@ inline void words_to_doubles(u32v v, f64v &lo, f64v &hi) {
         simd::to_double_exact(reinterpret_cast<u64v>(__builtin_shufflevector(v, zero, 2, 6, 3, 7)));
 }
 
+struct Words {
+    uint32_t *r;
+    void one(int i, uint32_t w) { r[i] = w; }
+    void block(int i, u32v v) { simd::store(r + i, v); }
+};
+
 struct WordsToDoubles {
     double *r;
     double s;
@@ -87,6 +95,24 @@ struct WordsToFloats {
         words_to_doubles(v, lo, hi);
         simd::store(r + i, clamp_below(simd::narrow(lo * s + a, hi * s + a), simd::splat<f32v>(b),
                                        simd::splat<f32v>(below)));
+    }
+};
+
+// The iGen, dGen and sGen functions of a generator of 32-bit words: G::run(stream, n, sink)
+// hands the stream's next n words to the sink and returns a status.
+template <class G>
+struct WordOutputs {
+    static int ints(BixStream *stream, int n, uint32_t r[]) {
+        Words sink{r};
+        return G::run(stream, n, sink);
+    }
+    static int doubles(BixStream *stream, int n, double r[], double a, double b) {
+        WordsToDoubles sink(r, a, b);
+        return G::run(stream, n, sink);
+    }
+    static int floats(BixStream *stream, int n, float r[], float a, float b) {
+        WordsToFloats sink(r, a, b);
+        return G::run(stream, n, sink);
     }
 };
 

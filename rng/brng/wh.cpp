@@ -11,13 +11,10 @@
 // After a first block of eight outputs, each further output is a^8 times the output eight
 // places earlier, so the 32 component updates of a block are independent and run two to a
 // vector; the results are identical to stepping one output at a time.
-#include <emmintrin.h>
-
-#include "frame/simd.h"
-#include "rng/stream.h"
-#include "rows.h"
-#include "uniform.h"
 #include "wh.h"
+#include "frame/simd.h"
+#include "generator.h"
+#include "uniform.h"
 
 namespace korb::rng {
 
@@ -128,12 +125,14 @@ struct IntSink {
     void block(int i, const Block &b) {
         static_assert(kLanes == 2 && kComponents == 4);
         for (int j = 0; j < kVectors; ++j) {
-            const __m128i x1 = _mm_cvttpd_epi32(b.v[0][j]), x2 = _mm_cvttpd_epi32(b.v[1][j]);
-            const __m128i x3 = _mm_cvttpd_epi32(b.v[2][j]), x4 = _mm_cvttpd_epi32(b.v[3][j]);
-            const __m128i x12 = _mm_unpacklo_epi32(x1, x2), x34 = _mm_unpacklo_epi32(x3, x4);
+            using simd::truncate_to_int32;
+            const simd::u32v x1 = truncate_to_int32(b.v[0][j]), x2 = truncate_to_int32(b.v[1][j]);
+            const simd::u32v x3 = truncate_to_int32(b.v[2][j]), x4 = truncate_to_int32(b.v[3][j]);
+            const simd::u32v x12 = __builtin_shufflevector(x1, x2, 0, 4, 1, 5);
+            const simd::u32v x34 = __builtin_shufflevector(x3, x4, 0, 4, 1, 5);
             uint32_t *out = r + kComponents * (i + kLanes * j);
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_unpacklo_epi64(x12, x34));
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 4), _mm_unpackhi_epi64(x12, x34));
+            simd::store(out, __builtin_shufflevector(x12, x34, 0, 1, 4, 5));
+            simd::store(out + 4, __builtin_shufflevector(x12, x34, 2, 3, 6, 7));
         }
     }
 };
@@ -201,60 +200,66 @@ int fill(BixStream *stream, int n, Args... args) {
     return BIX_ERROR_OK;
 }
 
+// Seeding, leapfrog and skip-ahead of the stream's member.
+struct Wh {
+    static constexpr int kId = BIX_BRNG_WH;
+
+    static int admit(BixStream *stream) {
+        return member_of(stream) != nullptr ? BIX_ERROR_OK : BIX_ERROR_INVALID_BRNG;
+    }
+
+    static int seed(BixStream *stream, Seeds seeds) {
+        const wh::Member *p = member_of(stream);
+        State *st = state_of<State>(stream);
+        for (int c = 0; c < kComponents; ++c) {
+            const uint32_t x = c < seeds.count() ? seeds[c] % p->c[c].m : 1;
+            st->x[c] = x == 0 ? 1 : x;
+            st->a[c] = p->c[c].a;
+        }
+        return BIX_ERROR_OK;
+    }
+
+    // Outputs are a^(j+1) x for j = 0, 1, ...; output k + n j must come out as the (j+1)-th
+    // power of a^n applied to the new x, so x <- a^(k + 1 - n) x, the exponent taken modulo
+    // m - 1 (the order of every non-zero residue divides it).
+    static int leapfrog(BixStream *stream, uint32_t k, int n) {
+        const wh::Member *p = member_of(stream);
+        State *st = state_of<State>(stream);
+        for (int c = 0; c < kComponents; ++c) {
+            const uint64_t order = p->c[c].m - 1;
+            const uint64_t back = static_cast<uint64_t>(n) % order;
+            const uint64_t e = (static_cast<uint64_t>(k) + 1 + order - back) % order;
+            const uint32_t m = p->c[c].m;
+            st->x[c] = static_cast<uint32_t>(static_cast<uint64_t>(pow_mod(st->a[c], e, m)) *
+                                             st->x[c] % m);
+            st->a[c] = pow_mod(st->a[c], static_cast<uint64_t>(n), m);
+        }
+        return BIX_ERROR_OK;
+    }
+
+    static int skip_ahead(BixStream *stream, uint64_t nskip) {
+        const wh::Member *p = member_of(stream);
+        State *st = state_of<State>(stream);
+        for (int c = 0; c < kComponents; ++c) {
+            const uint32_t m = p->c[c].m;
+            st->x[c] = static_cast<uint32_t>(
+                static_cast<uint64_t>(pow_mod(st->a[c], nskip % (m - 1), m)) * st->x[c] % m);
+        }
+        return BIX_ERROR_OK;
+    }
+};
+
 }  // namespace
 
-const BrngProperties wh_row = {
-    48, 4, 1, 16, 24, __bixBRngWHInitStream, __bixsBRngWH, __bixdBRngWH, __bixiBRngWH};
+constexpr RowLayout layout_WH = {.stateSize = 48, .stateWords = 4, .includesZero = 1, .nBits = 24};
 
 }  // namespace korb::rng
+
+KORB_BRNG_INIT_STREAM(WH, korb::rng::Wh)
 
 using korb::rng::State;
 
 extern "C" {
-
-int __bixBRngWHInitStream(int method, BixStream *stream, int n, const uint32_t params[]) {
-    using namespace korb::rng;
-    const wh::Member *p = member_of(stream);
-    if (p == nullptr) return BIX_ERROR_INVALID_BRNG;
-    State *st = state_of<State>(stream);
-    switch (method) {
-        case BIX_INIT_METHOD_STANDARD:
-            for (int c = 0; c < kComponents; ++c) {
-                const uint32_t x = c < n && params != nullptr ? params[c] % p->c[c].m : 1;
-                st->x[c] = x == 0 ? 1 : x;
-                st->a[c] = p->c[c].a;
-            }
-            return BIX_ERROR_OK;
-        case BIX_INIT_METHOD_LEAPFROG: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            // Outputs are a^(j+1) x for j = 0, 1, ...; output k + n j must come out as the
-            // (j+1)-th power of a^n applied to the new x, so x <- a^(k + 1 - n) x, the exponent
-            // taken modulo m - 1 (the order of every non-zero residue divides it).
-            for (int c = 0; c < kComponents; ++c) {
-                const uint64_t order = p->c[c].m - 1;
-                const uint64_t back = static_cast<uint64_t>(n) % order;
-                const uint64_t e = (static_cast<uint64_t>(params[0]) + 1 + order - back) % order;
-                const uint32_t m = p->c[c].m;
-                st->x[c] = static_cast<uint32_t>(static_cast<uint64_t>(pow_mod(st->a[c], e, m)) *
-                                                 st->x[c] % m);
-                st->a[c] = pow_mod(st->a[c], static_cast<uint64_t>(n), m);
-            }
-            return BIX_ERROR_OK;
-        }
-        case BIX_INIT_METHOD_SKIPAHEAD: {
-            if (params == nullptr) return BIX_ERROR_BADARGS;
-            const uint64_t nskip = params[0] | static_cast<uint64_t>(params[1]) << 32;
-            for (int c = 0; c < kComponents; ++c) {
-                const uint32_t m = p->c[c].m;
-                st->x[c] = static_cast<uint32_t>(
-                    static_cast<uint64_t>(pow_mod(st->a[c], nskip % (m - 1), m)) * st->x[c] % m);
-            }
-            return BIX_ERROR_OK;
-        }
-        default:
-            return BIX_ERROR_BADMETHOD;
-    }
-}
 
 int __bixiBRngWH(BixStream *stream, int n, uint32_t r[]) {
     return korb::rng::fill<korb::rng::IntSink>(stream, n, r);

@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "capture.h"
-#include "korb/df.h"
-#include "korb/vm.h"
+#include "korb/kernel/df.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/functions.h"
 
 namespace fs = std::filesystem;
@@ -233,7 +233,6 @@ TEST(KernelLibrary, ExportsTheTablesAndEntryPointsOfEveryBuiltFunction) {
         }
     }
     EXPECT_EQ(built, korb::vecmath::built_function_count());
-    EXPECT_EQ(korb::vecmath::kFunctionCount, 180);
 }
 
 // Every built kernel writes nothing for n <= 0, and gives the caller's control register back:

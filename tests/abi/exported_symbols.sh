@@ -1,6 +1,6 @@
 #!/bin/sh
 # The kernel library exports exactly the names its public headers declare with KORB_API.
-# usage: exported_symbols.sh <include/korb dir> <libkorb_def.so>
+# usage: exported_symbols.sh <include/korb/kernel dir> <libkorb_def.so>
 set -eu
 dir=$1
 lib=$2

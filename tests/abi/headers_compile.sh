@@ -8,8 +8,9 @@ cxx=$3
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 
-for h in "$inc"/korb/*.h; do
-    echo "#include <korb/$(basename "$h")>"
+for h in "$inc"/korb/*.h "$inc"/korb/kernel/*.h; do
+    [ -f "$h" ] || continue
+    echo "#include <${h#"$inc"/}>"
 done >"$tmp/all.c"
 echo 'int main(void) { return 0; }' >>"$tmp/all.c"
 cp "$tmp/all.c" "$tmp/all.cpp"

@@ -176,7 +176,7 @@ rm -rf "$ckpt"
 # korb stats minmax
 data=$(mktemp)
 bad=$(mktemp)
-trap 'rm -f "$data" "$bad"' EXIT
+trap 'rm -f "$data" "$bad" "$bad.bin"' EXIT
 printf '1 2 3\n-4 nan 6\n\n7 0 inf\n' >"$data"
 check "minmax cols" 0 '^1 0 2$' "$korb" stats minmax "$data"
 check "minmax nan ignored" 0 '^1 0 2$' "$korb" stats minmax "$data" --layout cols
@@ -186,6 +186,7 @@ check "minmax stdin" 0 '^0 5 5$' sh -c "echo 5 | '$korb' stats minmax -"
 z6='\000\000\000\000\000\000'
 printf "${z6}\\360\\077${z6}\\000\\300${z6}\\010\\100${z6}\\020\\100" >"$bad"  # 1, -2, 3, 4
 check "minmax binary" 0 '^1 -2 4$' "$korb" stats minmax --binary --p 2 "$bad"
+cp "$bad" "$bad.bin"
 check "minmax help" 0 '^usage: korb stats minmax' "$korb" stats minmax --help
 printf '1 2\n3 x\n' >"$bad"
 check "minmax bad number" 2 "^korb: stats: .*:2: not a number 'x'$" "$korb" stats minmax "$bad"
@@ -202,6 +203,29 @@ check "basic correlation" 0 '^ 1 -0\.787043797453' "$korb" stats basic "$data"
 check "basic rows" 0 '^mean 2 2\.33333333333333[0-9]* 3\.66666666666666[0-9]* 3$' "$korb" stats basic --layout rows "$data"
 check "basic help" 0 'basic prints every basic estimate' "$korb" stats basic --help
 for args in "basic" "basic $data --method fast" "basic $data --method" "basic $bad"; do
+    # shellcheck disable=SC2086
+    one_line_error "stats $args" "$korb" stats $args
+done
+# korb stats quantiles (whole input, and in portions with --stream)
+check "quantiles" 0 '^0 -4 1\.5 7$' "$korb" stats --quantiles 0,0.5,1 "$data"
+check "quantiles action" 0 '^2 1 3\.375 9$' "$korb" stats quantiles "$data" --quantiles 0,0.375,1
+check "quantiles rows" 0 '^0 1 2 3$' "$korb" stats quantiles --layout rows --quantiles 0,.5,1 "$data"
+check "quantiles stdin" 0 '^0 2\.5$' sh -c "printf '4\n1\n3\n2\n' | '$korb' stats --quantiles 0.5"
+check "quantiles nan" 0 '^0 nan$' sh -c "printf '4\nnan\n' | '$korb' stats --quantiles 0.5"
+check "stream small" 0 '^0 -4 7$' "$korb" stats --quantiles 0,1 --stream 0.01 "$data"
+check "stream gk" 0 '^1 0 5$' "$korb" stats --quantiles 0,1 --stream 0.5 --method gk "$data"
+# Three million numbers through a pipe: three portions, and the median within 0.001 N ranks.
+check "stream pipe" 0 '^0 1(49[7-9]|50[0-3])[0-9]{3}$' \
+    sh -c "seq 1 3000000 | '$korb' stats --quantiles 0.5 --stream 0.001"
+check "stream binary" 0 '^0 -2 4$' "$korb" stats --quantiles 0,1 --stream 0.1 --binary "$bad.bin"
+check "stream ragged" 2 'do not divide into 2 variables$' \
+    sh -c "printf '1 2 3' | '$korb' stats --quantiles 0.5 --stream 0.1 --p 2"
+check "quantiles help" 0 '^quantiles prints one line per variable' "$korb" stats quantiles --help
+for args in "--quantiles" "--quantiles 2 $data" "--quantiles 0.5,x $data" "quantiles $data" \
+    "--quantiles 0.5 --stream 0 $data" "--quantiles 0.5 --stream 1.5 $data" \
+    "--quantiles 0.5 --method gk $data" "--quantiles 0.5 --stream 0.1 --method xy $data" \
+    "--quantiles 0.5 --stream 0.1 --layout rows $data" "--quantiles 0.5 $data $data" \
+    "--quantiles 0.5 /nonexistent/file" "--quantiles 0.5 --stream 0.1 $bad"; do
     # shellcheck disable=SC2086
     one_line_error "stats $args" "$korb" stats $args
 done

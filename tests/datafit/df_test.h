@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 #include "korb_core.h"
 
 namespace korb::test {

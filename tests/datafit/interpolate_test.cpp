@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "eval_test.h"
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 
 namespace korb::test {
 namespace {

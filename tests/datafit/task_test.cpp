@@ -6,7 +6,7 @@
 
 #include "datafit/df_test.h"
 #include "datafit/task.h"
-#include "korb/df.h"
+#include "korb/kernel/df.h"
 
 namespace korb::test {
 namespace {

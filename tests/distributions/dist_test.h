@@ -1,5 +1,5 @@
-// Helpers of the distribution tests: a generator whose uniforms the test chooses, and a
-// Kolmogorov-Smirnov check against a distribution function.
+// Helpers of the distribution tests: a generator whose uniforms the test chooses, the kernels of
+// the distribution list by entry, and goodness-of-fit statistics against a distribution function.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,9 +8,11 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <vector>
 
-#include "korb/rng.h"
+#include "distributions/list_kernels.h"
+#include "korb/kernel/rng.h"
 #include "rng/rng_test.h"
 
 namespace korb::test {
@@ -68,6 +70,33 @@ inline Stream ScriptedGenerator::stream(std::vector<double> script) {
     return make_stream(scripted::id(), 1);
 }
 
+// The kernels of the list entry `id`, which must exist.
+inline const dist::list::Kernels &kernels_of(const char *id) {
+    const int i = dist::list::index_of(id);
+    EXPECT_GE(i, 0) << id << " is not in distributions.def";
+    return dist::list::kKernels[i < 0 ? 0 : i];
+}
+
+// The precision-T kernel of entry `id` on (method, stream, n, r, p), p in argument order.
+template <class T>
+int draw(const char *id, int method, BixStream *s, int n, T *r, const double *p) {
+    const dist::list::Kernels &k = kernels_of(id);
+    const auto kernel = [&] {
+        if constexpr (std::is_same_v<T, double>) {
+            return k.d;
+        } else if constexpr (std::is_same_v<T, float>) {
+            return k.s;
+        } else {
+            return k.i;
+        }
+    }();
+    if (kernel == nullptr) {
+        ADD_FAILURE() << id << " takes arrays: these tests need a caller for its own prototype";
+        return BIX_ERROR_BADARGS;
+    }
+    return kernel(method, s, n, r, p);
+}
+
 // The Kolmogorov-Smirnov distance between the sample and the distribution function cdf.
 template <class T>
 double ks_distance(std::vector<T> x, const std::function<double(double)> &cdf) {
@@ -104,6 +133,44 @@ inline double chi_square(const std::vector<long> &counts, std::vector<double> pr
 inline double chi_square_bound(int df) {
     const double h = 2.0 / (9.0 * df), z = 3.0902;
     return df * std::pow(1 - h + z * std::sqrt(h), 3);
+}
+
+// Pearson's test of integer variates against the distribution function cdf (P(X <= x)): one
+// cell per value from the least drawn to the greatest, the tails beyond them in the end cells,
+// neighbouring cells merged until each expects at least 20. Fails the test for a value the
+// distribution cannot give; else true when the statistic stays under its 0.999 quantile.
+inline bool passes_chi_square(const std::vector<int> &x, const std::function<double(double)> &cdf) {
+    std::map<int, long> counts;
+    for (int v : x) ++counts[v];
+    for (const auto &[v, count] : counts) {
+        EXPECT_GT(cdf(v) - cdf(v - 1.0), 0) << "value " << v << " drawn " << count << " times";
+    }
+    const double n = static_cast<double>(x.size());
+    const int hi = counts.rbegin()->first;
+    std::vector<long> cells;
+    std::vector<double> probabilities;
+    long count = 0;
+    double below = 0;  // the probability of the cells so far
+    for (int k = counts.begin()->first; k <= hi; ++k) {
+        if (const auto it = counts.find(k); it != counts.end()) count += it->second;
+        const double to_k = k == hi ? 1.0 : cdf(k);
+        if ((to_k - below) * n >= 20 || k == hi) {
+            cells.push_back(count);
+            probabilities.push_back(to_k - below);
+            count = 0;
+            below = to_k;
+        }
+    }
+    // A short last cell joins the one before it.
+    if (cells.size() > 1 && probabilities.back() * n < 20) {
+        cells[cells.size() - 2] += cells.back();
+        probabilities[probabilities.size() - 2] += probabilities.back();
+        cells.pop_back();
+        probabilities.pop_back();
+    }
+    if (cells.size() < 2) return true;
+    const int df = static_cast<int>(cells.size()) - 1;
+    return chi_square(cells, probabilities, static_cast<long>(x.size())) < chi_square_bound(df);
 }
 
 }  // namespace korb::test

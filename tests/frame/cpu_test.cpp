@@ -4,7 +4,7 @@
 #include <string>
 
 #include "frame/cpu.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 
 namespace {
 

@@ -6,47 +6,34 @@
 #include <string>
 
 #include "capture.h"
-#include "frame/message.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 
 namespace {
 
-using korb::frame::builtin_message;
 using korb::test::capture_stdout;
 using korb::test::stdout_to_stderr;
 
-TEST(MessageTable, FrameRowsHaveTheirExactTexts) {
-    const std::pair<int, const char *> rows[] = {
-        {0, "\n"},
-        {1, "KORB FATAL ERROR: Cannot load %s."},
-        {2, "KORB FATAL ERROR: Cannot load %s or %s."},
-        {3, "KORB FATAL ERROR on loading the function %s."},
-        {4, "KORB WARNING: KORB_DEBUG_CPU_TYPE=%d not convenient for this processor."},
-        {5,
-         "KORB WARNING: library %s (KORB type %d) not convenient for this processor (KORB "
-         "type %d)."},
-        {6, "KORB ERROR: Parameter %d was incorrect on entry to %s."},
-        {7, "KORB INTERNAL ERROR: Condition %d detected in function %s."},
-        {8, "KORB INTERNAL ERROR: Not enough work memory in function %s."},
-        {9, "KORB ERROR: Incompatible optional parameters on entry to %s."},
-        {10, nullptr},  // 79 dashes, below
-        {760, "KORB FATAL ERROR: memory allocation error."},
-    };
-    const std::string dashes(79, '-');
-    for (auto [number, text] : rows) {
-        const auto *row = builtin_message(number);
-        ASSERT_NE(row, nullptr) << number;
-        EXPECT_EQ(row->number, number);
-        EXPECT_STREQ(row->text, number == 10 ? dashes.c_str() : text) << number;
-        EXPECT_EQ(row->category, number == 3 || number == 4 ? 2 : 4) << number;
-    }
-    EXPECT_EQ(builtin_message(11), nullptr);
-    EXPECT_EQ(builtin_message(-1), nullptr);
-}
-
+// The frame's messages as korbMessage prints them with their arguments. Message 1 and 3 are
+// printed by the loader's fatal paths (resolve_test.cpp) and 760 by the vector-math block's
+// (vecmath/mode_test.cpp); 761 and up by the vector-math error modes (dispatch_test.cpp).
 TEST(MessagePrinter, FormatsArgumentsThenNewline) {
+    EXPECT_EQ(
+        capture_stdout([] { korbMessage(4, KORB_MSG_CANNOT_LOAD_EITHER, 2, "a.so", "b.so"); }),
+        "KORB FATAL ERROR: Cannot load a.so or b.so.\n");
+    EXPECT_EQ(capture_stdout([] { korbMessage(2, KORB_MSG_CPU_TYPE_OVERRIDE, 1, 4); }),
+              "KORB WARNING: KORB_DEBUG_CPU_TYPE=4 not convenient for this processor.\n");
+    EXPECT_EQ(capture_stdout(
+                  [] { korbMessage(4, KORB_MSG_LIBRARY_CLASS, 3, "libkorb_avx512.so", 4, 3); }),
+              "KORB WARNING: library libkorb_avx512.so (KORB type 4) not convenient for this "
+              "processor (KORB type 3).\n");
     EXPECT_EQ(capture_stdout([] { korbMessage(4, KORB_MSG_BAD_PARAMETER, 2, 3, "vdExp"); }),
               "KORB ERROR: Parameter 3 was incorrect on entry to vdExp.\n");
+    EXPECT_EQ(capture_stdout([] { korbMessage(4, KORB_MSG_INTERNAL_CONDITION, 2, 17, "f"); }),
+              "KORB INTERNAL ERROR: Condition 17 detected in function f.\n");
+    EXPECT_EQ(capture_stdout([] { korbMessage(4, KORB_MSG_NO_WORK_MEMORY, 1, "f"); }),
+              "KORB INTERNAL ERROR: Not enough work memory in function f.\n");
+    EXPECT_EQ(capture_stdout([] { korbMessage(4, KORB_MSG_INCOMPATIBLE_OPTIONS, 1, "f"); }),
+              "KORB ERROR: Incompatible optional parameters on entry to f.\n");
     EXPECT_EQ(capture_stdout([] { korbMessage(4, KORB_MSG_ARQ_VALUE_A, 2, 105, 0.5); }),
               "a(105)=0.5\n");
 }
@@ -60,7 +47,9 @@ TEST(MessagePrinter, WithoutArgumentsPrintsTheTextAsItStands) {
 }
 
 TEST(MessagePrinter, UnknownNumberPrintsAnEmptyLine) {
-    EXPECT_EQ(capture_stdout([] { korbMessage(4, 999, 0); }), "\n");
+    for (int number : {11, 999, -1}) {
+        EXPECT_EQ(capture_stdout([number] { korbMessage(4, number, 0); }), "\n") << number;
+    }
 }
 
 // Message 3 adds 42 characters to its argument, so an argument of 470 fills the buffer exactly.

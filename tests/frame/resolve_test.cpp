@@ -8,7 +8,7 @@
 #include "frame/blas.h"
 #include "frame/resolve.h"
 #include "frame/services.h"
-#include "korb/frame.h"
+#include "korb/kernel/frame.h"
 #include "korb_core.h"
 
 namespace {

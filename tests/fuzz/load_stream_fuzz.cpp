@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 #include "korb_core.h"
 #include "rng/stream.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 
 namespace {
 

@@ -14,7 +14,7 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 
 libdir=$(dirname "$(find "$prefix" -name libkorb_def.so | head -n 1)")
 [ -f "$libdir/libkorb_core.so" ] || { echo "libkorb_core.so not installed beside the kernel"; exit 1; }
-[ -f "$prefix/include/korb/frame.h" ] || { echo "headers not installed"; exit 1; }
+[ -f "$prefix/include/korb/kernel/frame.h" ] || { echo "headers not installed"; exit 1; }
 
 # The installed command finds its library through its run path.
 "$prefix/bin/korb" info | grep -q '^kernel library class: 0'

@@ -1,5 +1,7 @@
-// Contracts every built generator keeps, checked through its registry row only: split draws,
-// copies, skip-ahead, leapfrog, saved images. A generator joins by adding its id to kGenerators.
+// Contracts every generator of the list keeps, checked through its registry row only: split
+// draws, copies, skip-ahead, leapfrog, refused methods, saved images. The parameters come from
+// rng/generators.def: every generator that can be made by id, its first and (for a family) its
+// last member.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -9,36 +11,46 @@
 #include <vector>
 
 #include "files.h"
+#include "rng/generators.h"
+#include "rng/stream.h"
 #include "rng_test.h"
 
 namespace {
 
+using korb::rng::BrngKind;
+using korb::rng::GeneratorInfo;
 using korb::test::Stream;
 
 struct Generator {
     int id;
-    bool leapfrog;
-    bool skip_ahead;
-    uint32_t seed = 20261121;  // the quasi-random generators take the dimension here
+    const GeneratorInfo *info;
+    uint32_t seed;  // the quasi-random generators take the dimension here
 };
 
-// How test names and failures show a generator: its id in hexadecimal.
-void PrintTo(const Generator &g, std::ostream *os) {
-    char id[16];
-    std::snprintf(id, sizeof id, "0x%X", static_cast<unsigned>(g.id));
-    *os << id;
+// How test names and failures show a generator: its name, and the member after an underscore.
+std::string name_of(const Generator &g) {
+    std::string name = g.info->name;
+    if (const int member = g.id - g.info->id; member > 0) {
+        name += '_';
+        name += std::to_string(member);
+    }
+    return name;
 }
 
-// The quasi-random generators leapfrog to one coordinate only (tests/rng/qrng_test.cpp).
-const Generator kGenerators[] = {
-    {BIX_BRNG_MCG31M1, true, true},   {BIX_BRNG_MRG32K3A, false, true},
-    {BIX_BRNG_MCG59, true, true},     {BIX_BRNG_R250, false, true},
-    {BIX_BRNG_WH, true, true},        {BIX_BRNG_WH + 272, true, true},
-    {BIX_BRNG_SOBOL, false, true, 7}, {BIX_BRNG_NIEDERR, false, true, 7},
-    {BIX_BRNG_MT19937, false, false}, {BIX_BRNG_MT2203 + 1, false, false},
-    {BIX_BRNG_MT2203, false, false},  {BIX_BRNG_MT2203 + 6023, false, false},
-    {BIX_BRNG_SFMT19937, false, true},
-};
+void PrintTo(const Generator &g, std::ostream *os) {
+    *os << name_of(g);
+}
+
+std::vector<Generator> generators() {
+    std::vector<Generator> list;
+    for (const GeneratorInfo &g : korb::rng::kGenerators) {
+        if (!g.generates()) continue;
+        const uint32_t seed = g.kind == BrngKind::quasi_random ? 7 : 20261121;
+        list.push_back({g.id, &g, seed});
+        if (g.members > 1) list.push_back({g.id + g.members - 1, &g, seed});
+    }
+    return list;
+}
 
 class Contract : public ::testing::TestWithParam<Generator> {
   protected:
@@ -108,7 +120,7 @@ TEST_P(Contract, CopiesContinueAlike) {
 }
 
 TEST_P(Contract, SkipAheadEqualsDiscarding) {
-    if (!GetParam().skip_ahead) GTEST_SKIP() << "no skip-ahead";
+    if (!GetParam().info->skip_ahead) GTEST_SKIP() << "no skip-ahead";
     for (long long nskip : {0LL, 1LL, 8LL, 1000LL, 65537LL}) {
         Stream s = fresh(), t = fresh();
         ASSERT_EQ(__bixSkipAheadStream(s.get(), nskip), BIX_ERROR_OK);
@@ -117,8 +129,10 @@ TEST_P(Contract, SkipAheadEqualsDiscarding) {
     }
 }
 
+// The quasi-random generators leapfrog to one coordinate only (tests/rng/qrng_test.cpp).
 TEST_P(Contract, LeapfrogEqualsStriding) {
-    if (!GetParam().leapfrog) GTEST_SKIP() << "no leapfrog";
+    const GeneratorInfo &g = *GetParam().info;
+    if (!g.leapfrog || g.kind == BrngKind::quasi_random) GTEST_SKIP() << "no striding leapfrog";
     Stream plain = fresh();
     const std::vector<uint32_t> all = ints(plain.get(), 2000);
     const int words = row().wordSize / 4;
@@ -132,6 +146,29 @@ TEST_P(Contract, LeapfrogEqualsStriding) {
             }
         }
     }
+}
+
+// Unknown methods, and the splits the list says a generator does not offer, are refused and
+// change nothing.
+TEST_P(Contract, RefusedMethodsChangeNothing) {
+    const BrngProperties p = row();
+    Stream s = fresh(), twin = fresh();
+    ints(s.get(), 13);
+    ints(twin.get(), 13);
+    const auto *state = korb::rng::state_of<unsigned char>(s.get());
+    const std::vector<unsigned char> before(state, state + p.stateSize - 16);
+    const uint32_t args[2] = {1, 0};
+    for (int method : {3, -1, 1000}) {
+        EXPECT_EQ(p.initStream(method, s.get(), 2, args), BIX_ERROR_BADMETHOD) << method;
+    }
+    if (!GetParam().info->leapfrog) {
+        EXPECT_EQ(__bixLeapfrogStream(s.get(), 1, 2), BIX_ERROR_LEAPFROG_UNSUPPORTED);
+    }
+    if (!GetParam().info->skip_ahead) {
+        EXPECT_EQ(__bixSkipAheadStream(s.get(), 5), BIX_ERROR_SKIPAHEAD_UNSUPPORTED);
+    }
+    EXPECT_EQ(std::memcmp(before.data(), state, before.size()), 0);
+    EXPECT_EQ(ints(s.get(), 700), ints(twin.get(), 700));
 }
 
 // A chunk key that no generator uses for its own tables.
@@ -181,7 +218,7 @@ TEST_P(Contract, ImagesRoundTrip) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Generators, Contract, ::testing::ValuesIn(kGenerators),
-                         [](const auto &info) { return std::to_string(info.param.id); });
+INSTANTIATE_TEST_SUITE_P(Generators, Contract, ::testing::ValuesIn(generators()),
+                         [](const auto &info) { return name_of(info.param); });
 
 }  // namespace

@@ -114,14 +114,6 @@ TEST(Mcg31m1, LeapfrogAndSkipAheadMatchTheModel) {
     EXPECT_EQ(draw_ints(s.get(), 1)[0], base[1 + 10 * 4]);
 }
 
-TEST(Mcg31m1, UnknownMethodChangesNothing) {
-    Stream s = make_stream(BIX_BRNG_MCG31M1, 77);
-    const uint32_t arg = 3;
-    EXPECT_EQ(__bixBRngMCG31M1InitStream(3, s.get(), 1, &arg), BIX_ERROR_BADMETHOD);
-    EXPECT_EQ(__bixBRngMCG31M1InitStream(-1, s.get(), 1, &arg), BIX_ERROR_BADMETHOD);
-    EXPECT_EQ(draw_ints(s.get(), 2), mcg::sequence(77, 2));
-}
-
 TEST(Mcg31m1, ModularPowers) {
     std::mt19937_64 pick(5);
     for (int i = 0; i < 2000; ++i) {

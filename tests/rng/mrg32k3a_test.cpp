@@ -205,14 +205,4 @@ TEST(Mrg32k3a, Vect3PowModAdvancesAnyRecurrence) {
     }
 }
 
-TEST(Mrg32k3a, LeapfrogAndUnknownMethodsChangeNothing) {
-    Stream s = make({9, 8, 7, 6, 5, 4});
-    const Words before = state(s.get());
-    EXPECT_EQ(__bixLeapfrogStream(s.get(), 1, 2), BIX_ERROR_LEAPFROG_UNSUPPORTED);
-    const uint32_t arg[2] = {3, 0};
-    EXPECT_EQ(__bixBRngMRG32K3AInitStream(3, s.get(), 2, arg), BIX_ERROR_BADMETHOD);
-    EXPECT_EQ(__bixBRngMRG32K3AInitStream(-1, s.get(), 2, arg), BIX_ERROR_BADMETHOD);
-    EXPECT_EQ(state(s.get()), before);
-}
-
 }  // namespace

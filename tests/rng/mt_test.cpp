@@ -282,27 +282,6 @@ TEST(Twisters, RealOutputsScaleTheWords) {
     }
 }
 
-TEST(Twisters, SplitsAndUnknownMethodsAreRefusedAndChangeNothing) {
-    for (int brng : {BIX_BRNG_MT19937, BIX_BRNG_MT2203 + 3}) {
-        const BrngProperties p = row_of(brng);
-        Stream s = make(brng, {1, 2}), t = make(brng, {1, 2});
-        ints(s.get(), 10);
-        ints(t.get(), 10);
-        const std::vector<unsigned char> before(
-            korb::rng::state_of<unsigned char>(s.get()),
-            korb::rng::state_of<unsigned char>(s.get()) + p.stateSize - 16);
-        const uint32_t k = 0;
-        EXPECT_EQ(__bixLeapfrogStream(s.get(), 1, 2), BIX_ERROR_LEAPFROG_UNSUPPORTED);
-        EXPECT_EQ(__bixSkipAheadStream(s.get(), 5), BIX_ERROR_SKIPAHEAD_UNSUPPORTED);
-        EXPECT_EQ(p.initStream(3, s.get(), 1, &k), BIX_ERROR_BADMETHOD);
-        EXPECT_EQ(p.initStream(-1, s.get(), 1, &k), BIX_ERROR_BADMETHOD);
-        EXPECT_EQ(
-            std::memcmp(before.data(), korb::rng::state_of<unsigned char>(s.get()), before.size()),
-            0);
-        EXPECT_EQ(ints(s.get(), 700), ints(t.get(), 700));
-    }
-}
-
 // A state from a hand-made image may hold any index: one outside the block counts as a used-up
 // block, so nothing is read or written outside the state (the sanitizer run checks it).
 TEST(Twisters, AnIndexOutOfRangeRegeneratesFirst) {

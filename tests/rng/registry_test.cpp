@@ -1,50 +1,63 @@
+// The registry: the rows of the generator list, id decoding, stream allocation, registration.
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
+#include "rng/generators.h"
 #include "rng_test.h"
 
 namespace {
 
+using korb::rng::GeneratorInfo;
+using korb::rng::kGenerators;
 using korb::test::Stream;
-
-struct ExpectedRow {
-    int id;
-    int state_size, state_words, includes_zero, word_size, n_bits, members;
-};
-
-constexpr ExpectedRow kRows[] = {
-    {BIX_BRNG_MCG31M1, 24, 1, 0, 4, 31, 1},         {BIX_BRNG_R250, 1024, 252, 1, 4, 32, 1},
-    {BIX_BRNG_MRG32K3A, 40, 6, 1, 4, 32, 1},        {BIX_BRNG_MCG59, 32, 1, 0, 8, 59, 1},
-    {BIX_BRNG_WH, 48, 4, 1, 16, 24, 273},           {BIX_BRNG_SOBOL, 11648, 2604, 0, 4, 32, 1},
-    {BIX_BRNG_NIEDERR, 43280, 10498, 0, 4, 32, 1},  {BIX_BRNG_MT19937, 2520, 625, 1, 4, 32, 1},
-    {BIX_BRNG_MT2203, 312, 70, 1, 4, 32, 6024},     {BIX_BRNG_IABSTRACT, 48, 0, 1, 4, 32, 1},
-    {BIX_BRNG_DABSTRACT, 64, 0, 1, 4, 32, 1},       {BIX_BRNG_SABSTRACT, 56, 0, 1, 4, 32, 1},
-    {BIX_BRNG_SFMT19937, 2536, 625, 1, 16, 128, 1}, {BIX_BRNG_NONDETERM, 24, 1, 1, 4, 32, 1},
-};
 
 bool same_row(const BrngProperties &a, const BrngProperties &b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-TEST(Registry, BuiltInRowsHaveTheirSizesAndMemberCounts) {
+// Every generator of the list has its row at its id with its member count, and the legacy ids
+// of the list's generators name the same rows.
+TEST(Registry, RowsFollowTheGeneratorList) {
     EXPECT_EQ(__bixGetNumRegBrngs(), BIX_NUM_BUILTIN_BRNGS);
-    for (const ExpectedRow &e : kRows) {
-        SCOPED_TRACE(e.id);
+    for (const GeneratorInfo &g : kGenerators) {
+        SCOPED_TRACE(g.name);
         BrngProperties p{};
-        ASSERT_EQ(__bixGetBrngProperties(e.id + e.members - 1, &p), BIX_ERROR_OK);
-        EXPECT_EQ(p.stateSize, e.state_size);
-        EXPECT_EQ(p.stateWords, e.state_words);
-        EXPECT_EQ(p.includesZero, e.includes_zero);
-        EXPECT_EQ(p.wordSize, e.word_size);
-        EXPECT_EQ(p.nBits, e.n_bits);
+        ASSERT_EQ(__bixGetBrngProperties(g.id + g.members - 1, &p), BIX_ERROR_OK);
         EXPECT_TRUE(p.initStream && p.sGen && p.dGen && p.iGen);
-        EXPECT_TRUE(same_row(p, __RegBrngsNew[e.id / BIX_BRNG_INC - 1]));
-        EXPECT_EQ(__bixGetBrngProperties(e.id + e.members, &p), BIX_ERROR_INVALID_BRNG);
+        EXPECT_TRUE(same_row(p, __RegBrngsNew[g.id / BIX_BRNG_INC - 1]));
+        EXPECT_EQ(__bixGetBrngProperties(g.id + g.members, &p), BIX_ERROR_INVALID_BRNG);
+        for (int m = 0; g.legacy >= 0 && m < g.members; ++m) {
+            ASSERT_TRUE(same_row(__RegBrngs[g.legacy + m], p)) << "legacy id " << g.legacy + m;
+        }
     }
     BrngProperties p{};
-    EXPECT_EQ(__bixGetBrngProperties(0xF00000, &p), BIX_ERROR_INVALID_BRNG);
+    // The row after the list's is free until a registration takes it.
+    EXPECT_EQ(__bixGetBrngProperties((BIX_NUM_BUILTIN_BRNGS + 1) * BIX_BRNG_INC, &p),
+              BIX_ERROR_INVALID_BRNG);
     EXPECT_EQ(__bixGetBrngProperties(BIX_BRNG_MCG31M1, nullptr), BIX_ERROR_NULL_PTR);
+}
+
+// A row's word size is what its iGen writes: n words fill n * wordSize bytes and not one more.
+TEST(Registry, IntegerOutputFillsTheRowsWordSize) {
+    for (const GeneratorInfo &g : kGenerators) {
+        if (!g.generates()) continue;
+        SCOPED_TRACE(g.name);
+        BrngProperties p{};
+        ASSERT_EQ(__bixGetBrngProperties(g.id, &p), BIX_ERROR_OK);
+        constexpr int n = 9;
+        const size_t used = n * static_cast<size_t>(p.wordSize) / 4;
+        std::vector<uint32_t> first, second;
+        for (uint32_t fill : {0u, 0xFFFFFFFFu}) {
+            Stream s = korb::test::make_stream(g.id, 3);
+            std::vector<uint32_t> r(used + 4, fill);
+            ASSERT_EQ(p.iGen(s.get(), n, r.data()), BIX_ERROR_OK);
+            for (size_t k = used; k < r.size(); ++k) ASSERT_EQ(r[k], fill) << k;
+            (fill == 0 ? first : second) = std::vector<uint32_t>(r.begin(), r.begin() + used);
+        }
+        EXPECT_EQ(first, second) << "every element of the n words written";
+    }
 }
 
 TEST(Registry, DecodesCurrentAndLegacyIds) {
@@ -62,18 +75,13 @@ TEST(Registry, DecodesCurrentAndLegacyIds) {
     EXPECT_EQ(row, 277);
     BrngProperties p{};
     ASSERT_EQ(__bixGetBrngProperties(277, &p), BIX_ERROR_OK);
-    EXPECT_TRUE(same_row(p, __RegBrngsNew[5]));  // Sobol
+    EXPECT_TRUE(same_row(p, __RegBrngsNew[BIX_BRNG_SOBOL / BIX_BRNG_INC - 1]));
     ASSERT_EQ(__bixGetBrngProperties(278, &p), BIX_ERROR_OK);
-    EXPECT_TRUE(same_row(p, __RegBrngsNew[6]));  // Niederreiter
+    EXPECT_TRUE(same_row(p, __RegBrngsNew[BIX_BRNG_NIEDERR / BIX_BRNG_INC - 1]));
     EXPECT_EQ(__bixGetBrngProperties(279, &p), BIX_ERROR_INVALID_BRNG);
     EXPECT_EQ(__bixGetBrngProperties(-1, &p), BIX_ERROR_INVALID_BRNG);
     EXPECT_EQ(__bixGetBrngProperties(INT32_MIN, &p), BIX_ERROR_INVALID_BRNG);
 
-    // The legacy table mirrors the current rows of the same generators.
-    for (int r = 0; r < BIX_NUM_LEGACY_BRNGS; ++r) {
-        const int current = r < 4 ? r : r <= 276 ? 4 : r - 272;
-        EXPECT_TRUE(same_row(__RegBrngs[r], __RegBrngsNew[current])) << r;
-    }
     // The legacy check ignores the member; the current one does not.
     EXPECT_EQ(__bixIsBrngValid(__RegBrngs, 0, 99), BIX_ERROR_OK);
     EXPECT_EQ(__bixIsBrngValid(__RegBrngsNew, 0, 1), BIX_ERROR_INVALID_BRNG);
@@ -148,9 +156,6 @@ TEST(Registry, RegisteredGeneratorMakesStreams) {
     BrngProperties p = valid_record();
     const int id = __bixRegisterBrng(&p);
     ASSERT_EQ(id, (rows + 1) * BIX_BRNG_INC);
-    if (rows == BIX_NUM_BUILTIN_BRNGS) {
-        EXPECT_EQ(id, 0xF00000);
-    }
     EXPECT_EQ(__bixGetNumRegBrngs(), rows + 1);
     BrngProperties q{};
     ASSERT_EQ(__bixGetBrngProperties(id, &q), BIX_ERROR_OK);

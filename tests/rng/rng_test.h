@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "alloc_sweep.h"
-#include "korb/rng.h"
+#include "korb/kernel/rng.h"
 #include "korb_core.h"
 
 namespace korb::test {

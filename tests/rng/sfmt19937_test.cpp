@@ -189,20 +189,6 @@ TEST(Sfmt19937, OneWordSequenceForEveryPrecision) {
     EXPECT_EQ(words(s.get(), 3), m.next(12));
 }
 
-TEST(Sfmt19937, RowAndSplits) {
-    BrngProperties p{};
-    ASSERT_EQ(__bixGetBrngProperties(BIX_BRNG_SFMT19937, &p), BIX_ERROR_OK);
-    EXPECT_EQ(p.stateSize, 2536);
-    EXPECT_EQ(p.wordSize, 16);
-    EXPECT_EQ(p.iGen, &__bixiBRngSFMT19937);
-    Stream s = make({1});
-    EXPECT_EQ(__bixLeapfrogStream(s.get(), 0, 2), BIX_ERROR_LEAPFROG_UNSUPPORTED);
-    EXPECT_EQ(__bixBRngSFMT19937InitStream(7, s.get(), 0, nullptr), BIX_ERROR_BADMETHOD);
-    EXPECT_EQ(words(s.get(), 4), Model(std::vector<uint32_t>{1}).next(16))
-        << "refused splits leave the state alone";
-}
-
-// A damaged image may hold any position; the stream must stay inside its buffer.
 // Discards n 128-bit words in blocks.
 void discard(BixStream *s, long long n) {
     std::vector<uint32_t> r(4 << 20);
@@ -240,6 +226,7 @@ TEST(Sfmt19937, FarSkipsCompose) {
     EXPECT_EQ(words(s.get(), 300), words(t.get(), 300));
 }
 
+// A damaged image may hold any position; the stream must stay inside its buffer.
 TEST(Sfmt19937, PositionOutOfRangeIsTreatedAsUsedUp) {
     for (int32_t bad : {625, -1, 1 << 30}) {
         Stream c = make({9});

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "alloc_sweep.h"
-#include "korb/ss.h"
+#include "korb/kernel/ss.h"
 #include "korb_core.h"
 
 namespace korb::test {

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "capture.h"
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/new_thread.h"
 
 namespace {

@@ -1,5 +1,6 @@
-// The double exponential and logarithm kernels: special values and statuses, the vector path
-// against the element path, in-place calls, and the control-register frame.
+// The double exponential and logarithm kernels: special values and statuses, a NaN inside a block,
+// in-place calls with reports, the control-register frame and the published table entries. The
+// vector path against the element path: paths_test.cpp.
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
@@ -7,12 +8,12 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <random>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/kernel_test.h"
-#include "vecmath/kernels/exp_ln_tables.h"
+#include "vecmath/kernels/exp_data.h"
+#include "vecmath/kernels/ln_data.h"
 
 namespace {
 
@@ -39,19 +40,6 @@ class ExpLn : public korb::test::KernelTest {
         Run out{std::vector<double>(a.size(), -1234.5), {}};
         k(static_cast<int>(a.size()), a.data(), out.r.data());
         out.reports = t_reports;
-        return out;
-    }
-    // One element at a time: the element path only (a block needs 2 or 8 elements).
-    static Run run_elements(Kernel k, const std::vector<double> &a) {
-        Run out{std::vector<double>(a.size()), {}};
-        for (std::size_t i = 0; i < a.size(); ++i) {
-            t_reports.clear();
-            k(1, &a[i], &out.r[i]);
-            for (Report rep : t_reports) {
-                rep.index += static_cast<int>(i);
-                out.reports.push_back(rep);
-            }
-        }
         return out;
     }
 };
@@ -144,107 +132,6 @@ TEST_F(ExpLn, LnSpecialValuesAndStatuses) {
         EXPECT_NEAR(got.r[0], std::log(x), 2e-13) << x;
     }
     EXPECT_NEAR(run(_arqdLn, {4.9406564584124654e-324}).r[0], -744.4400719213812, 1e-12);
-}
-
-// Inputs that exercise every path: ordinary values, the thresholds and their neighbours,
-// subnormals, zeros, infinities, NaNs and huge values.
-std::vector<double> mixed_inputs(std::mt19937_64 &rng, std::size_t n, double lo, double hi,
-                                 const std::vector<double> &specials, int special_percent) {
-    std::uniform_real_distribution<double> ordinary(lo, hi);
-    std::uniform_int_distribution<std::size_t> pick(0, specials.size() - 1);
-    std::uniform_int_distribution<int> percent(0, 99);
-    std::vector<double> v(n);
-    for (double &x : v) x = percent(rng) < special_percent ? specials[pick(rng)] : ordinary(rng);
-    return v;
-}
-
-const std::vector<double> &exp_specials() {
-    static const std::vector<double> v = {0.0,
-                                          -0.0,
-                                          INFINITY,
-                                          -INFINITY,
-                                          NAN,
-                                          -NAN,
-                                          708.39599609375,
-                                          -708.39599609375,
-                                          std::nextafter(708.39599609375, 0.0),
-                                          709.7772976810359,
-                                          709.7827128933841,
-                                          std::nextafter(709.7827128933841, 0.0),
-                                          -708.3964185322642,
-                                          -745.1332191019412,
-                                          std::nextafter(-745.1332191019412, 0.0),
-                                          -740.0,
-                                          1e-310,
-                                          -1e-310,
-                                          1e300,
-                                          -1e300};
-    return v;
-}
-
-const std::vector<double> &ln_specials() {
-    static const std::vector<double> v = {0.0,
-                                          -0.0,
-                                          INFINITY,
-                                          -INFINITY,
-                                          NAN,
-                                          -1.0,
-                                          1.0,
-                                          4.9406564584124654e-324,
-                                          1e-310,
-                                          2.2250738585072014e-308,
-                                          std::nextafter(2.2250738585072014e-308, 0.0),
-                                          -1e-310,
-                                          1.7976931348623157e308,
-                                          0.9990234375,
-                                          1.0009765625,
-                                          1.4990234375,
-                                          std::nextafter(1.4990234375, 0.0)};
-    return v;
-}
-
-TEST_F(ExpLn, VectorPathGivesTheElementPathsBitsAndReports) {
-    std::mt19937_64 rng(2026);
-    struct Case {
-        Kernel k;
-        double lo, hi;
-        const std::vector<double> &specials;
-    };
-    const Case cases[] = {{_arqdExp, -720.0, 720.0, exp_specials()},
-                          {_arqdExp, -1.0, 1.0, exp_specials()},
-                          {_arqdLn, 0.0, 1e6, ln_specials()},
-                          {_arqdLn, 0.99, 1.01, ln_specials()}};
-    for (const Case &c : cases) {
-        for (int special_percent : {0, 3, 30}) {
-            for (std::size_t n : {1u, 2u, 7u, 8u, 9u, 15u, 16u, 17u, 33u, 1000u}) {
-                const std::vector<double> a =
-                    mixed_inputs(rng, n, c.lo, c.hi, c.specials, special_percent);
-                const Run whole = run(c.k, a);
-                const Run single = run_elements(c.k, a);
-                for (std::size_t i = 0; i < n; ++i) {
-                    ASSERT_EQ(bits(whole.r[i]), bits(single.r[i])) << "x=" << a[i] << " n=" << n;
-                }
-                ASSERT_EQ(whole.reports.size(), single.reports.size());
-                for (std::size_t i = 0; i < whole.reports.size(); ++i) {
-                    EXPECT_EQ(whole.reports[i].code, single.reports[i].code);
-                    EXPECT_EQ(whole.reports[i].index, single.reports[i].index);
-                }
-
-                // In place: the same bits, and the reports carry the original arguments.
-                std::vector<double> in_place = a;
-                t_reports.clear();
-                c.k(static_cast<int>(n), in_place.data(), in_place.data());
-                for (std::size_t i = 0; i < n; ++i) {
-                    ASSERT_EQ(bits(in_place[i]), bits(whole.r[i])) << "in place x=" << a[i];
-                }
-                ASSERT_EQ(t_reports.size(), whole.reports.size());
-                for (const Report &rep : t_reports) {
-                    EXPECT_EQ(bits(rep.a1), bits(a[rep.index]));
-                    EXPECT_EQ(bits(rep.r1), bits(whole.r[rep.index]));
-                }
-            }
-        }
-    }
 }
 
 TEST_F(ExpLn, ANaNInABlockLeavesTheOtherElementsBits) {

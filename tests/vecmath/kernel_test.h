@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 
 namespace korb::test {
 

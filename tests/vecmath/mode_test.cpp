@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "capture.h"
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "korb_core.h"
 #include "vecmath/mode.h"
 #include "vecmath/new_thread.h"

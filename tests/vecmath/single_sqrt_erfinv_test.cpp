@@ -1,15 +1,14 @@
-// sExp, sLn, Sqrt, Powx and dErfInv: special values and statuses, the vector path against the
-// element path on mixed inputs of every length and in place, the slots of dErfInv, and the frame.
+// sExp, sLn, Sqrt, Powx and ErfInv: special values and statuses in every slot's kernel. The
+// vector path against the element path: paths_test.cpp.
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <random>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/kernel_test.h"
 
 namespace {
@@ -185,106 +184,6 @@ TEST_F(Kernels, SpecialValuesAndStatuses) {
     EXPECT_EQ(out[2], -y);
     EXPECT_GT(out[3], out[0]);
     EXPECT_TRUE(t_reports.empty());
-}
-
-// Inputs that exercise every path: ordinary values and the specials of each function.
-template <class T>
-std::vector<T> mixed_inputs(std::mt19937_64 &rng, std::size_t n, double lo, double hi,
-                            const std::vector<T> &specials, int special_percent) {
-    std::uniform_real_distribution<double> ordinary(lo, hi);
-    std::uniform_int_distribution<std::size_t> pick(0, specials.size() - 1);
-    std::uniform_int_distribution<int> percent(0, 99);
-    std::vector<T> v(n);
-    for (T &x : v) {
-        x = percent(rng) < special_percent ? specials[pick(rng)] : static_cast<T>(ordinary(rng));
-    }
-    return v;
-}
-
-// The whole vector at once gives the bits and reports of one call per element, also in place,
-// where the reports carry the original arguments.
-template <class T>
-void check_paths(Kernel<T> k, double lo, double hi, const std::vector<T> &specials) {
-    std::mt19937_64 rng(2026);
-    for (int special_percent : {0, 3, 30}) {
-        for (std::size_t n : {1u, 2u, 3u, 4u, 5u, 15u, 16u, 17u, 33u, 1000u}) {
-            const std::vector<T> a = mixed_inputs<T>(rng, n, lo, hi, specials, special_percent);
-            std::vector<T> whole(n), single(n), in_place = a;
-            t_reports.clear();
-            k(static_cast<int>(n), a.data(), whole.data());
-            const std::vector<Report> whole_reports = t_reports;
-            std::vector<Report> single_reports;
-            for (std::size_t i = 0; i < n; ++i) {
-                t_reports.clear();
-                k(1, &a[i], &single[i]);
-                for (Report rep : t_reports) {
-                    rep.index = static_cast<int>(i);
-                    single_reports.push_back(rep);
-                }
-            }
-            t_reports.clear();
-            k(static_cast<int>(n), in_place.data(), in_place.data());
-            for (std::size_t i = 0; i < n; ++i) {
-                ASSERT_EQ(bits(whole[i]), bits(single[i])) << "x=" << a[i] << " n=" << n;
-                ASSERT_EQ(bits(in_place[i]), bits(whole[i])) << "in place x=" << a[i];
-            }
-            ASSERT_EQ(whole_reports.size(), single_reports.size());
-            ASSERT_EQ(t_reports.size(), whole_reports.size());
-            for (std::size_t i = 0; i < whole_reports.size(); ++i) {
-                EXPECT_EQ(whole_reports[i].code, single_reports[i].code);
-                EXPECT_EQ(whole_reports[i].index, single_reports[i].index);
-                EXPECT_EQ(bits(static_cast<T>(t_reports[i].a1)), bits(a[t_reports[i].index]));
-            }
-        }
-    }
-}
-
-TEST_F(Kernels, VectorPathGivesTheElementPathsBitsAndReports) {
-    const float nanf = NAN;
-    check_paths<float>(_arqsExp, -90.0, 90.0,
-                       {0.0f, -0.0f, kInfF, -kInfF, nanf, 86.5f, -86.5f, 86.49999f, 88.7f, 89.0f,
-                        -87.5f, -103.9f, -104.0f, 1e-40f, 1e30f, -1e30f});
-    check_paths<float>(_arqsExp, -1.0, 1.0, {nanf, 100.0f, -100.0f});
-    check_paths<float>(_arqsLn, 0.0, 1e6,
-                       {0.0f, -0.0f, kInfF, -kInfF, nanf, -1.0f, 1.0f, 1e-45f, 1e-40f,
-                        1.1754942e-38f, 1.17549435e-38f, 3.4e38f, -1e-40f, 0.70710677f});
-    check_paths<float>(_arqsSqrt, 0.0, 1e6, {0.0f, -0.0f, kInfF, -kInfF, nanf, -1.0f, 1e-45f});
-    check_paths<double>(_arqdSqrt, 0.0, 1e6, {0.0, -0.0, kInf, -kInf, NAN, -1.0, 1e-310});
-    const std::vector<double> erfinv_specials = {0.0,
-                                                 -0.0,
-                                                 1.0,
-                                                 -1.0,
-                                                 1.5,
-                                                 -kInf,
-                                                 NAN,
-                                                 0.5,
-                                                 -0.5,
-                                                 std::nextafter(0.5, 1.0),
-                                                 1e-310,
-                                                 0.7630722413178782,
-                                                 std::nextafter(1.0, 0.0),
-                                                 -0.9999999,
-                                                 0.99999999999};
-    for (Kernel<double> k : {_arqdErfInv, _arqdErfInv_26}) {
-        check_paths<double>(k, -1.0, 1.0, erfinv_specials);
-        check_paths<double>(k, -0.5, 0.5, erfinv_specials);
-    }
-    const std::vector<float> erfinv_specials_s = {
-        0.0f, -0.0f, 1.0f, -1.0f, 1.5f, nanf, 0.5f, -0.5f, 0.99999994f, 1e-40f, 0.76307225f};
-    for (Kernel<float> k : {_arqsErfInv_21, _arqsErfInv, _arqsErfInv_11}) {
-        check_paths<float>(k, -1.0, 1.0, erfinv_specials_s);
-    }
-    for (double b : {2.5, -7.0, 1071.0, 0.0}) {
-        t_exponent = b;
-        const std::vector<double> pow_specials = {0.0,   -0.0,   1.0,   -1.0,   -2.0, NAN,     kInf,
-                                                  -kInf, 1e-310, 1e300, 1e-300, 0.5,  4.9e-324};
-        check_paths<double>(dpowx, -3.0, 3.0, pow_specials);
-        check_paths<double>(dpowx, 0.0, 1e10, pow_specials);
-        const std::vector<float> pow_specials_s = {0.0f,  -0.0f,  1.0f,   -1.0f, -2.0f,  nanf,
-                                                   kInfF, -kInfF, 1e-40f, 1e30f, 1e-30f, 0.5f};
-        check_paths<float>(spowx, -3.0, 3.0, pow_specials_s);
-        check_paths<float>(spowx, 0.0, 1e10, pow_specials_s);
-    }
 }
 
 }  // namespace

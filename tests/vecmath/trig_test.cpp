@@ -1,17 +1,16 @@
 // The sine, cosine, sine-and-cosine and tangent kernels in both precisions: special values and
-// statuses, huge arguments and the arguments nearest multiples of π/2, the vector path against
-// the element path on mixed inputs (also in place), n <= 0, and the control-register frame.
+// statuses, huge arguments and the arguments nearest multiples of π/2. The vector path against
+// the element path: paths_test.cpp.
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <random>
 #include <string>
 #include <vector>
 
-#include "korb/vm.h"
+#include "korb/kernel/vm.h"
 #include "vecmath/kernel_test.h"
 
 namespace {
@@ -164,87 +163,6 @@ TEST_F(Trigonometric, HugeArgumentsAndTheNeighboursOfMultiplesOfHalfPi) {
                 expect_within_ulp(t, got.r2[0], k.cos, k.x);
             }
             EXPECT_TRUE(got.reports.empty());
-        }
-    }
-}
-
-// Ordinary values, the edges of the vector path (2^19 for double, 2^20 for float), arguments
-// whose reduction cancels (near multiples of π/2), tiny and subnormal values, huge values,
-// zeros, infinities and NaNs.
-const std::vector<double> &specials() {
-    static const std::vector<double> v = {0.0,
-                                          -0.0,
-                                          kInf,
-                                          -kInf,
-                                          NAN,
-                                          1e-300,
-                                          -4.9e-324,
-                                          1e-310,
-                                          1e-20,
-                                          0x1p-41,
-                                          0x1p-42,
-                                          0.7853981633974483,
-                                          1.5707963267948966,
-                                          -3.141592653589793,
-                                          4.71238898038469,
-                                          6.283185307179586,
-                                          355.0,
-                                          0x1p19,
-                                          -std::nextafter(0x1p19, 0.0),
-                                          0x1p20,
-                                          std::nextafter(0x1p20, 0.0),
-                                          1e22,
-                                          -1.7976931348623157e308,
-                                          3.4028234663852886e38,
-                                          1.5707963705062866,
-                                          6381956970095103.0 * 0x1p797};
-    return v;
-}
-
-std::vector<double> mixed_inputs(std::mt19937_64 &rng, std::size_t n, double range,
-                                 int special_percent) {
-    std::uniform_real_distribution<double> ordinary(-range, range);
-    std::uniform_int_distribution<std::size_t> pick(0, specials().size() - 1);
-    std::uniform_int_distribution<int> percent(0, 99);
-    std::vector<double> v(n);
-    for (double &x : v) x = percent(rng) < special_percent ? specials()[pick(rng)] : ordinary(rng);
-    return v;
-}
-
-TEST_F(Trigonometric, VectorPathGivesTheElementPathsBitsAndReportsAlsoInPlace) {
-    std::mt19937_64 rng(2026);
-    for (const Trig &t : kTrig) {
-        for (double range : {7.0, 1e6}) {
-            for (int special_percent : {0, 5, 40}) {
-                for (std::size_t n : {1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 17u, 250u}) {
-                    const std::vector<double> a = mixed_inputs(rng, n, range, special_percent);
-                    const Outcome whole = call(t, a);
-                    const Outcome in_place = call(t, a, true);
-                    for (std::size_t i = 0; i < n; ++i) {
-                        const Outcome one = call(t, {a[i]});
-                        ASSERT_EQ(stored_bits(t, whole.r1[i]), stored_bits(t, one.r1[0]))
-                            << t.name << " x=" << a[i] << " n=" << n;
-                        ASSERT_EQ(stored_bits(t, in_place.r1[i]), stored_bits(t, one.r1[0]));
-                        if (t.pair()) {
-                            ASSERT_EQ(stored_bits(t, whole.r2[i]), stored_bits(t, one.r2[0]));
-                            ASSERT_EQ(stored_bits(t, in_place.r2[i]), stored_bits(t, one.r2[0]));
-                        }
-                    }
-                    // One report per infinity, at its index, with the original argument.
-                    for (const Outcome *run : {&whole, &in_place}) {
-                        std::size_t next = 0;
-                        for (std::size_t i = 0; i < n; ++i) {
-                            const double x = t.single() ? static_cast<float>(a[i]) : a[i];
-                            if (!std::isinf(x)) continue;
-                            ASSERT_LT(next, run->reports.size()) << t.name;
-                            EXPECT_EQ(run->reports[next].index, static_cast<int>(i));
-                            EXPECT_EQ(run->reports[next].a1, x);
-                            ++next;
-                        }
-                        EXPECT_EQ(next, run->reports.size()) << t.name;
-                    }
-                }
-            }
         }
     }
 }

@@ -11,26 +11,25 @@
 // result is rounded about once; kernel B evaluates plainly. Measured errors: the README's accuracy
 // table.
 //
-// Elements with |x| < 1 take the vector path four at a time, sorted by class (see erfinv_kernel);
-// the others go element by element with the same operations plus the special cases: ±1 gives ±Inf
-// with ARQ_STATUS_SING, |x| > 1 (also ±Inf) the NaN 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a
-// NaN comes back quiet.
-#include <cmath>
+// Elements with |x| < 1 take the vector path a group at a time, sorted by piece (the driver's
+// run_sorted: the central and the tail piece); the others go element by element with the same
+// operations plus the special cases: ±1 gives ±Inf with ARQ_STATUS_SING, |x| > 1 (also ±Inf) the
+// NaN 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet.
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 #include "frame/simd.h"
+#include "vecmath/kernels/driver.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
 namespace {
 
-using simd::f64v;
-using simd::u64v;
-using f64x4 = double __attribute__((vector_size(4 * sizeof(double))));
-using u64x4 = std::uint64_t __attribute__((vector_size(4 * sizeof(double))));
+using simd::Vec;
+// The lanes of the vector path: two native vectors side by side, which hides the latency of the
+// long Horner chains.
+using Group = simd::Wide<double, 2>::type;
 
 #include "vecmath/kernels/erfinv_coefficients.inc"
 
@@ -66,7 +65,7 @@ int segment(std::uint64_t abs_bits) {
     return j;
 }
 
-// The operations below are written once for a double and for a vector of two, as templates.
+// The operations below are written once for a double and for a group of lanes, as templates.
 template <class V>
 V split_high(V a) {
     const V c = a * 134217729.0;  // 2^27 + 1
@@ -90,12 +89,7 @@ V product(V x, V hi, V lo) {
 // addition of product() makes +0 of x = -0.
 template <class V>
 V or_sign(V y, V x) {
-    if constexpr (sizeof(V) == sizeof(double)) {
-        return double_from(bits_of(y) | (bits_of(x) & kSignBit));
-    } else {
-        using U = std::conditional_t<sizeof(V) == sizeof(u64v), u64v, u64x4>;
-        return reinterpret_cast<V>(reinterpret_cast<U>(y) | (reinterpret_cast<U>(x) & kSignBit));
-    }
+    return simd::from_bits<V>(simd::to_bits(y) | (simd::to_bits(x) & kSignBit));
 }
 
 // x·C(x²), rounded about once when kExact is true.
@@ -117,20 +111,18 @@ V central_value(V x, const K &k) {
 }
 
 // v = sqrt(w_hi + w_lo) as v + v_lo: the square root and its first correction, with v² exact.
-template <class V>
-V sqrt_hi(V w) {
-    if constexpr (sizeof(V) == sizeof(double)) {
-        return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(w), _mm_set_sd(w)));
-    } else {
-        V v;
-        for (std::size_t h = 0; h < sizeof(V) / sizeof(f64v); ++h) {
-            f64v part;
-            std::memcpy(&part, reinterpret_cast<const char *>(&w) + h * sizeof(f64v), sizeof part);
-            part = _mm_sqrt_pd(part);
-            std::memcpy(reinterpret_cast<char *>(&v) + h * sizeof(f64v), &part, sizeof part);
-        }
-        return v;
+double sqrt_hi(double w) {
+    return simd::sqrt(w);
+}
+Group sqrt_hi(Group w) {
+    Group v;
+    for (std::size_t h = 0; h < sizeof(Group) / sizeof(Vec<double>); ++h) {
+        Vec<double> part;
+        std::memcpy(&part, reinterpret_cast<const char *>(&w) + h * sizeof part, sizeof part);
+        part = simd::sqrt(part);
+        std::memcpy(reinterpret_cast<char *>(&v) + h * sizeof part, &part, sizeof part);
     }
+    return v;
 }
 template <class V>
 V sqrt_lo(V v, V w_hi, V w_lo) {
@@ -184,34 +176,29 @@ double erfinv_element(double x, int &status, const K &k) {
     return double_from(kDomainNaN);
 }
 
-double element_a(double x, int &status) {
-    return erfinv_element<true>(x, status, kA);
-}
-double element_b(double x, int &status) {
-    return erfinv_element<false>(x, status, kB);
-}
-
-// Four lanes of tail_value(), the same operations, each lane's coefficients from its segment.
-// The lanes are a GCC vector of four doubles: wider than one register, its operations are
-// issued register by register side by side, which hides the latency of the long Horner chain.
+// The lanes of tail_value() for 1/2 < |x| < 1, the same operations, each lane's coefficients
+// from its segment; the result carries x's sign.
 template <bool kExact, class K>
-f64x4 tail_lanes(const double *abs_x, const int *j, const K &k) {
-    using V = f64x4;
-    constexpr int kLanes = 4;
+Group tail_lanes(Group x, const K &k) {
+    using V = Group;
+    constexpr int kLanes = simd::kCount<V>;
     constexpr int n = sizeof k.tail[0].c / sizeof k.tail[0].c[0];
+    const V abs_x = simd::abs(x);
+    int j[kLanes];
+    for (int l = 0; l < kLanes; ++l) j[l] = segment(bits_of(abs_x[l]));
     const auto coefficient = [&](auto field) {
         V c;
         for (int l = 0; l < kLanes; ++l) c[l] = field(k.tail[j[l]]);
         return c;
     };
     V w, ln_lo;
-    for (int h = 0; h < kLanes / 2; ++h) {
-        f64v lo;
-        const f64v hi = ln_below_half_pair(1.0 - simd::load<f64v>(abs_x + 2 * h), lo);
-        w[2 * h] = -hi[0];
-        w[2 * h + 1] = -hi[1];
-        ln_lo[2 * h] = lo[0];
-        ln_lo[2 * h + 1] = lo[1];
+    for (std::size_t h = 0; h < sizeof(V) / sizeof(Vec<double>); ++h) {
+        const std::size_t at = h * sizeof(Vec<double>);
+        Vec<double> part, lo;
+        std::memcpy(&part, reinterpret_cast<const char *>(&abs_x) + at, sizeof part);
+        const Vec<double> hi = -ln_below_half(1.0 - part, lo);
+        std::memcpy(reinterpret_cast<char *>(&w) + at, &hi, sizeof hi);
+        std::memcpy(reinterpret_cast<char *>(&ln_lo) + at, &lo, sizeof lo);
     }
     const V v = sqrt_hi(w);
     const V t = v - coefficient([](const auto &seg) { return seg.centre; });
@@ -220,122 +207,78 @@ f64x4 tail_lanes(const double *abs_x, const int *j, const K &k) {
         q = q * t + coefficient([i](const auto &seg) { return seg.c[i]; });
     const V s = t * q;
     const V c0 = coefficient([](const auto &seg) { return seg.c[n - 1]; });
+    V y;
     if constexpr (!kExact) {
-        return s + c0;
+        y = s + c0;
     } else {
         const V v_lo = sqrt_lo(v, w, -ln_lo);
         const V hi = s + c0;
-        return hi + ((((c0 - hi) + s) + coefficient([](const auto &seg) { return seg.lo; })) +
-                     coefficient([](const auto &seg) { return seg.c[n - 2]; }) * v_lo);
+        y = hi + ((((c0 - hi) + s) + coefficient([](const auto &seg) { return seg.lo; })) +
+                  coefficient([](const auto &seg) { return seg.c[n - 2]; }) * v_lo);
     }
+    return simd::from_bits<V>(simd::to_bits(y) | (simd::to_bits(x) & kSignBit));
 }
 
-// The kernel sorts each block of elements by |x| into central ones, tail ones and the rest, and
-// takes the first two classes four at a time on the vector path (a last short group filled up
-// with copies), so that no lane computes a value of the other class; the rest, |x| >= 1 and NaN,
-// goes element by element. T is the element type; single elements are computed in double.
-template <bool kExact, auto Element, class T, class K>
-void erfinv_kernel(int n, const T *a, T *r, const K &k, const char *name) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    constexpr int kBlock = 32;
-    constexpr int kGroup = 4;
-    using V = f64x4;
-    for (int begin = 0; begin < n; begin += kBlock) {
-        const int end = begin + kBlock < n ? begin + kBlock : n;
-        int central[kBlock + kGroup], tail[kBlock + kGroup], segments[kBlock + kGroup];
-        int n_central = 0, n_tail = 0;
-        bool special = false;
-        // Without branches: with random arguments the class of the next element is unpredictable.
-        for (int i = begin; i < end; ++i) {
-            const std::uint64_t abs_bits = bits_of(static_cast<double>(a[i])) & kAbsMask;
-            const bool is_central = abs_bits <= kHalfBits;
-            const bool is_tail = !is_central && abs_bits < kOneBits;
-            central[n_central] = i;
-            n_central += is_central;
-            tail[n_tail] = i;
-            segments[n_tail] = segment(abs_bits);
-            n_tail += is_tail;
-            special |= !is_central && !is_tail;
-        }
-        if (special) {
-            for (int i = begin; i < end; ++i) {
-                if ((bits_of(static_cast<double>(a[i])) & kAbsMask) >= kOneBits) {
-                    run_elements<Element>(i, i + 1, a, r, name);
-                }
-            }
-        }
-        // Whole groups of kGroup, the last one filled up with copies of its last element.
-        for (; n_central % kGroup != 0; ++n_central) central[n_central] = central[n_central - 1];
-        for (; n_tail % kGroup != 0; ++n_tail) {
-            segments[n_tail] = segments[n_tail - 1];
-            tail[n_tail] = tail[n_tail - 1];
-        }
-        for (int p = 0; p < n_central; p += kGroup) {
-            V x;
-            for (int l = 0; l < kGroup; ++l) x[l] = a[central[p + l]];
-            const V y = central_value<kExact>(x, k);
-            for (int l = 0; l < kGroup; ++l) r[central[p + l]] = static_cast<T>(y[l]);
-        }
-        for (int p = 0; p < n_tail; p += kGroup) {
-            alignas(16) double abs_x[kGroup];
-            for (int l = 0; l < kGroup; ++l)
-                abs_x[l] = std::fabs(static_cast<double>(a[tail[p + l]]));
-            const V y = tail_lanes<kExact>(abs_x, segments + p, k);
-            for (int l = 0; l < kGroup; ++l) {
-                const double x = a[tail[p + l]];
-                r[tail[p + l]] =
-                    static_cast<T>(double_from(bits_of(y[l]) | (bits_of(x) & kSignBit)));
-            }
+// One kernel: element type T, the coefficient set, whether the exact evaluation is used, and the
+// element function. Single elements are computed in double on widened arguments and rounded to
+// float once.
+template <class T, bool kExact, const auto &kCoefficients>
+struct ErfInv {
+    using Element = T;
+    using Compute = double;
+    using Group = vecmath::Group;
+    using Context = NoContext;
+    static constexpr const char *kName = sizeof(T) == sizeof(double) ? "vdErfInv" : "vsErfInv";
+    static constexpr int kPieces = 2;
+
+    static const Context &context() { return kNoContext; }
+
+    static T element(T x, const Context &, int &status) {
+        return static_cast<T>(
+            erfinv_element<kExact>(static_cast<double>(x), status, kCoefficients));
+    }
+
+    // 0 for |x| <= 1/2, 1 for 1/2 < |x| < 1, 2 (the element path) for the rest and NaN.
+    static int piece(double x) {
+        const std::uint64_t abs_bits = bits_of(x) & kAbsMask;
+        return static_cast<int>(abs_bits > kHalfBits) + static_cast<int>(abs_bits >= kOneBits);
+    }
+
+    template <int kPiece>
+    static Group lanes(Group x, const Context &) {
+        if constexpr (kPiece == 0) {
+            return central_value<kExact>(x, kCoefficients);
+        } else {
+            return tail_lanes<kExact>(x, kCoefficients);
         }
     }
-}
-
-// The single kernels: the double computation with the single coefficient sets on widened
-// arguments, rounded to float once.
-template <class K>
-float erfinv_element_s(float x, int &status, const K &k) {
-    return static_cast<float>(erfinv_element<false>(static_cast<double>(x), status, k));
-}
-float element_s_la(float x, int &status) {
-    return erfinv_element_s(x, status, kSingleA);
-}
-float element_s_ha(float x, int &status) {
-    return erfinv_element_s(x, status, kB);
-}
-float element_s_ep(float x, int &status) {
-    return erfinv_element_s(x, status, kSingleC);
-}
+};
 
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_A(int n, const double *a,
                                                                         double *r) {
-    erfinv_kernel<true, element_a>(n, a, r, kA, "vdErfInv");
+    run_sorted<ErfInv<double, true, kA>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dErfInv_B(int n, const double *a,
                                                                         double *r) {
-    erfinv_kernel<false, element_b>(n, a, r, kB, "vdErfInv");
+    run_sorted<ErfInv<double, false, kB>>(n, a, r);
 }
-
-}  // namespace korb::vecmath
-
-namespace korb::vecmath {
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_A(int n, const float *a,
                                                                         float *r) {
-    erfinv_kernel<false, element_s_la>(n, a, r, kSingleA, "vsErfInv");
+    run_sorted<ErfInv<float, false, kSingleA>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_B(int n, const float *a,
                                                                         float *r) {
-    erfinv_kernel<false, element_s_ha>(n, a, r, kB, "vsErfInv");
+    run_sorted<ErfInv<float, false, kB>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sErfInv_C(int n, const float *a,
                                                                         float *r) {
-    erfinv_kernel<false, element_s_ep>(n, a, r, kSingleC, "vsErfInv");
+    run_sorted<ErfInv<float, false, kSingleC>>(n, a, r);
 }
 
 }  // namespace korb::vecmath

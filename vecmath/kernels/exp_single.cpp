@@ -7,24 +7,25 @@
 // addition rounds at full weight. 2^k is added to the exponent field.
 // Measured error: see the README's accuracy table.
 //
-// Vectors of four elements all of magnitude below 86.5 (normal results) take the vector path
-// (looked at eight vectors at a time, straight through when all pass);
-// any other vector, and the last n mod 4 elements, go element by element with the same
-// operations, scaling by 2^k in two exact steps so that a subnormal result is rounded once.
+// Vectors whose elements are all of magnitude below 86.5 (normal results) take the vector path
+// (looked at eight vectors at a time, straight through when all pass); any other vector, and the
+// last elements that fill no vector, go element by element with the same operations, scaling by
+// 2^k in two exact steps so that a subnormal result is rounded once.
 // As in the double kernel: NaN gives the NaN with all bits set (0xFFFFFFFF), +Inf +Inf, -Inf +0
 // without status; a result that rounds to +Inf reports ARQ_STATUS_OVERFLOW, one below the
 // smallest normal float (subnormal or zero) ARQ_STATUS_UNDERFLOW.
 #include <cstdint>
 
 #include "frame/simd.h"
+#include "vecmath/kernels/driver.h"
 #include "vecmath/kernels/frame.h"
 
 namespace korb::vecmath {
 namespace {
 
-using simd::f32v;
-using i32v = std::int32_t __attribute__((vector_size(simd::kVectorBytes)));
-using simd::u32v;
+using simd::Bits;
+using simd::Int;
+using simd::Vec;
 
 constexpr float kLog2e = 1.44269504f;
 constexpr float kShifter = 12582912.0f;       // 1.5 · 2^23: rounds to an integer when added
@@ -46,110 +47,106 @@ constexpr std::uint32_t kAbsMask = 0x7FFFFFFF;
 constexpr std::uint32_t kPlusInfBits = 0x7F800000;
 constexpr std::uint32_t kMinusInfBits = 0xFF800000;
 constexpr std::uint32_t kAllOnesNaN = 0xFFFFFFFF;
-constexpr const char *kName = "vsExp";
 
-// e^x / 2^k, and k.
-struct Reduced {
-    float y;
-    std::int32_t k;
+template <class V>
+struct Constants {
+    V log2e, shifter, ln2_hi, ln2_lo, one;
+    V p[kDegree + 1];
+    Int<V> abs_mask, fast_limit;
 };
 
-Reduced reduce(float x) {
-    const float t = x * kLog2e + kShifter;
-    const float k = t - kShifter;
-    const float r_hi = x - k * kLn2Hi;
-    const float r_lo = k * kLn2Lo;
-    const float r = r_hi - r_lo;
-    float p = kP[0];
-    for (int i = 1; i <= kDegree; ++i) p = p * r + kP[i];
+template <class V>
+constexpr Constants<V> make_constants() {
+    Constants<V> c{};
+    c.log2e = V{} + kLog2e;
+    c.shifter = V{} + kShifter;
+    c.ln2_hi = V{} + kLn2Hi;
+    c.ln2_lo = V{} + kLn2Lo;
+    c.one = V{} + 1.0f;
+    for (int i = 0; i <= kDegree; ++i) c.p[i] = V{} + kP[i];
+    c.abs_mask = Int<V>{} + static_cast<std::int32_t>(kAbsMask);
+    c.fast_limit = Int<V>{} + static_cast<std::int32_t>(kFastLimit);
+    return c;
+}
+
+constexpr Constants<float> kScalar = make_constants<float>();
+alignas(simd::kNativeBytes) constexpr Constants<Vec<float>> kVector = make_constants<Vec<float>>();
+
+// e^x / 2^k, and t = 1.5·2^23 + k, whose low mantissa bits hold k.
+template <class V>
+struct Reduced {
+    V y;
+    V t;
+};
+
+template <class V>
+[[gnu::always_inline]] inline Reduced<V> reduce(V x, const Constants<V> &c) {
+    const V t = x * c.log2e + c.shifter;
+    const V k = t - c.shifter;
+    const V r_hi = x - k * c.ln2_hi;
+    const V r_lo = k * c.ln2_lo;
+    const V r = r_hi - r_lo;
+    V p = c.p[0];
+    for (int i = 1; i <= kDegree; ++i) p = p * r + c.p[i];
     // hi + lo = 1 + r_hi exactly; the small terms join lo before the one rounding at full weight.
-    const float hi = 1.0f + r_hi;
-    const float lo = (1.0f - hi) + r_hi;
-    const float y = hi + (lo + ((r * r) * p - r_lo));
-    // t's low mantissa bits hold k (t = 1.5·2^23 + k).
-    return {y, static_cast<std::int32_t>(bits_of(t) - bits_of(kShifter))};
+    const V hi = c.one + r_hi;
+    const V lo = (c.one - hi) + r_hi;
+    return {hi + (lo + ((r * r) * p - r_lo)), t};
 }
 
 float power_of_two(std::int32_t e) {
     return float_from(static_cast<std::uint32_t>(e + 127) << 23);
 }
 
-float exp_element(float x, int &status) {
-    const std::uint32_t b = bits_of(x);
-    status = ARQ_STATUS_OK;
-    if ((b & kAbsMask) > kPlusInfBits) return float_from(kAllOnesNaN);
-    if (b == kPlusInfBits) return x;
-    if (b == kMinusInfBits) return 0.0f;
-    if (x > kOverflowX) {
-        status = ARQ_STATUS_OVERFLOW;
-        return float_from(kPlusInfBits);
-    }
-    if (x < kUnderflowX) {
-        status = ARQ_STATUS_UNDERFLOW;
-        return 0.0f;
-    }
-    const Reduced e = reduce(x);
-    // Two exact scalings, both factors normal: the second rounds once when the result is
-    // subnormal, and gives the same bits as the exponent-field addition when it is normal.
-    const std::int32_t half = e.k >> 1;
-    const float result = (e.y * power_of_two(half)) * power_of_two(e.k - half);
-    if (bits_of(result) == kPlusInfBits) {
-        status = ARQ_STATUS_OVERFLOW;
-    } else if (result < kSmallestNormal) {
-        status = ARQ_STATUS_UNDERFLOW;
-    }
-    return result;
-}
+struct Exp : Shape<float, float, kVector, 8> {
+    static constexpr const char *kName = "vsExp";
 
-struct ExpVectors {
-    f32v log2e, shifter, ln2_hi, ln2_lo, one;
-    f32v p[kDegree + 1];
-    i32v abs_mask, fast_limit;
+    static float element(float x, const Context &, int &status) {
+        const std::uint32_t b = bits_of(x);
+        status = ARQ_STATUS_OK;
+        if ((b & kAbsMask) > kPlusInfBits) return float_from(kAllOnesNaN);
+        if (b == kPlusInfBits) return x;
+        if (b == kMinusInfBits) return 0.0f;
+        if (x > kOverflowX) {
+            status = ARQ_STATUS_OVERFLOW;
+            return float_from(kPlusInfBits);
+        }
+        if (x < kUnderflowX) {
+            status = ARQ_STATUS_UNDERFLOW;
+            return 0.0f;
+        }
+        const Reduced<float> e = reduce(x, kScalar);
+        const std::int32_t k = static_cast<std::int32_t>(bits_of(e.t) - bits_of(kShifter));
+        // Two exact scalings, both factors normal: the second rounds once when the result is
+        // subnormal, and gives the same bits as the exponent-field addition when it is normal.
+        const std::int32_t half = k >> 1;
+        const float result = (e.y * power_of_two(half)) * power_of_two(k - half);
+        if (bits_of(result) == kPlusInfBits) {
+            status = ARQ_STATUS_OVERFLOW;
+        } else if (result < kSmallestNormal) {
+            status = ARQ_STATUS_UNDERFLOW;
+        }
+        return result;
+    }
+
+    // Set when |x| is not below 86.5 (also for NaN).
+    static Bits<Vec<float>> unusual(Vec<float> x, const Context &c) {
+        const Int<Vec<float>> magnitude = reinterpret_cast<Int<Vec<float>>>(x) & c.abs_mask;
+        return simd::mask<Vec<float>>(magnitude >= c.fast_limit);
+    }
+
+    // 2^k is added to the exponent field, which is exact for the normal results of this path.
+    static Vec<float> lanes(Vec<float> x, const float *, const Context &c) {
+        const Reduced<Vec<float>> e = reduce(x, c);
+        return simd::from_bits<Vec<float>>(simd::to_bits(e.y) + (simd::to_bits(e.t) << 23));
+    }
 };
-constexpr ExpVectors make_vectors() {
-    ExpVectors c{};
-    c.log2e = f32v{} + kLog2e;
-    c.shifter = f32v{} + kShifter;
-    c.ln2_hi = f32v{} + kLn2Hi;
-    c.ln2_lo = f32v{} + kLn2Lo;
-    c.one = f32v{} + 1.0f;
-    for (int i = 0; i <= kDegree; ++i) c.p[i] = f32v{} + kP[i];
-    c.abs_mask = i32v{} + static_cast<std::int32_t>(kAbsMask);
-    c.fast_limit = i32v{} + static_cast<std::int32_t>(kFastLimit);
-    return c;
-}
-alignas(16) constexpr ExpVectors kExpVectors = make_vectors();
-
-// Four lanes of reduce() and the scaling, the same operations in the same order; 2^k is added to
-// the exponent field, which is exact for the normal results of this path.
-f32v exp_lanes(f32v x, const ExpVectors &c) {
-    const f32v t = x * c.log2e + c.shifter;
-    const f32v k = t - c.shifter;
-    const f32v r_hi = x - k * c.ln2_hi;
-    const f32v r_lo = k * c.ln2_lo;
-    const f32v r = r_hi - r_lo;
-    f32v p = c.p[0];
-    for (int i = 1; i <= kDegree; ++i) p = p * r + c.p[i];
-    const f32v hi = c.one + r_hi;
-    const f32v lo = (c.one - hi) + r_hi;
-    const f32v y = hi + (lo + ((r * r) * p - r_lo));
-    return reinterpret_cast<f32v>(reinterpret_cast<u32v>(y) + (reinterpret_cast<u32v>(t) << 23));
-}
-
-// A bit per lane: set when |x| is not below 86.5 (also for NaN).
-int unusual_lanes(f32v x, const ExpVectors &c) {
-    const i32v outside = (reinterpret_cast<i32v>(x) & c.abs_mask) >= c.fast_limit;
-    return _mm_movemask_ps(reinterpret_cast<__m128>(outside));
-}
 
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sExp_A(int n, const float *a,
                                                                      float *r) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    run_single_blocks<exp_lanes, unusual_lanes, exp_element>(n, a, r, *simd::opaque(&kExpVectors),
-                                                             kName);
+    run_one<Exp>(n, a, r);
 }
 
 }  // namespace korb::vecmath

@@ -9,10 +9,10 @@
 // within about 0.52 ulp. The single kernel computes in plain double on widened arguments (see
 // magnitude_single) and rounds the double result to float once.
 //
-// Pairs (double) or vectors of four (single) whose arguments are all finite, normal and
-// non-zero, positive unless b is an integer, and whose z keeps the result normal, take the
-// vector path; the others go element by element with the same operations, and with the special
-// cases of C99's pow: a^±0 = 1 and 1^b = 1 also for NaN, other NaNs propagate (quiet),
+// Vectors whose arguments are all finite, normal and non-zero, positive unless b is an integer,
+// and whose z keeps the result normal, take the vector path (for single precision each vector of
+// floats as two of doubles); the others go element by element with the same operations, and with
+// the special cases of C99's pow: a^±0 = 1 and 1^b = 1 also for NaN, other NaNs propagate (quiet),
 // ±0^b = ±Inf for b < 0 with ARQ_STATUS_SING, a negative a with a non-integer b the NaN
 // 0xFFF8000000000000 (0xFFC00000) with ARQ_STATUS_ERRDOM, ±Inf arguments and exponents by the
 // C99 table without status, a result that rounds to ±Inf ARQ_STATUS_OVERFLOW and one below the
@@ -21,27 +21,28 @@
 #include <cstdint>
 
 #include "frame/simd.h"
-#include "vecmath/kernels/exp_ln_tables.h"
+#include "vecmath/kernels/driver.h"
+#include "vecmath/kernels/exp_data.h"
 #include "vecmath/kernels/frame.h"
+#include "vecmath/kernels/ln_data.h"
 #include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
 namespace {
 
-using simd::f64v;
-using simd::u64v;
+using exp_data::kInvL;
+using exp_data::kLHi;
+using exp_data::kLLo;
+using exp_data::kShifter;
+using ln_data::kHighHalf;
+using ln_data::kLn2Hi;
+using ln_data::kLn2Lo;
+using simd::Bits;
+using simd::Vec;
 
-constexpr double kLn2Hi = 0.6931471805598903;  // 42 significant bits
-constexpr double kLn2Lo = 5.497923018708371e-14;
-constexpr std::uint32_t kSplit = 0x3FE7FC00;
-constexpr std::uint64_t kHighHalf = 0x7FFFFFFF00000000;
 constexpr std::uint64_t kSmallestNormalBits = 0x0010000000000000;
-
-constexpr double kInvL = 92.33248261689366;      // 64 / ln 2
-constexpr double kShifter = 6755399441055744.0;  // 1.5 · 2^52
-constexpr double kLHi = 0.010830424695086549;    // ln 2 / 64, high part
-constexpr double kLLo = 1.162596423439437e-12;   // ln 2 / 64, low part
-constexpr double kSplitter = 134217729.0;        // 2^27 + 1
+constexpr std::uint64_t kQuietBit = 0x0008000000000000;
+constexpr double kSplitter = 134217729.0;  // 2^27 + 1
 
 // |z| below this keeps a double result normal (the vector path's scaling needs that).
 constexpr double kFastZ = 708.39;
@@ -127,11 +128,11 @@ Sum<double> ln_element(double abs_a) {
     }
     const std::uint64_t b = bits_of(abs_a);
     const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
-    const double k = static_cast<double>((static_cast<std::int32_t>(hi - kSplit) >> 20) - shift);
-    const std::uint32_t j = (((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11;
+    const double k =
+        static_cast<double>((static_cast<std::int32_t>(hi - ln_data::kSplit) >> 20) - shift);
     const double m = double_from((b & kMantissa) | kOneBits);
     const double m_hi = double_from(bits_of(m) & kHighHalf);
-    const LnEntry &row = kLnTable[j];
+    const ln_data::Row<double> row = ln_data::row(hi);
     return ln_sum(k, m, m_hi, row.rcp, row.hi, row.lo);
 }
 
@@ -152,7 +153,7 @@ double magnitude_element(double abs_a, const Exponent &e, int &status) {
     }
     const double t = z.hi * kInvL + kShifter;
     const std::uint64_t t_bits = bits_of(t);
-    const ExpEntry &row = kExpTable[t_bits & 63];
+    const exp_data::Row<double> row = exp_data::row(t_bits);
     const double y = exp_reduced(z, t - kShifter, row.hi, row.lo);
     // floor(N/64) from t's low bits, then two exact scalings by normal powers of two.
     const std::int64_t n = static_cast<std::int64_t>(static_cast<std::int32_t>(t_bits));
@@ -195,7 +196,7 @@ double magnitude_single(double abs_a, const Exponent &e, int &status) {
     }
     const double t = z * kInvL + kShifter;
     const std::uint64_t t_bits = bits_of(t);
-    const double y = exp_single(z, t - kShifter, kExpTable[t_bits & 63].hi);
+    const double y = exp_single(z, t - kShifter, exp_data::row(t_bits).hi);
     return y * power_of_two(static_cast<std::int32_t>(t_bits) >> 6);
 }
 
@@ -204,7 +205,14 @@ double powx_element(double a, const Exponent &e, int &status) {
     status = ARQ_STATUS_OK;
     const double b = e.b;
     if (b == 0.0 || a == 1.0) return 1.0;
-    if (std::isnan(a) || std::isnan(b)) return a + b;
+    if (std::isnan(a) || std::isnan(b)) {
+        // a's NaN when a is one, else b's, made quiet: the processor's choice for a + b, but
+        // fixed here, where the compiler may swap the operands of an addition. The addition
+        // itself raises invalid for a signalling NaN.
+        volatile double raise = a + b;
+        (void)raise;
+        return double_from(bits_of(std::isnan(a) ? a : b) | kQuietBit);
+    }
     const std::uint64_t a_bits = bits_of(a);
     const double abs_a = double_from(a_bits & kAbsMask);
     const std::uint64_t sign = e.odd ? (a_bits & kSignBit) : 0;
@@ -237,10 +245,10 @@ double powx_element(double a, const Exponent &e, int &status) {
     return signed_result(Magnitude(abs_a, e, status));
 }
 
-// ---- Two lanes ---------------------------------------------------------------------------
+// ---- Lanes -------------------------------------------------------------------------------
 
-// 1 when the lane's argument can take the vector path: finite, normal, non-zero, and positive
-// unless b is an integer.
+// The lanes' arguments can take the vector path: finite, normal, non-zero, and positive unless b
+// is an integer.
 bool lane_is_ordinary(double a, const Exponent &e) {
     const std::uint64_t bits = bits_of(a);
     const std::uint64_t abs_bits = bits & kAbsMask;
@@ -248,57 +256,43 @@ bool lane_is_ordinary(double a, const Exponent &e) {
     return normal && (e.integer || (bits & kSignBit) == 0);
 }
 
-// |a|^b on two lanes of normal non-zero |a|, with a bit mask of the lanes whose z leaves the
-// range of normal results (their values are not used).
-f64v magnitude_lanes(const double *src, const Exponent &e, int &outside) {
-    std::uint64_t bits[2] = {bits_of(src[0]) & kAbsMask, bits_of(src[1]) & kAbsMask};
-    const LnEntry *rows[2];
-    double k[2];
-    for (int l = 0; l < 2; ++l) {
-        const std::uint32_t hi = static_cast<std::uint32_t>(bits[l] >> 32);
-        k[l] = static_cast<double>(static_cast<std::int32_t>(hi - kSplit) >> 20);
-        rows[l] = &kLnTable[(((hi & 0xFFC00) + 0x400) & 0x1FF800) >> 11];
-    }
-    const u64v b = {bits[0], bits[1]};
-    const f64v m = reinterpret_cast<f64v>((b & kMantissa) | kOneBits);
-    const f64v m_hi = reinterpret_cast<f64v>(reinterpret_cast<u64v>(m) & kHighHalf);
-    const f64v rcp = {rows[0]->rcp, rows[1]->rcp};
-    const f64v l_hi = {rows[0]->hi, rows[1]->hi};
-    const f64v l_lo = {rows[0]->lo, rows[1]->lo};
-    const Sum<f64v> z = times_b(ln_sum(f64v{k[0], k[1]}, m, m_hi, rcp, l_hi, l_lo), e);
-    const auto abs_z = reinterpret_cast<u64v>(z.hi) & kAbsMask;
-    outside = _mm_movemask_pd(reinterpret_cast<__m128d>(reinterpret_cast<f64v>(abs_z) >= kFastZ));
-    const f64v t = z.hi * kInvL + kShifter;
-    alignas(16) std::uint64_t t_bits[2];
-    simd::store(t_bits, t);
-    const ExpEntry &r0 = kExpTable[t_bits[0] & 63];
-    const ExpEntry &r1 = kExpTable[t_bits[1] & 63];
-    const f64v y = exp_reduced(z, t - kShifter, f64v{r0.hi, r1.hi}, f64v{r0.lo, r1.lo});
-    // floor(N/64) added to the exponent field: exact for the normal results of this path.
-    const u64v power = (reinterpret_cast<u64v>(t) << 46) & 0xFFF0000000000000;
-    return reinterpret_cast<f64v>(reinterpret_cast<u64v>(y) + power);
-}
-
-// The same as magnitude_single() on two lanes, with the mask of lanes whose z leaves the range of
-// normal float results.
-f64v magnitude_single_lanes(const double *src, const Exponent &e, int &outside) {
-    const u64v bits = simd::load<u64v>(src) & kAbsMask;
-    const f64v z = ln_positive_normal_pair(reinterpret_cast<f64v>(bits)) * e.b;
-    const f64v abs_z = reinterpret_cast<f64v>(reinterpret_cast<u64v>(z) & kAbsMask);
-    outside = _mm_movemask_pd(reinterpret_cast<__m128d>(abs_z >= kFastZSingle));
-    const f64v t = z * kInvL + kShifter;
-    alignas(16) std::uint64_t t_bits[2];
-    simd::store(t_bits, t);
-    const f64v t_hi = {kExpTable[t_bits[0] & 63].hi, kExpTable[t_bits[1] & 63].hi};
-    const f64v y = exp_single(z, t - kShifter, t_hi);
-    const u64v power = (reinterpret_cast<u64v>(t) << 46) & 0xFFF0000000000000;
-    return reinterpret_cast<f64v>(reinterpret_cast<u64v>(y) + power);
-}
-
-f64v with_sign(f64v y, const double *src, const Exponent &e) {
+// The result's sign: a's where b is odd.
+Vec<double> with_sign(Vec<double> y, Vec<double> a, const Exponent &e) {
     if (!e.odd) return y;
-    const u64v a = {bits_of(src[0]), bits_of(src[1])};
-    return reinterpret_cast<f64v>(reinterpret_cast<u64v>(y) | (a & kSignBit));
+    return simd::from_bits<Vec<double>>(simd::to_bits(y) | (simd::to_bits(a) & kSignBit));
+}
+
+// 2^floor(N/64) added to the exponent field: exact for the normal results of the vector path.
+Vec<double> scaled(Vec<double> y, Vec<double> t) {
+    const Bits<Vec<double>> power = (simd::to_bits(t) << 46) & 0xFFF0000000000000;
+    return simd::from_bits<Vec<double>>(simd::to_bits(y) + power);
+}
+
+// The double kernel: |a|^b on lanes of normal non-zero a (at src), with the lanes whose z leaves
+// the range of normal results refused.
+[[gnu::always_inline]] inline Vec<double> magnitude_lanes(Vec<double> a, const double *src,
+                                                          const Exponent &e, bool &refused) {
+    using V = Vec<double>;
+    const Bits<V> b = simd::to_bits(a) & kAbsMask;
+    const V m = simd::from_bits<V>((b & kMantissa) | kOneBits);
+    const V m_hi = simd::from_bits<V>(simd::to_bits(m) & kHighHalf);
+    const ln_data::Row<V> row = ln_data::rows(src);
+    const Sum<V> z = times_b(ln_sum(ln_data::exponent(b), m, m_hi, row.rcp, row.hi, row.lo), e);
+    refused = simd::any(simd::mask<V>(simd::abs(z.hi) >= kFastZ));
+    const V t = z.hi * kInvL + kShifter;
+    const exp_data::Row<V> power = exp_data::row(simd::to_bits(t));
+    return scaled(exp_reduced(z, t - kShifter, power.hi, power.lo), t);
+}
+
+// The same as magnitude_single() on lanes of normal non-zero a, with the lanes whose z leaves
+// the range of normal float results refused.
+[[gnu::always_inline]] inline Vec<double> magnitude_single_lanes(Vec<double> a, const Exponent &e,
+                                                                 bool &refused) {
+    using V = Vec<double>;
+    const V z = ln_positive_normal(simd::abs(a)) * e.b;
+    refused = simd::any(simd::mask<V>(simd::abs(z) >= kFastZSingle));
+    const V t = z * kInvL + kShifter;
+    return scaled(exp_single(z, t - kShifter, exp_data::row(simd::to_bits(t)).hi), t);
 }
 
 // ---- Single precision on the double computation -------------------------------------------
@@ -318,83 +312,50 @@ float powx_element_s(float a, const Exponent &e, int &status) {
     return rf;
 }
 
+// ---- The kernels --------------------------------------------------------------------------
+
+// One kernel per precision; the single one computes in double. With an exponent that is not
+// ordinary (0, ±Inf, NaN, |b| >= 2^64) every element takes the element path.
+template <class T>
+struct Powx {
+    static constexpr bool kDouble = sizeof(T) == sizeof(double);
+    using Element = T;
+    using Compute = double;
+    using Context = Exponent;
+    static constexpr const char *kName = kDouble ? "vdPowx" : "vsPowx";
+    static constexpr int kVectors = 1;
+
+    static Exponent context(T b) { return classify(b); }
+
+    static T element(T x, const Exponent &e, int &status) {
+        if constexpr (kDouble) {
+            return powx_element<magnitude_element>(x, e, status);
+        } else {
+            return powx_element_s(x, e, status);
+        }
+    }
+
+    static bool unusual(T x, const Exponent &e) { return !e.ordinary || !lane_is_ordinary(x, e); }
+
+    static Vec<double> lanes(Vec<double> x, const T *src, const Exponent &e, bool &refused) {
+        if constexpr (kDouble) {
+            return with_sign(magnitude_lanes(x, src, e, refused), x, e);
+        } else {
+            return with_sign(magnitude_single_lanes(x, e, refused), x, e);
+        }
+    }
+};
+
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPowx_A(int n, const double *a,
                                                                       double b, double *r) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const Exponent e = classify(b);
-    const auto element = [&e](double x, double, int &status) {
-        return powx_element<magnitude_element>(x, e, status);
-    };
-    int i = 0;
-    if (e.ordinary) {
-        for (; i + 2 <= n; i += 2) {
-            int outside = 1;
-            f64v y{};
-            if (lane_is_ordinary(a[i], e) && lane_is_ordinary(a[i + 1], e)) {
-                y = with_sign(magnitude_lanes(a + i, e, outside), a + i, e);
-            }
-            if (outside != 0) {
-                for (int l = i; l < i + 2; ++l) {
-                    const double x = a[l];
-                    int status;
-                    r[l] = element(x, b, status);
-                    if (status != ARQ_STATUS_OK) report(status, l, a, r, r, "vdPowx", x, b);
-                }
-                continue;
-            }
-            simd::store(r + i, y);
-        }
-    }
-    for (; i < n; ++i) {
-        const double x = a[i];
-        int status;
-        r[i] = element(x, b, status);
-        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, "vdPowx", x, b);
-    }
+    run_scalar<Powx<double>>(n, a, b, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPowx_A(int n, const float *a,
                                                                       float b, float *r) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const Exponent e = classify(b);
-    int i = 0;
-    if (e.ordinary) {
-        for (; i + 4 <= n; i += 4) {
-            bool ordinary = true;
-            for (int l = 0; l < 4; ++l) ordinary = ordinary && lane_is_ordinary(a[i + l], e);
-            int outside = 1;
-            f64v y[2];
-            if (ordinary) {
-                outside = 0;
-                for (int h = 0; h < 2; ++h) {
-                    alignas(16) const double wide[2] = {a[i + 2 * h], a[i + 2 * h + 1]};
-                    int out;
-                    y[h] = with_sign(magnitude_single_lanes(wide, e, out), wide, e);
-                    outside |= out;
-                }
-            }
-            if (outside != 0) {
-                for (int l = i; l < i + 4; ++l) {
-                    const float x = a[l];
-                    int status;
-                    r[l] = powx_element_s(x, e, status);
-                    if (status != ARQ_STATUS_OK) report(status, l, a, r, r, "vsPowx", x, b);
-                }
-                continue;
-            }
-            simd::store(r + i, simd::narrow(y[0], y[1]));
-        }
-    }
-    for (; i < n; ++i) {
-        const float x = a[i];
-        int status;
-        r[i] = powx_element_s(x, e, status);
-        if (status != ARQ_STATUS_OK) report(status, i, a, r, r, "vsPowx", x, b);
-    }
+    run_scalar<Powx<float>>(n, a, b, r);
 }
 
 }  // namespace korb::vecmath

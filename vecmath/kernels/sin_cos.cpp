@@ -11,16 +11,17 @@
 // divides the double-double sine by the double-double cosine (the cosine by the sine in odd
 // quadrants) with one correction step: within 0.63 ulp.
 //
-// Blocks of 4 elements with |x| < 2^19 take the vector path, which keeps them if all reduced
-// arguments are large enough for the reduction used; every other block, and the last n mod 4
-// elements, go element by element through the path that also handles specials and reports errors.
-// Both paths run the same templates on doubles and on vectors of doubles, so they give the same
-// bits.
+// Vectors of elements with |x| < 2^19 take the vector path, which reduces each lane as the
+// element path would (the quick reduction where it is trusted, else the short one) and refuses
+// the vector when a reduced argument is too small for either; every other vector, and the last
+// elements that fill no vector, go element by element through the path that also handles
+// specials and reports errors. Both paths run the same templates on doubles and on vectors of
+// doubles, so they give the same bits.
 #include <cmath>
 #include <cstdint>
 
 #include "frame/simd.h"
-#include "vecmath/dispatch.h"
+#include "vecmath/kernels/driver.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/trig_lanes.h"
 #include "vecmath/kernels/trig_reduce.h"
@@ -35,7 +36,7 @@ struct Constants {
     V two_over_pi, shifter, pio2_1, pio2_2, pio2_3, pio2_1t;
     V s1, s2, s3, s4, s5, s6;
     V c1, c2, c3, c4, c5, c6;
-    V half, one, split, min_reduced, min_quick;
+    V half, one, split, min_reduced, min_quick, quick_limit;
     Bits<V> magnitude;
 };
 
@@ -67,12 +68,14 @@ constexpr Constants<V> make_constants() {
         V{} + 134217729.0,  // 2^27 + 1, splits a double into two 26-bit halves
         V{} + 0x1p-41,      // smallest |hi| the short reduction is trusted with
         V{} + 0x1p-17,      // and the quick one
+        V{} + 0x1p7,        // largest |x| (excluded) the quick reduction takes
         Bits<V>{} + ~kSignBit,
     };
 }
 
 constexpr Constants<double> kScalar = make_constants<double>();
-alignas(16) constexpr Constants<f64v> kVector = make_constants<f64v>();
+alignas(simd::kNativeBytes) constexpr Constants<Vec<double>> kVector =
+    make_constants<Vec<double>>();
 
 template <class V>
 struct Reduced {
@@ -93,7 +96,7 @@ template <class V>
     const V e = (a - (s - back)) - (p + back);
     const V lo = e - k * c.pio2_3;
     const V hi = s + lo;
-    return {hi, (s - hi) + lo, to_bits(t)};
+    return {hi, (s - hi) + lo, simd::to_bits(t)};
 }
 
 // x - k·π/2 for |x| < 2^7 (k <= 82), with π/2 in two parts: k·pio2_1 and the first difference
@@ -106,7 +109,7 @@ template <class V>
     const V a = x - k * c.pio2_1;
     const V p = k * c.pio2_1t;
     const V hi = a - p;
-    return {hi, (a - hi) - p, to_bits(t)};
+    return {hi, (a - hi) - p, simd::to_bits(t)};
 }
 
 // sin r = hi + s_tail and cos r = c_hi + c_tail for r = hi + lo, each tail small against its
@@ -134,39 +137,18 @@ template <class V>
 }
 
 // Sine and cosine have the same shape, head + (m·P(z) + tail), so where only one of them is
-// needed each lane takes its function's parts and coefficients: from a table of the two sets
-// for a double, from a table of the four combinations for a vector (indexed by the lanes'
-// quadrant parities). The results are those of sin_cos_parts.
-template <class V>
-struct Coefficients {
-    V k0, k1, k2, k3, k4, k5;
-};
-
-constexpr Coefficients<double> kSets[2] = {
-    {kScalar.s1, kScalar.s2, kScalar.s3, kScalar.s4, kScalar.s5, kScalar.s6},
-    {kScalar.c1, kScalar.c2, kScalar.c3, kScalar.c4, kScalar.c5, kScalar.c6},
-};
-
-constexpr Coefficients<f64v> combination(int lanes) {
-    const Coefficients<double> &a = kSets[lanes & 1], &b = kSets[lanes >> 1];
-    return {f64v{a.k0, b.k0}, f64v{a.k1, b.k1}, f64v{a.k2, b.k2},
-            f64v{a.k3, b.k3}, f64v{a.k4, b.k4}, f64v{a.k5, b.k5}};
-}
-alignas(16) constexpr Coefficients<f64v> kCombinations[4] = {combination(0), combination(1),
-                                                             combination(2), combination(3)};
-
-[[gnu::always_inline]] inline const Coefficients<double> &coefficients(std::uint64_t odd) {
-    return kSets[odd & 1];
-}
-[[gnu::always_inline]] inline const Coefficients<f64v> &coefficients(u64v odd) {
-    const int lanes = _mm_movemask_pd(reinterpret_cast<__m128d>(odd));
-    return simd::opaque(kCombinations)[lanes];
-}
+// needed each lane takes its function's parts and coefficients (simd::LaneChoice). The results
+// are those of sin_cos_parts.
+constexpr double kSinSet[6] = {kScalar.s1, kScalar.s2, kScalar.s3,
+                               kScalar.s4, kScalar.s5, kScalar.s6};
+constexpr double kCosSet[6] = {kScalar.c1, kScalar.c2, kScalar.c3,
+                               kScalar.c4, kScalar.c5, kScalar.c6};
+alignas(simd::kNativeBytes) constexpr simd::LaneChoice<6> kSinOrCos(kSinSet, kCosSet);
 
 // sin r where odd is clear, cos r where it is set.
 template <class V>
 [[gnu::always_inline]] inline V sin_or_cos(V hi, V lo, Bits<V> odd, const Constants<V> &c) {
-    const Coefficients<V> &k = coefficients(odd);
+    const auto &k = kSinOrCos.choose(odd);
     const V z = hi * hi;
     const V hz = z * c.half;
     const V z2 = z * z;
@@ -175,7 +157,8 @@ template <class V>
     const V head = pick(odd, hi, w);
     const V m = pick(odd, z * hi, z2);
     const V tail = pick(odd, lo - lo * hz, ((c.one - w) - hz) - hi * lo);
-    const V poly = ((k.k0 + z * k.k1) + z2 * (k.k2 + z * k.k3)) + z4 * (k.k4 + z * k.k5);
+    const V poly =
+        ((k.k[0] + z * k.k[1]) + z2 * (k.k[2] + z * k.k[3])) + z4 * (k.k[4] + z * k.k[5]);
     return head + (m * poly + tail);
 }
 
@@ -304,120 +287,96 @@ bool special(double x, double &result, int &status) {
     return true;
 }
 
-template <Func F>
-double element(double x, int &status) {
-    double result;
-    if (special(x, result, status)) return result;
-    if (F != Func::cos && x == 0.0) return x;  // keeps the sign of zero
-    return value<F>(reduce_element(x), kScalar);
+// The vector path's reduction: each lane as reduce_element() would reduce it, given |x| < 2^19;
+// lanes whose reduced argument is too small for both reductions are refused.
+[[gnu::always_inline]] inline Reduced<Vec<double>> reduce_lanes(Vec<double> x,
+                                                                const Constants<Vec<double>> &c,
+                                                                bool &refused) {
+    using V = Vec<double>;
+    const Reduced<V> quick = reduce_quick(x, c);
+    const auto abs = [&c](V v) { return simd::from_bits<V>(simd::to_bits(v) & c.magnitude); };
+    const Bits<V> use_quick =
+        simd::mask<V>(abs(x) < c.quick_limit) & simd::mask<V>(abs(quick.hi) >= c.min_quick);
+    if (simd::all(use_quick)) return quick;
+    const Reduced<V> other = reduce_short(x, c);
+    const Bits<V> use_short = simd::mask<V>(abs(other.hi) >= c.min_reduced);
+    refused = !simd::all(use_quick | use_short);
+    return {simd::select(use_quick, quick.hi, other.hi),
+            simd::select(use_quick, quick.lo, other.lo),
+            (quick.q & use_quick) | (other.q & ~use_quick)};
 }
 
-double sin_cos_element(double x, double &cos_x, int &status) {
-    double result;
-    if (special(x, result, status)) {
-        cos_x = result;
-        return result;
+// |x| below 2^19 (so neither inf nor NaN), tested in integer registers to keep the vector units
+// free.
+bool outside_short(double x) {
+    return (high_word(x) & 0x7FFFFFFF) >= kShortLimit;
+}
+
+template <Func F, const char *kFunction>
+struct Trig : Shape<double, double, kVector, 4> {
+    static constexpr const char *kName = kFunction;
+
+    static double element(double x, const Context &, int &status) {
+        double result;
+        if (special(x, result, status)) return result;
+        if (F != Func::cos && x == 0.0) return x;  // keeps the sign of zero
+        return value<F>(reduce_element(x), kScalar);
     }
-    double sin_x;
-    sin_cos_value(reduce_element(x), kScalar, sin_x, cos_x);
-    return x == 0.0 ? x : sin_x;
-}
 
-constexpr int kBlock = 4;  // two vectors, computed side by side
+    static bool unusual(double x, const Context &) { return outside_short(x); }
 
-// True when all elements of the block are below the limit in magnitude (so neither inf nor
-// NaN), tested in integer registers to keep the vector units free.
-bool block_below(const double *src, std::uint32_t limit) {
-    bool all = true;
-    for (int e = 0; e < kBlock; ++e) all &= (high_word(src[e]) & 0x7FFFFFFF) < limit;
-    return all;
-}
-
-// All reduced arguments at least `least` in magnitude.
-bool trusted(const Reduced<f64v> (&red)[2], f64v least, const Constants<f64v> &c) {
-    int mask = 3;
-    for (const Reduced<f64v> &v : red) {
-        const f64v magnitude = from_bits<f64v>(to_bits(v.hi) & c.magnitude);
-        mask &= _mm_movemask_pd(reinterpret_cast<__m128d>(magnitude >= least));
+    static Vec<double> lanes(Vec<double> x, const double *, const Context &c, bool &refused) {
+        return value<F>(reduce_lanes(x, c, refused), c);
     }
-    return mask == 3;
-}
+};
 
-// The block at a + i through the vector path, with the quick reduction or else the short one;
-// false, with nothing written, when an element needs the element path.
-template <class Store>
-bool vector_block(const double *a, int i, const Constants<f64v> &c, Store store) {
-    const f64v x0 = simd::load<f64v>(a + i);
-    const f64v x1 = simd::load<f64v>(a + i + 2);
-    if (block_below(a + i, kQuickLimit)) {
-        const Reduced<f64v> red[2] = {reduce_quick(x0, c), reduce_quick(x1, c)};
-        if (trusted(red, c.min_quick, c)) {
-            store(red);
-            return true;
+struct SinCos : Shape<double, double, kVector, 2> {
+    static constexpr const char *kName = "vdSinCos";
+
+    static double element(double x, const Context &, double &cos_x, int &status) {
+        double result;
+        if (special(x, result, status)) {
+            cos_x = result;
+            return result;
         }
+        double sin_x;
+        sin_cos_value(reduce_element(x), kScalar, sin_x, cos_x);
+        return x == 0.0 ? x : sin_x;
     }
-    if (!block_below(a + i, kShortLimit)) return false;
-    const Reduced<f64v> red[2] = {reduce_short(x0, c), reduce_short(x1, c)};
-    if (!trusted(red, c.min_reduced, c)) return false;
-    store(red);
-    return true;
-}
 
-template <Func F>
-void run(int n, const double *a, double *r, const char *name) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const Constants<f64v> &c = *simd::opaque(&kVector);
-    int i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        const bool done = vector_block(a, i, c, [&](const Reduced<f64v>(&red)[2]) {
-            const f64v y0 = value<F>(red[0], c);
-            const f64v y1 = value<F>(red[1], c);
-            simd::store(r + i, y0);
-            simd::store(r + i + 2, y1);
-        });
-        if (!done) run_elements<element<F>>(i, i + kBlock, a, r, name);
+    static bool unusual(double x, const Context &) { return outside_short(x); }
+
+    static Two<Vec<double>> lanes(Vec<double> x, const double *, const Context &c, bool &refused) {
+        Two<Vec<double>> y;
+        sin_cos_value(reduce_lanes(x, c, refused), c, y.first, y.second);
+        return y;
     }
-    run_elements<element<F>>(i, n, a, r, name);
-}
+};
+
+constexpr char kSin[] = "vdSin";
+constexpr char kCos[] = "vdCos";
+constexpr char kTan[] = "vdTan";
 
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dSin_A(int n, const double *a,
                                                                      double *r) {
-    run<Func::sin>(n, a, r, "vdSin");
+    run_one<Trig<Func::sin, kSin>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dCos_A(int n, const double *a,
                                                                      double *r) {
-    run<Func::cos>(n, a, r, "vdCos");
+    run_one<Trig<Func::cos, kCos>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dTan_A(int n, const double *a,
                                                                      double *r) {
-    run<Func::tan>(n, a, r, "vdTan");
+    run_one<Trig<Func::tan, kTan>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_dSinCos_A(int n, const double *a,
                                                                         double *r1, double *r2) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const Constants<f64v> &c = *simd::opaque(&kVector);
-    constexpr const char *kName = "vdSinCos";
-    int i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        const bool done = vector_block(a, i, c, [&](const Reduced<f64v>(&red)[2]) {
-            f64v s0, c0, s1, c1;
-            sin_cos_value(red[0], c, s0, c0);
-            sin_cos_value(red[1], c, s1, c1);
-            simd::store(r1 + i, s0);
-            simd::store(r1 + i + 2, s1);
-            simd::store(r2 + i, c0);
-            simd::store(r2 + i + 2, c1);
-        });
-        if (!done) run_pair_elements<sin_cos_element>(i, i + kBlock, a, r1, r2, kName);
-    }
-    run_pair_elements<sin_cos_element>(i, n, a, r1, r2, kName);
+    run_pair<SinCos>(n, a, r1, r2);
 }
 
 }  // namespace korb::vecmath

@@ -8,13 +8,14 @@
 // walk over every float against MPFR finds at most 0.5012 ulp. Larger |x| are reduced with the
 // bits of 2/π (trig_reduce.cpp) in the element path.
 //
-// Blocks of 4 elements with |x| < 2^20 take the vector path (two vectors of doubles); every
-// other block, and the last n mod 4 elements, go element by element through the path that also
-// handles specials and reports errors. Both paths run the same templates.
+// Vectors of elements with |x| < 2^20 take the vector path (each vector of floats as two of
+// doubles); every other vector, and the last elements that fill no vector, go element by element
+// through the path that also handles specials and reports errors. Both paths run the same
+// templates.
 #include <cstdint>
 
 #include "frame/simd.h"
-#include "vecmath/dispatch.h"
+#include "vecmath/kernels/driver.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/trig_lanes.h"
 #include "vecmath/kernels/trig_reduce.h"
@@ -23,7 +24,6 @@ namespace korb::vecmath {
 namespace {
 
 using namespace trig;
-using simd::f32v;
 
 template <class V>
 struct Constants {
@@ -56,7 +56,8 @@ constexpr Constants<V> make_constants() {
 }
 
 constexpr Constants<double> kScalar = make_constants<double>();
-alignas(16) constexpr Constants<f64v> kVector = make_constants<f64v>();
+alignas(simd::kNativeBytes) constexpr Constants<Vec<double>> kVector =
+    make_constants<Vec<double>>();
 
 template <class V>
 struct Reduced {
@@ -68,7 +69,7 @@ template <class V>
 [[gnu::always_inline]] inline Reduced<V> reduce_short(V x, const Constants<V> &c) {
     const V t = x * c.two_over_pi + c.shifter;
     const V k = t - c.shifter;
-    return {((x - k * c.pio2_1) - k * c.pio2_2) - k * c.pio2_3, to_bits(t)};
+    return {((x - k * c.pio2_1) - k * c.pio2_2) - k * c.pio2_3, simd::to_bits(t)};
 }
 
 // The multiplicative forms keep the sign of a zero r.
@@ -82,34 +83,11 @@ template <class V>
 }
 
 // The sine's and the cosine's polynomials have the same shape, base·(1 + z·P(z)) with base r
-// or 1, so a lane needing one of them takes the coefficients of its own: from a table of the
-// two sets for a double, from a table of the four combinations for a vector (indexed by the
-// lanes' quadrant parities). The products with base 1 are exact, so this gives the bits of
-// sin_poly and cos_poly.
-template <class V>
-struct Coefficients {
-    V k0, k1, k2, k3;
-};
-
-constexpr Coefficients<double> kSets[2] = {
-    {kScalar.s1, kScalar.s2, kScalar.s3, kScalar.s4},
-    {kScalar.c0, kScalar.c1, kScalar.c2, kScalar.c3},
-};
-
-constexpr Coefficients<f64v> combination(int lanes) {
-    const Coefficients<double> &a = kSets[lanes & 1], &b = kSets[lanes >> 1];
-    return {f64v{a.k0, b.k0}, f64v{a.k1, b.k1}, f64v{a.k2, b.k2}, f64v{a.k3, b.k3}};
-}
-alignas(16) constexpr Coefficients<f64v> kCombinations[4] = {combination(0), combination(1),
-                                                             combination(2), combination(3)};
-
-[[gnu::always_inline]] inline const Coefficients<double> &coefficients(std::uint64_t odd) {
-    return kSets[odd & 1];
-}
-[[gnu::always_inline]] inline const Coefficients<f64v> &coefficients(u64v odd) {
-    const int lanes = _mm_movemask_pd(reinterpret_cast<__m128d>(odd));
-    return simd::opaque(kCombinations)[lanes];
-}
+// or 1, so a lane needing one of them takes the coefficients of its own (simd::LaneChoice). The
+// products with base 1 are exact, so this gives the bits of sin_poly and cos_poly.
+constexpr double kSinSet[4] = {kScalar.s1, kScalar.s2, kScalar.s3, kScalar.s4};
+constexpr double kCosSet[4] = {kScalar.c0, kScalar.c1, kScalar.c2, kScalar.c3};
+alignas(simd::kNativeBytes) constexpr simd::LaneChoice<4> kSinOrCos(kSinSet, kCosSet);
 
 template <Func F, class V>
 [[gnu::always_inline]] inline V value(const Reduced<V> &red, const Constants<V> &c) {
@@ -117,9 +95,9 @@ template <Func F, class V>
     const Bits<V> q = F == Func::cos ? red.q + 1 : red.q;  // cos x = sin(x + π/2)
     const Bits<V> odd = odd_mask(q);
     if constexpr (F != Func::tan) {
-        const Coefficients<V> &k = coefficients(odd);
+        const auto &k = kSinOrCos.choose(odd);
         const V base = pick(odd, red.r, c.one);
-        const V y = base * (c.one + z * (k.k0 + z * (k.k1 + z * (k.k2 + z * k.k3))));
+        const V y = base * (c.one + z * (k.k[0] + z * (k.k[1] + z * (k.k[2] + z * k.k[3]))));
         return flip_sign(y, half_turn_sign(q));
     } else {
         // tan x = sin r / cos r in even quadrants, -cos r / sin r in odd ones.
@@ -169,98 +147,76 @@ bool special(float x, float &result, int &status) {
     return true;
 }
 
-template <Func F>
-float element(float x, int &status) {
-    float result;
-    if (special(x, result, status)) return result;
-    return static_cast<float>(value<F>(reduce_element(x), kScalar));
+// |x| not below 2^20 (also inf and NaN), tested in integer registers.
+bool outside_short(float x) {
+    return (float_bits(x) & 0x7FFFFFFF) >= kShortLimit;
 }
 
-float sin_cos_element(float x, float &cos_x, int &status) {
-    float result;
-    if (special(x, result, status)) {
-        cos_x = result;
-        return result;
+template <Func F, const char *kFunction>
+struct Trig : Shape<float, double, kVector, 1> {
+    static constexpr const char *kName = kFunction;
+
+    static float element(float x, const Context &, int &status) {
+        float result;
+        if (special(x, result, status)) return result;
+        return static_cast<float>(value<F>(reduce_element(x), kScalar));
     }
-    double s, co;
-    sin_cos_value(reduce_element(x), kScalar, s, co);
-    cos_x = static_cast<float>(co);
-    return static_cast<float>(s);
-}
 
-constexpr int kBlock = 4;
+    static bool unusual(float x, const Context &) { return outside_short(x); }
 
-// All four elements below 2^20 in magnitude, tested in integer registers.
-bool short_block(const float *src) {
-    bool all = true;
-    for (int e = 0; e < kBlock; ++e) all &= (float_bits(src[e]) & 0x7FFFFFFF) < kShortLimit;
-    return all;
-}
+    static Vec<double> lanes(Vec<double> x, const float *, const Context &c) {
+        return value<F>(reduce_short(x, c), c);
+    }
+};
 
-// The four floats of a block as two vectors of doubles, exactly.
-void widen(const float *src, f64v &lo, f64v &hi) {
-    const __m128 x = _mm_loadu_ps(src);
-    lo = _mm_cvtps_pd(x);
-    hi = _mm_cvtps_pd(_mm_movehl_ps(x, x));
-}
+struct SinCos : Shape<float, double, kVector, 1> {
+    static constexpr const char *kName = "vsSinCos";
 
-template <Func F>
-void run(int n, const float *a, float *r, const char *name) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const Constants<f64v> &c = *simd::opaque(&kVector);
-    int i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        if (!short_block(a + i)) {
-            run_elements<element<F>>(i, i + kBlock, a, r, name);
-            continue;
+    static float element(float x, const Context &, float &cos_x, int &status) {
+        float result;
+        if (special(x, result, status)) {
+            cos_x = result;
+            return result;
         }
-        f64v lo, hi;
-        widen(a + i, lo, hi);
-        const f64v y_lo = value<F>(reduce_short(lo, c), c);
-        const f64v y_hi = value<F>(reduce_short(hi, c), c);
-        simd::store(r + i, simd::narrow(y_lo, y_hi));
+        double s, co;
+        sin_cos_value(reduce_element(x), kScalar, s, co);
+        cos_x = static_cast<float>(co);
+        return static_cast<float>(s);
     }
-    run_elements<element<F>>(i, n, a, r, name);
-}
+
+    static bool unusual(float x, const Context &) { return outside_short(x); }
+
+    static Two<Vec<double>> lanes(Vec<double> x, const float *, const Context &c) {
+        Two<Vec<double>> y;
+        sin_cos_value(reduce_short(x, c), c, y.first, y.second);
+        return y;
+    }
+};
+
+constexpr char kSin[] = "vsSin";
+constexpr char kCos[] = "vsCos";
+constexpr char kTan[] = "vsTan";
 
 }  // namespace
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sSin_A(int n, const float *a,
                                                                      float *r) {
-    run<Func::sin>(n, a, r, "vsSin");
+    run_one<Trig<Func::sin, kSin>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sCos_A(int n, const float *a,
                                                                      float *r) {
-    run<Func::cos>(n, a, r, "vsCos");
+    run_one<Trig<Func::cos, kCos>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sTan_A(int n, const float *a,
                                                                      float *r) {
-    run<Func::tan>(n, a, r, "vsTan");
+    run_one<Trig<Func::tan, kTan>>(n, a, r);
 }
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sSinCos_A(int n, const float *a,
                                                                         float *r1, float *r2) {
-    if (n <= 0) return;
-    KernelFrame frame;
-    const Constants<f64v> &c = *simd::opaque(&kVector);
-    constexpr const char *kName = "vsSinCos";
-    int i = 0;
-    for (; i + kBlock <= n; i += kBlock) {
-        if (!short_block(a + i)) {
-            run_pair_elements<sin_cos_element>(i, i + kBlock, a, r1, r2, kName);
-            continue;
-        }
-        f64v lo, hi, s_lo, s_hi, c_lo, c_hi;
-        widen(a + i, lo, hi);
-        sin_cos_value(reduce_short(lo, c), c, s_lo, c_lo);
-        sin_cos_value(reduce_short(hi, c), c, s_hi, c_hi);
-        simd::store(r1 + i, simd::narrow(s_lo, s_hi));
-        simd::store(r2 + i, simd::narrow(c_lo, c_hi));
-    }
-    run_pair_elements<sin_cos_element>(i, n, a, r1, r2, kName);
+    run_pair<SinCos>(n, a, r1, r2);
 }
 
 }  // namespace korb::vecmath

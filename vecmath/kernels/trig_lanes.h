@@ -1,9 +1,8 @@
-// What the trigonometric kernels share: one set of operations written once for a single double
-// (the element path) and for a vector of doubles (the vector path), so that both give the same
-// bits, and the selection of sine or cosine by quadrant.
+// What the trigonometric kernels share: the quadrant arithmetic, written once for one element
+// and for a vector of them (the lane helpers of frame/simd.h take either), so that the element
+// path and the vector path give the same bits.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 
 #include "frame/simd.h"
@@ -11,52 +10,30 @@
 
 namespace korb::vecmath::trig {
 
-using simd::f64v;
-using simd::u64v;
-
-template <class V>
-struct BitsOf;
-template <>
-struct BitsOf<double> {
-    using type = std::uint64_t;
-};
-template <>
-struct BitsOf<f64v> {
-    using type = u64v;
-};
-template <class V>
-using Bits = typename BitsOf<V>::type;
-
-template <class V>
-[[gnu::always_inline]] inline Bits<V> to_bits(V v) {
-    return std::bit_cast<Bits<V>>(v);
-}
-template <class V>
-[[gnu::always_inline]] inline V from_bits(Bits<V> b) {
-    return std::bit_cast<V>(b);
-}
+using simd::Bits;
+using simd::Vec;
 
 // All ones where the quadrant q (in the low bits of q's lanes) is odd.
 template <class U>
-U odd_mask(U q) {
+[[gnu::always_inline]] inline U odd_mask(U q) {
     return U{} - (q & 1);
 }
 
 // The sign bit where q's bit 1 is set: the half turns in which sine and cosine change sign.
 template <class U>
-U half_turn_sign(U q) {
+[[gnu::always_inline]] inline U half_turn_sign(U q) {
     return (q << 62) & kSignBit;
 }
 
 // if_odd where the mask is set, if_even elsewhere.
 template <class V>
-V pick(Bits<V> odd, V if_even, V if_odd) {
-    return from_bits<V>((to_bits(if_even) & ~odd) | (to_bits(if_odd) & odd));
+[[gnu::always_inline]] inline V pick(Bits<V> odd, V if_even, V if_odd) {
+    return simd::select(odd, if_odd, if_even);
 }
 
 template <class V>
-V flip_sign(V v, Bits<V> sign) {
-    return from_bits<V>(to_bits(v) ^ sign);
+[[gnu::always_inline]] inline V flip_sign(V v, Bits<V> sign) {
+    return simd::from_bits<V>(simd::to_bits(v) ^ sign);
 }
 
 // Which function a kernel computes.

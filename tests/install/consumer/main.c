@@ -1,8 +1,8 @@
 /* A minimal user of an installed korb: includes every public header, calls the library, and
    allocates through it so that the installed core library must be found beside the kernel. */
-#include <korb/frame.h>
-#include <korb/rng.h>
-#include <korb/vm.h>
+#include <korb/kernel/frame.h>
+#include <korb/kernel/rng.h>
+#include <korb/kernel/vm.h>
 #include <stdint.h>
 #include <stdio.h>
 

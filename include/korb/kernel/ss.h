@@ -102,11 +102,17 @@ extern "C" {
 #define BIX_SS_EST_COR 0x2000ULL
 #define BIX_SS_EST_QUANTILES 0x10000ULL
 #define BIX_SS_EST_ORDER_STATS 0x20000ULL
+#define BIX_SS_EST_STREAM_QUANTILES 0x40000ULL
 
 /* Methods of the basic-statistics estimator (exactly one of them). */
 #define BIX_SS_METHOD_TWO_PASS 0x1     /* the mean first, then the sums about it */
 #define BIX_SS_METHOD_ONE_PASS 0x2     /* one pass with pairwise updates */
 #define BIX_SS_METHOD_GIVEN_MEAN 0x100 /* about the caller's mean, in the mean slot */
+
+/* The method of the quantile estimator, and the two of the streaming-quantile estimator. */
+#define BIX_SS_METHOD_QUANTILES 0x1
+#define BIX_SS_METHOD_STREAM_ZW 0x40 /* Zhang and Wang's multi-level summary (wins when both) */
+#define BIX_SS_METHOD_STREAM_GK 0x80 /* Greenwald and Khanna's summary */
 
 /* Bits of the covariance and correlation storage codes (ids 20 and 22). */
 #define BIX_SS_COV_FULL 0x1         /* p x p row-major, both triangles */
@@ -344,6 +350,66 @@ KORB_API int _bixsSSMinmax(BixSSTask *task, uint64_t estimates, int method);
  */
 KORB_API int _bixdSSBasic(BixSSTask *task, uint64_t estimates, int method);
 KORB_API int _bixsSSBasic(BixSSTask *task, uint64_t estimates, int method);
+
+/*
+ * Quantiles (estimate bit 0x10000) and order statistics (0x20000) of each selected variable;
+ * method BIX_SS_METHOD_QUANTILES.
+ *
+ * Quantiles: for the m orders q_k of the order slots (count at id 24, orders at id 25, each in
+ * [0, 1]), quantiles[i*m + k] receives, for variable i with sorted observations v_0 <= ... <=
+ * v_(n-1), h = (n - 1) q_k, j = floor(h) and t = h - j, the value v_j + t (v_(j+1) - v_j)
+ * (numpy's and R's default; evaluated as numpy does, so finite data give numpy's bits; t = 0 or
+ * v_j = v_(j+1) give v_j exactly, one infinite end gives that infinity, -inf to +inf gives NaN,
+ * finite ends whose difference overflows give v_j (1 - t) + v_(j+1) t). A variable with a NaN
+ * observation gets NaN for every order.
+ *
+ * Order statistics: the sorted observations of variable i, in the layout of the order-statistics
+ * storage code (id 44): BIX_SS_MATRIX_STORAGE_ROWS puts them at order_stats[i*n + j],
+ * BIX_SS_MATRIX_STORAGE_COLS at order_stats[j*p + i]. NaNs sort last (as NaNs with the sign bit
+ * clear); -0 sorts before +0. The order statistics must not overlap the observations; the
+ * quantiles may.
+ *
+ * Checks, in order: the x storage code (BIX_SS_ERROR_BAD_STORAGE); with bit 0x10000 the orders
+ * (BIX_SS_ERROR_NULL_QUANT_ORDERS), their count (null or negative: BIX_SS_ERROR_BAD_QUANT_ORDERS),
+ * each order (outside [0, 1] or NaN: BIX_SS_ERROR_BAD_QUANT_ORDERS), the quantiles array
+ * (BIX_SS_ERROR_NULL_QUANTILES); with bit 0x20000 the order statistics array
+ * (BIX_SS_ERROR_NULL_ORDER_STATS) and its storage code (null: BIX_SS_ERROR_NULL_STORAGE, neither
+ * bit: BIX_SS_ERROR_BAD_STORAGE); the method (BIX_SS_ERROR_BAD_METHOD); x null
+ * (BIX_SS_ERROR_NULL_X) when there is work. p < 1, n < 1, no order and no order statistics, or no
+ * selected variable write nothing. Entries of unselected variables are left untouched. Statuses
+ * beyond the checks: BIX_SS_ERROR_MEM_FAILURE, with nothing written.
+ */
+KORB_API int _bixdSSQuantiles(BixSSTask *task, uint64_t estimates, int method);
+KORB_API int _bixsSSQuantiles(BixSSTask *task, uint64_t estimates, int method);
+
+/*
+ * Streaming quantiles (estimate bit 0x40000) of each selected variable over every observation
+ * given so far, across calls; method BIX_SS_METHOD_STREAM_ZW or BIX_SS_METHOD_STREAM_GK (ZW when
+ * both are set). Each call adds the task's current n observations (n = 0 allowed) to the
+ * variable's summary and writes, for the m orders q_k (count at id 64, orders at id 65, each in
+ * [0, 1]), stream_quantiles[i*m + k]: an observation of variable i whose rank among the N seen
+ * (1-based; for equal values, any of theirs) is within eps N of (N - 1) q_k + 1 (a nearest
+ * rank while eps N < 1/2), with eps the single streaming parameter (id 63, count at id 62). A
+ * variable that has met a NaN, or has no observation yet, gets NaN. Memory: O((1/eps) log(eps N))
+ * entries per variable for GK, O((1/eps) log^2(eps N)) for ZW; ZW is the faster.
+ *
+ * The summaries live in the task from the first call and are freed by __bixSSDeleteTask (the
+ * task's cleanup hook). A call whose method, eps, orders, p, selected variables or precision
+ * differ from the previous call's starts new summaries from its own observations.
+ *
+ * Checks, in order: the x storage code (BIX_SS_ERROR_BAD_STORAGE); with bit 0x40000 the
+ * parameter count (null: BIX_SS_ERROR_NULL_STREAM_NPARAMS), the parameters (null:
+ * BIX_SS_ERROR_NULL_STREAM_PARAMS), the count's value (not 1: BIX_SS_ERROR_BAD_STREAM_NPARAMS),
+ * eps (outside (0, 1] or NaN: BIX_SS_ERROR_BAD_STREAM_EPSILON), the orders (null:
+ * BIX_SS_ERROR_NULL_STREAM_ORDERS), their count (null or negative) and each order (outside
+ * [0, 1] or NaN) (BIX_SS_ERROR_BAD_STREAM_ORDERS), the results (null:
+ * BIX_SS_ERROR_NULL_STREAM_QUANTILES); the method (BIX_SS_ERROR_BAD_METHOD); n null or negative
+ * (BIX_SS_ERROR_BAD_NOBS); x null with n > 0 (BIX_SS_ERROR_NULL_X). p < 1 or no selected variable
+ * does nothing. BIX_SS_ERROR_MEM_FAILURE leaves the summaries and the caller's arrays as they
+ * were.
+ */
+KORB_API int _bixdSSStreamQuantiles(BixSSTask *task, uint64_t estimates, int method);
+KORB_API int _bixsSSStreamQuantiles(BixSSTask *task, uint64_t estimates, int method);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,272 @@
+// Every built vector-math kernel, every slot, over fixed sweeps of inputs: the result bits and
+// every report, hashed, against the committed digests (tests/data/vm_sweep_digests.inc). The
+// sweeps cover every n up to 40 and some longer ones at four alignments, in place and not, under
+// both denormal modes, on arguments mixed from ordinary ranges, random bit patterns and the
+// special values, so that every path of the block driver (blocks, single vectors, the tail, the
+// redone vectors) runs at every offset.
+//
+// The digests hold a kernel library to the bits of the one that made them: a build of another
+// processor class must give the same (KORB_DIGEST_LIB names another library file to check), and
+// a change to a kernel that moves a result shows here. When a kernel changes on purpose, run with
+// KORB_DIGEST_PRINT=1 and commit the printed table.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "korb/kernel/vm.h"
+#include "vecmath/functions.h"
+
+namespace {
+
+struct Digest {
+    const char *function;  // <p><Func>
+    int slot;              // 0 LA, 1 HA, 2 EP
+    std::uint64_t value;
+};
+
+const Digest kDigests[] = {
+#include "data/vm_sweep_digests.inc"
+};
+
+// FNV-1a over 64-bit words.
+struct Hash {
+    std::uint64_t h = 0xcbf29ce484222325ull;
+    void add(std::uint64_t w) {
+        for (int i = 0; i < 8; ++i) {
+            h ^= (w >> (8 * i)) & 0xFF;
+            h *= 0x100000001b3ull;
+        }
+    }
+};
+
+thread_local Hash *t_hash = nullptr;
+
+int hash_report(ArqErrorContext *c) {
+    t_hash->add(static_cast<std::uint64_t>(c->code));
+    t_hash->add(static_cast<std::uint64_t>(c->index));
+    t_hash->add(std::bit_cast<std::uint64_t>(c->a1));
+    t_hash->add(std::bit_cast<std::uint64_t>(c->a2));
+    t_hash->add(std::bit_cast<std::uint64_t>(c->r1));
+    t_hash->add(std::bit_cast<std::uint64_t>(c->r2));
+    return 0;
+}
+
+std::uint64_t splitmix(std::uint64_t &s) {
+    std::uint64_t z = (s += 0x9e3779b97f4a7c15ull);
+    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ull;
+    z = (z ^ (z >> 27)) * 0x94d049bb133111ebull;
+    return z ^ (z >> 31);
+}
+
+// The argument pool of a precision: runs of values from one source each, so that blocks are now
+// all ordinary, now mixed.
+std::vector<double> pool(bool single) {
+    const double specials[] = {0.0,
+                               -0.0,
+                               1.0,
+                               -1.0,
+                               0.5,
+                               -0.5,
+                               std::numeric_limits<double>::infinity(),
+                               -std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::quiet_NaN(),
+                               -std::numeric_limits<double>::quiet_NaN(),
+                               single ? 0x1p-126 : 0x1p-1022,
+                               single ? 0x1p-140 : 0x1p-1060,
+                               single ? -0x1p-140 : -0x1p-1060,
+                               single ? 3.4028234663852886e38 : 1.7976931348623157e308,
+                               1.5707963267948966,
+                               -4.71238898038469,
+                               355.0,
+                               0x1p7,
+                               0x1p19,
+                               0x1p20,
+                               708.3959,
+                               709.78,
+                               -745.2,
+                               88.7,
+                               -103.9,
+                               0.9999999,
+                               -0.75};
+    std::vector<double> v;
+    std::uint64_t s = single ? 7 : 11;
+    const double ranges[] = {1.0, 10.0, 128.0, 800.0, 1e6};
+    while (v.size() < 6000) {
+        const std::uint64_t kind = splitmix(s) % 5;
+        const int run = 1 + static_cast<int>(splitmix(s) % 40);
+        const double range = ranges[splitmix(s) % 5];
+        for (int i = 0; i < run; ++i) {
+            const std::uint64_t u = splitmix(s);
+            double x;
+            if (kind == 0) {  // random bit patterns, NaNs and infinities included
+                x = single
+                        ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(u)))
+                        : std::bit_cast<double>(u);
+            } else if (kind == 1) {
+                x = specials[u % (sizeof specials / sizeof specials[0])];
+            } else if (kind == 2) {  // positive, of any magnitude
+                x = std::ldexp(1.0 + static_cast<double>(u >> 12) * 0x1p-52,
+                               static_cast<int>(u % (single ? 254 : 2044)) - (single ? 127 : 1022));
+            } else {
+                x = (static_cast<double>(u >> 11) * 0x1p-53 * 2.0 - 1.0) * range;
+            }
+            v.push_back(x);
+        }
+    }
+    return v;
+}
+
+const double kExponents[] = {2.0,
+                             0.5,
+                             -1.5,
+                             3.0,
+                             1.0 / 3,
+                             -7.0,
+                             0.0,
+                             1e300,
+                             std::numeric_limits<double>::infinity(),
+                             std::numeric_limits<double>::quiet_NaN()};
+
+using SetMode = unsigned (*)(unsigned);
+using SetCallBack = ArqErrorCallBack (*)(ArqErrorCallBack);
+using ErrStatus = int (*)(void);
+
+struct Library {
+    void *handle = nullptr;
+    SetMode set_mode = nullptr;
+    SetCallBack set_callback = nullptr;
+    ErrStatus get_status = nullptr;
+    ErrStatus clear_status = nullptr;
+};
+
+Library open_library() {
+    const char *other = std::getenv("KORB_DIGEST_LIB");
+    const std::string path =
+        other != nullptr ? other
+                         : (std::filesystem::path(KORB_LIB_DIR) / "libkorb_def.so").string();
+    Library lib;
+    lib.handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (lib.handle == nullptr) return lib;
+    lib.set_mode = reinterpret_cast<SetMode>(dlsym(lib.handle, "korb_arq_kernel_SetMode"));
+    lib.set_callback =
+        reinterpret_cast<SetCallBack>(dlsym(lib.handle, "korb_arq_kernel_SetErrorCallBack"));
+    lib.get_status = reinterpret_cast<ErrStatus>(dlsym(lib.handle, "korb_arq_kernel_GetErrStatus"));
+    lib.clear_status =
+        reinterpret_cast<ErrStatus>(dlsym(lib.handle, "korb_arq_kernel_ClearErrStatus"));
+    return lib;
+}
+
+template <class T>
+void put_bits(Hash &h, const std::vector<T> &v) {
+    for (T x : v) {
+        if constexpr (sizeof(T) == 4) {
+            h.add(std::bit_cast<std::uint32_t>(x));
+        } else {
+            h.add(std::bit_cast<std::uint64_t>(x));
+        }
+    }
+}
+
+// The digest of one kernel over the sweeps.
+template <class T>
+std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, void *kernel) {
+    using korb::vecmath::KernelKind;
+    const std::vector<double> source = pool(sizeof(T) == 4);
+    std::vector<int> lengths;
+    for (int n = 0; n <= 40; ++n) lengths.push_back(n);
+    for (int n : {63, 64, 65, 127, 257, 1000}) lengths.push_back(n);
+    Hash h;
+    t_hash = &h;
+    std::uint64_t at = 0;
+    for (unsigned denormals : {ARQ_DENORMALS_KEEP, ARQ_DENORMALS_FLUSH}) {
+        lib.set_mode(ARQ_HA | ARQ_ERRMODE_CALLBACK | denormals);
+        for (int n : lengths) {
+            for (int offset = 0; offset < 4; ++offset) {
+                for (bool in_place : {false, true}) {
+                    at = (at + 977) % (source.size() - 1100);
+                    std::vector<T> a(n + offset), r1(n + offset, T(-7)), r2(n + offset, T(-7));
+                    for (int i = 0; i < n + offset; ++i) a[i] = static_cast<T>(source[at + i]);
+                    T *out = in_place ? a.data() + offset : r1.data() + offset;
+                    const T *in = a.data() + offset;
+                    lib.clear_status();
+                    switch (f.kind) {
+                        case KernelKind::one:
+                            reinterpret_cast<void (*)(int, const T *, T *)>(kernel)(n, in, out);
+                            break;
+                        case KernelKind::pair:
+                            reinterpret_cast<void (*)(int, const T *, T *, T *)>(kernel)(
+                                n, in, out, r2.data() + offset);
+                            break;
+                        case KernelKind::scalar: {
+                            const T b = static_cast<T>(kExponents[at % 10]);
+                            reinterpret_cast<void (*)(int, const T *, T, T *)>(kernel)(n, in, b,
+                                                                                       out);
+                            break;
+                        }
+                        default:
+                            ADD_FAILURE() << "no sweep for the kind of " << f.name;
+                            return 0;
+                    }
+                    h.add(static_cast<std::uint64_t>(lib.get_status()));
+                    put_bits(h, in_place ? a : r1);
+                    if (f.kind == KernelKind::pair) put_bits(h, r2);
+                }
+            }
+        }
+    }
+    t_hash = nullptr;
+    return h.h;
+}
+
+TEST(VmSweepDigests, EveryKernelGivesTheCommittedBitsAndReports) {
+    const Library lib = open_library();
+    ASSERT_NE(lib.handle, nullptr) << dlerror();
+    const unsigned saved = lib.set_mode(ARQ_HA);
+    const ArqErrorCallBack saved_callback = lib.set_callback(hash_report);
+    std::map<std::string, std::uint64_t> committed;
+    for (const Digest &d : kDigests) {
+        committed[std::string(d.function) + "/" + std::to_string(d.slot)] = d.value;
+    }
+    const bool print = std::getenv("KORB_DIGEST_PRINT") != nullptr;
+    int checked = 0;
+    for (const korb::vecmath::FunctionInfo &f : korb::vecmath::kFunctions) {
+        if (!f.built || (f.precision != 's' && f.precision != 'd')) continue;
+        const std::string func = std::string(1, f.precision) + f.name;
+        auto slots = static_cast<void *const *>(
+            dlsym(lib.handle, ("korb_arq_kernel_" + func + "_ttab").c_str()));
+        ASSERT_NE(slots, nullptr) << func;
+        for (int slot = 0; slot < 3; ++slot) {
+            // A slot served by the kernel of an earlier one was checked there.
+            if (std::string(f.slots, slot).find(f.slots[slot]) != std::string::npos) continue;
+            const std::uint64_t got = f.precision == 's' ? sweep<float>(lib, f, slots[slot])
+                                                         : sweep<double>(lib, f, slots[slot]);
+            const std::string key = func + "/" + std::to_string(slot);
+            if (print)
+                std::printf("{\"%s\", %d, 0x%016llxull},\n", func.c_str(), slot,
+                            static_cast<unsigned long long>(got));
+            const auto want = committed.find(key);
+            if (want == committed.end()) {
+                ADD_FAILURE() << "no committed digest for " << key;
+            } else {
+                EXPECT_EQ(got, want->second) << key << " now gives 0x" << std::hex << got;
+            }
+            ++checked;
+        }
+    }
+    EXPECT_EQ(checked, static_cast<int>(committed.size()))
+        << "committed digests of kernels that are not built";
+    lib.set_callback(saved_callback);
+    lib.set_mode(saved);
+}
+
+}  // namespace
