@@ -67,6 +67,8 @@ struct Reference {
     int (*two)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t) = nullptr;
     int (*pair)(mpfr_ptr, mpfr_ptr, mpfr_srcptr, mpfr_rnd_t) = nullptr;
     double (*estimate)(double x) = nullptr;
+    // The rounding functions to integers, which take no rounding mode (mpfr_ceil, mpfr_round).
+    int (*integral)(mpfr_ptr, mpfr_srcptr) = nullptr;
 };
 
 Reference reference_of(int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
@@ -78,9 +80,22 @@ Reference reference_of(int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t))
 Reference reference_of(int (*f)(mpfr_ptr, mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
     return {.pair = f};
 }
+Reference reference_of(int (*f)(mpfr_ptr, mpfr_srcptr)) {
+    return {.integral = f};
+}
 Reference reference_of(const Reference &r) {
     return r;
 }
+
+bool has_reference(const Reference &r) {
+    return r.one != nullptr || r.two != nullptr || r.pair != nullptr || r.integral != nullptr;
+}
+
+// 1/x, correctly rounded by MPFR.
+int inv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t rnd) {
+    return mpfr_ui_div(out, 1, in, rnd);
+}
+const Reference inv_reference{.one = inv_mpfr};
 
 // The functions that only move data: no accuracy run.
 const Reference none{};
@@ -200,6 +215,8 @@ void exact(const Reference &ref, double x, double b, mpfr_ptr y1, mpfr_ptr y2, m
     } else if (ref.two != nullptr) {
         mpfr_set_d(y2, b, MPFR_RNDN);
         ref.two(y1, scratch, y2, MPFR_RNDN);
+    } else if (ref.integral != nullptr) {
+        ref.integral(y1, scratch);
     } else {
         ref.one(y1, scratch, MPFR_RNDN);
     }
@@ -481,7 +498,7 @@ int main(int argc, char **argv) {
         const Named *named = std::find_if(std::begin(kReferences), std::end(kReferences),
                                           [&](const Named &r) { return func == r.name; });
         const Reference &ref = named->reference;
-        if (ref.one == nullptr && ref.two == nullptr && ref.pair == nullptr) continue;
+        if (!has_reference(ref)) continue;
         ok = check(f, ref, points, all_floats) && ok;
     }
     if (!found) {
