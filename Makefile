@@ -75,6 +75,7 @@ MT2203_TABLE = rng/brng/mt2203_params.inc
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
 	./build/bin/two_over_pi > vecmath/kernels/two_over_pi.inc
+	./build/bin/atan_table > vecmath/kernels/atan_table.inc
 	nice ./build/bin/gen_mt2203_params generate --threads $(JOBS) --out $(MT2203_TABLE)
 
 verify-tables: build

@@ -791,6 +791,179 @@ KORB_API int _arqzUnpackV_26(int n, const ArqComplexDouble *a, ArqComplexDouble 
 KORB_API extern const ArqUnpackVZ korb_arq_kernel_zUnpackV_ttab[3];
 KORB_API extern const float korb_arq_kernel_zUnpackV_ctab[3];
 
+/*
+ * Complex arithmetic (c, z). Add and Sub are componentwise IEEE operations; their LA and HA slots
+ * report overflow (ARQ_STATUS_OVERFLOW) and invalid parts (ARQ_STATUS_ERRDOM), the EP slot gives
+ * the same bits without reports. Mul and MulByConj (a * conj(b)) are accurate to 1 ulp in each
+ * part, also when the products cancel; Div is scaled so that no intermediate value overflows or
+ * underflows. Special values follow C99 Annex G (an infinite argument gives an infinite product
+ * or quotient); a result with an infinite part of finite arguments is ARQ_STATUS_OVERFLOW, a
+ * finite non-zero value divided by 0 ARQ_STATUS_SING, 0/0 and other invalid operations
+ * ARQ_STATUS_ERRDOM. Conj flips the imaginary part's sign and returns n. Abs (hypot of the
+ * parts, ARQ_STATUS_OVERFLOW when it overflows) and Arg (atan2(im, re), no status) have a real
+ * result within 1 ulp; CIS(a) = cos a + i sin a of a real argument, within the SinCos bounds, the
+ * NaN parts with ARQ_STATUS_ERRDOM for an infinite argument.
+ */
+typedef void (*ArqKernelTwoC)(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                              ArqComplexFloat *r);
+typedef void (*ArqKernelTwoZ)(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                              ArqComplexDouble *r);
+typedef int (*ArqBitKernelC)(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+typedef int (*ArqBitKernelZ)(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+typedef void (*ArqKernelToRealC)(int n, const ArqComplexFloat *a, float *r);
+typedef void (*ArqKernelToRealZ)(int n, const ArqComplexDouble *a, double *r);
+typedef void (*ArqKernelFromRealC)(int n, const float *a, ArqComplexFloat *r);
+typedef void (*ArqKernelFromRealZ)(int n, const double *a, ArqComplexDouble *r);
+
+KORB_API void _arqcAdd(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcAdd_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcAdd_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcAdd_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cAdd_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAdd_ctab[3];
+KORB_API void _arqcSub(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcSub_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcSub_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcSub_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cSub_ttab[3];
+KORB_API extern const float korb_arq_kernel_cSub_ctab[3];
+KORB_API void _arqcMul(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcMul_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcMul_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcMul_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cMul_ttab[3];
+KORB_API extern const float korb_arq_kernel_cMul_ctab[3];
+KORB_API void _arqcMulByConj(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                             ArqComplexFloat *r);
+KORB_API void _arqcMulByConj_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                                ArqComplexFloat *r);
+KORB_API void _arqcMulByConj_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                                ArqComplexFloat *r);
+KORB_API void _arqcMulByConj_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                                ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cMulByConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_cMulByConj_ctab[3];
+KORB_API void _arqcDiv(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcDiv_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcDiv_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcDiv_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cDiv_ttab[3];
+KORB_API extern const float korb_arq_kernel_cDiv_ctab[3];
+KORB_API int _arqcConj(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API int _arqcConj_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API int _arqcConj_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API int _arqcConj_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqBitKernelC korb_arq_kernel_cConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_cConj_ctab[3];
+KORB_API void _arqcAbs(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcAbs_HA(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcAbs_21(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcAbs_11(int n, const ArqComplexFloat *a, float *r);
+KORB_API extern const ArqKernelToRealC korb_arq_kernel_cAbs_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAbs_ctab[3];
+KORB_API void _arqcArg(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcArg_HA(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcArg_21(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcArg_11(int n, const ArqComplexFloat *a, float *r);
+KORB_API extern const ArqKernelToRealC korb_arq_kernel_cArg_ttab[3];
+KORB_API extern const float korb_arq_kernel_cArg_ctab[3];
+KORB_API void _arqcCIS(int n, const float *a, ArqComplexFloat *r);
+KORB_API void _arqcCIS_HA(int n, const float *a, ArqComplexFloat *r);
+KORB_API void _arqcCIS_21(int n, const float *a, ArqComplexFloat *r);
+KORB_API void _arqcCIS_11(int n, const float *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelFromRealC korb_arq_kernel_cCIS_ttab[3];
+KORB_API extern const float korb_arq_kernel_cCIS_ctab[3];
+KORB_API void _arqzAdd(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzAdd_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzAdd_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzAdd_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zAdd_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAdd_ctab[3];
+KORB_API void _arqzSub(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzSub_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzSub_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzSub_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zSub_ttab[3];
+KORB_API extern const float korb_arq_kernel_zSub_ctab[3];
+KORB_API void _arqzMul(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzMul_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzMul_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzMul_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zMul_ttab[3];
+KORB_API extern const float korb_arq_kernel_zMul_ctab[3];
+KORB_API void _arqzMulByConj(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                             ArqComplexDouble *r);
+KORB_API void _arqzMulByConj_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                                ArqComplexDouble *r);
+KORB_API void _arqzMulByConj_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                                ArqComplexDouble *r);
+KORB_API void _arqzMulByConj_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                                ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zMulByConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_zMulByConj_ctab[3];
+KORB_API void _arqzDiv(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzDiv_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzDiv_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzDiv_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zDiv_ttab[3];
+KORB_API extern const float korb_arq_kernel_zDiv_ctab[3];
+KORB_API int _arqzConj(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API int _arqzConj_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API int _arqzConj_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API int _arqzConj_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqBitKernelZ korb_arq_kernel_zConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_zConj_ctab[3];
+KORB_API void _arqzAbs(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzAbs_HA(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzAbs_50(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzAbs_26(int n, const ArqComplexDouble *a, double *r);
+KORB_API extern const ArqKernelToRealZ korb_arq_kernel_zAbs_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAbs_ctab[3];
+KORB_API void _arqzArg(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzArg_HA(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzArg_50(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzArg_26(int n, const ArqComplexDouble *a, double *r);
+KORB_API extern const ArqKernelToRealZ korb_arq_kernel_zArg_ttab[3];
+KORB_API extern const float korb_arq_kernel_zArg_ctab[3];
+KORB_API void _arqzCIS(int n, const double *a, ArqComplexDouble *r);
+KORB_API void _arqzCIS_HA(int n, const double *a, ArqComplexDouble *r);
+KORB_API void _arqzCIS_50(int n, const double *a, ArqComplexDouble *r);
+KORB_API void _arqzCIS_26(int n, const double *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelFromRealZ korb_arq_kernel_zCIS_ttab[3];
+KORB_API extern const float korb_arq_kernel_zCIS_ctab[3];
+
 #ifdef __cplusplus
 }
 #endif
