@@ -38,6 +38,7 @@ bench: build
 	/usr/bin/python3 bench/numpy_stats.py
 	/usr/bin/python3 bench/scipy_splines.py
 	/usr/bin/python3 bench/numpy_quantiles.py
+	/usr/bin/python3 bench/numpy_vm.py
 
 # The long accuracy run against MPFR: every float for the single-precision functions, then
 # 10^8 points per double function.
@@ -75,6 +76,7 @@ MT2203_TABLE = rng/brng/mt2203_params.inc
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
 	./build/bin/two_over_pi > vecmath/kernels/two_over_pi.inc
+	./build/bin/atan_table > vecmath/kernels/atan_table.inc
 	nice ./build/bin/gen_mt2203_params generate --threads $(JOBS) --out $(MT2203_TABLE)
 
 verify-tables: build

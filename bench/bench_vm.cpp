@@ -32,6 +32,7 @@
 #include <sleef.h>
 #endif
 
+#include "bench/vm_plain.h"
 #include "tests/vecmath/call.h"
 #include "tests/vecmath/sample.h"
 #include "vecmath/functions.h"
@@ -48,13 +49,47 @@ using korb::vecmath::KernelKind;
 // functions with two results).
 using Loop = std::function<void(int n, const void *a, const void *b, void *r1, void *r2)>;
 
-// A kernel of the library in that signature.
+// A kernel of the library in that signature (the mask or the indices of Pack and Unpack from
+// g_vm_selector).
 template <class T>
 Loop kernel_loop(KernelKind kind, const void *k) {
     return [kind, k](int n, const void *a, const void *b, void *r1, void *r2) {
         korb::test::call_kernel<T>(kind, k, n, static_cast<const T *>(a), static_cast<const T *>(b),
-                                   static_cast<T *>(r1), static_cast<T *>(r2));
+                                   static_cast<T *>(r1), static_cast<T *>(r2),
+                                   {.selector = korb::bench::g_vm_selector});
     };
+}
+
+// A kernel of a complex function: its vectors by address, whatever their element type.
+Loop complex_kernel_loop(KernelKind kind, const void *k) {
+    using V = const void *;
+    using S = const std::int64_t *;
+    return [kind, k](int n, const void *a, const void *b, void *r1, void *) {
+        const S sel = korb::bench::g_vm_selector;
+        switch (kind) {
+            case KernelKind::two:
+                reinterpret_cast<void (*)(int, V, V, void *)>(k)(n, a, b, r1);
+                break;
+            case KernelKind::pack_stride:
+                reinterpret_cast<int (*)(int, V, std::int64_t, void *, int)>(k)(n, a, 1, r1, 0);
+                break;
+            case KernelKind::unpack_stride:
+                reinterpret_cast<int (*)(int, V, void *, std::int64_t, int)>(k)(n, a, r1, 1, 0);
+                break;
+            case KernelKind::pack_vector:
+                reinterpret_cast<int (*)(int, V, S, void *, int)>(k)(n, a, sel, r1, 0);
+                break;
+            case KernelKind::unpack_vector:
+                reinterpret_cast<int (*)(int, V, void *, S, int)>(k)(n, a, r1, sel, 0);
+                break;
+            default:  // one, to_real, from_real: (n, a, r)
+                reinterpret_cast<void (*)(int, V, void *)>(k)(n, a, r1);
+        }
+    };
+}
+
+bool is_complex(const FunctionInfo &f) {
+    return f.precision == 'c' || f.precision == 'z';
 }
 
 // The C library's scalar function one element at a time.
@@ -197,6 +232,10 @@ void copy_loop(int n, const void *a, const void *, void *r, void *) {
     for (int i = 0; i < n; ++i) y[i] = x[i];
 }
 
+void copy_complex_double(int n, const void *a, const void *b, void *r1, void *r2) {
+    copy_loop<double>(2 * n, a, b, r1, r2);
+}
+
 // The square-root instructions alone, the peers of Sqrt.
 void sqrtpd_loop(int n, const void *a, const void *, void *r, void *) {
     const double *x = static_cast<const double *>(a);
@@ -275,6 +314,7 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
     const bool single = is_single(f);
     std::vector<Subject> out;
     auto kernel = [&](const void *k) {
+        if (is_complex(f)) return complex_kernel_loop(f.kind, k);
         return single ? kernel_loop<float>(f.kind, k) : kernel_loop<double>(f.kind, k);
     };
     out.push_back({"korb", kernel(dlsym(RTLD_DEFAULT, ("_arq" + func).c_str()))});
@@ -286,7 +326,7 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
     }
 
     const std::string libm = f.libm;
-    if (libm != "none") {
+    if (libm != "none" && !is_complex(f)) {
         static void *const libmvec = dlopen("libmvec.so.1", RTLD_NOW);
         const std::string suffix = single ? "f" : "";
         if (void *p = dlsym(RTLD_DEFAULT, (libm + suffix).c_str())) {
@@ -321,23 +361,43 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
     if (auto it = written.find(func); it != written.end()) {
         for (const Subject &s : it->second) out.push_back(s);
     }
-    out.push_back({"copy", single ? Loop(copy_loop<float>) : Loop(copy_loop<double>)});
+    for (int i = 0; i < korb::bench::kPlainLoopCount; ++i) {
+        const korb::bench::PlainEntry &e = korb::bench::kPlainLoops[i];
+        if (func == e.function) out.push_back({e.subject, e.loop});
+    }
+    // The copy of the same bytes: a complex element is two parts.
+    if (is_complex(f)) {
+        out.push_back({"copy", single ? Loop(copy_loop<double>) : Loop(copy_complex_double)});
+    } else {
+        out.push_back({"copy", single ? Loop(copy_loop<float>) : Loop(copy_loop<double>)});
+    }
     return out;
 }
 
 // The inputs are drawn from the first domain in the function's precision; the copy loop, the
 // cost unit, copies the function's own element type.
+// Complex elements are two parts of T, each drawn from the domain. Pack and Unpack by mask select
+// every element with probability one half, by index read random positions.
 template <class T>
 void run_typed(benchmark::State &state, const FunctionInfo &f, const Loop &loop) {
     const int n = static_cast<int>(state.range(0));
     const korb::vecmath::Domain &d = domain(f.domains[0]);
     std::mt19937_64 gen(7);
-    std::vector<T> a(static_cast<std::size_t>(n)), b(a.size()), r1(a.size()), r2(a.size());
+    const std::size_t parts = (is_complex(f) ? 2 : 1) * static_cast<std::size_t>(n);
+    std::vector<T> a(parts), b(parts), r1(parts), r2(parts);
     for (T &x : a) x = static_cast<T>(korb::test::sample(d, is_single(f), gen));
     if (d.second != 0) {
         for (T &x : b) x = static_cast<T>(korb::test::sample(domain(d.second), is_single(f), gen));
         if (f.kind == KernelKind::scalar) std::fill(b.begin(), b.end(), b[0]);
     }
+    const std::string name = f.name;
+    std::vector<std::int64_t> selector(static_cast<std::size_t>(n));
+    if (name.find("PackM") != std::string::npos) {
+        for (auto &m : selector) m = static_cast<std::int64_t>(gen() & 1);
+    } else {
+        for (auto &i : selector) i = static_cast<std::int64_t>(gen() % static_cast<unsigned>(n));
+    }
+    korb::bench::g_vm_selector = selector.data();
     for (auto _ : state) {
         loop(n, a.data(), b.data(), r1.data(), r2.data());
         benchmark::DoNotOptimize(r1.data());

@@ -335,6 +335,18 @@ template <class U>
     }
 }
 
+// All ones in the lanes where the pattern x is below c, for patterns below the sign bit (the
+// magnitudes of floating values, NaNs included, which order as their patterns do). Unlike a
+// floating-point comparison it raises no flag when a lane holds a NaN.
+template <class U>
+[[gnu::always_inline]] inline U below(U x, U c) {
+    if constexpr (std::is_integral_v<U>) {
+        return U{0} - ((x - c) >> (8 * sizeof(U) - 1));
+    } else {
+        return U{} - ((x - c) >> (8 * sizeof(x[0]) - 1));
+    }
+}
+
 // if_set where the mask is set, if_clear elsewhere.
 template <class V>
 [[gnu::always_inline]] inline V select(Bits<V> m, V if_set, V if_clear) {
@@ -433,6 +445,86 @@ template <class V, int... I>
 #endif
 }
 #endif
+
+// ---- Complex lanes ------------------------------------------------------------------------
+//
+// Complex numbers are stored real part first. A unit of complex lanes is as many complex numbers
+// as a native vector has doubles: two native vectors of doubles, or one native vector of floats,
+// split into a vector of real parts and one of imaginary parts (in doubles, a float widened
+// exactly), and joined back (a double narrowed as the scalar conversion rounds).
+
+// Half a native vector of floats: the floats of one vector of doubles.
+typedef float HalfFloat __attribute__((vector_size(kNativeBytes / 2)));
+
+namespace detail {
+constexpr int kDoubles = kNativeBytes / 8;
+template <int... I>
+[[gnu::always_inline]] inline void split_pairs(Vec<double> v0, Vec<double> v1, Vec<double> &re,
+                                               Vec<double> &im, std::integer_sequence<int, I...>) {
+    re = __builtin_shufflevector(v0, v1, (2 * I)...);
+    im = __builtin_shufflevector(v0, v1, (2 * I + 1)...);
+}
+template <int... I>
+[[gnu::always_inline]] inline void join_pairs(Vec<double> re, Vec<double> im, Vec<double> &v0,
+                                              Vec<double> &v1, std::integer_sequence<int, I...>) {
+    v0 = __builtin_shufflevector(re, im, (I % 2 == 0 ? I / 2 : kDoubles + I / 2)...);
+    v1 = __builtin_shufflevector(
+        re, im, (I % 2 == 0 ? kDoubles / 2 + I / 2 : kDoubles + kDoubles / 2 + I / 2)...);
+}
+template <int... I>
+[[gnu::always_inline]] inline void split_float_pairs(Vec<float> v, HalfFloat &re, HalfFloat &im,
+                                                     std::integer_sequence<int, I...>) {
+    re = __builtin_shufflevector(v, v, (2 * I)...);
+    im = __builtin_shufflevector(v, v, (2 * I + 1)...);
+}
+template <int... I>
+[[gnu::always_inline]] inline Vec<float> join_float_pairs(HalfFloat re, HalfFloat im,
+                                                          std::integer_sequence<int, I...>) {
+    return __builtin_shufflevector(re, im, (I % 2 == 0 ? I / 2 : kDoubles + I / 2)...);
+}
+}  // namespace detail
+
+// The complex doubles at p (kCount<Vec<double>> of them) as real and imaginary parts, and back.
+[[gnu::always_inline]] inline void load_complex(const double *p, Vec<double> &re, Vec<double> &im) {
+    detail::split_pairs(load_lanes(p), load_lanes(p + detail::kDoubles), re, im,
+                        std::make_integer_sequence<int, detail::kDoubles>{});
+}
+[[gnu::always_inline]] inline void store_complex(double *p, Vec<double> re, Vec<double> im) {
+    Vec<double> v0, v1;
+    detail::join_pairs(re, im, v0, v1, std::make_integer_sequence<int, detail::kDoubles>{});
+    store_lanes(p, v0);
+    store_lanes(p + detail::kDoubles, v1);
+}
+// The complex floats at p (as many), widened to doubles, and narrowed back.
+[[gnu::always_inline]] inline void load_complex(const float *p, Vec<double> &re, Vec<double> &im) {
+    HalfFloat r, i;
+    detail::split_float_pairs(load_lanes(p), r, i,
+                              std::make_integer_sequence<int, detail::kDoubles>{});
+    re = __builtin_convertvector(r, Vec<double>);
+    im = __builtin_convertvector(i, Vec<double>);
+}
+[[gnu::always_inline]] inline void store_complex(float *p, Vec<double> re, Vec<double> im) {
+    store_lanes(p,
+                detail::join_float_pairs(__builtin_convertvector(re, HalfFloat),
+                                         __builtin_convertvector(im, HalfFloat),
+                                         std::make_integer_sequence<int, 2 * detail::kDoubles>{}));
+}
+// kCount<Vec<double>> reals at p, as doubles (floats widened), and stored back (narrowed).
+[[gnu::always_inline]] inline Vec<double> load_reals(const double *p) {
+    return load_lanes(p);
+}
+[[gnu::always_inline]] inline Vec<double> load_reals(const float *p) {
+    HalfFloat h;
+    std::memcpy(&h, p, sizeof h);
+    return __builtin_convertvector(h, Vec<double>);
+}
+[[gnu::always_inline]] inline void store_reals(double *p, Vec<double> v) {
+    store_lanes(p, v);
+}
+[[gnu::always_inline]] inline void store_reals(float *p, Vec<double> v) {
+    const HalfFloat h = __builtin_convertvector(v, HalfFloat);
+    std::memcpy(p, &h, sizeof h);
+}
 
 // Two adjacent fields of table rows, lane by lane: lane l of first is base[kStride · row(l)] and
 // lane l of second the double after it. base + kStride · row must be 16-byte aligned: each row's

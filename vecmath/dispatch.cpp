@@ -176,9 +176,11 @@ void raise_exception(int status) {
     (void)result;
 }
 
-// `args`, when given, holds the element's two arguments in place of a[index] and b[index].
-template <class Elem>
-void dispatch(int status, int index, const Elem *a, const Elem *b, Elem *r1, Elem *r2,
+// `args`, when given, holds the element's two arguments in place of a[index] and b[index]. The
+// arguments and results may be of different types (a complex function of a real argument, or
+// with a real result); the index is shifted in elements of the argument vector.
+template <class Elem, class Result = Elem>
+void dispatch(int status, int index, const Elem *a, const Elem *b, Result *r1, Result *r2,
               const char *name, const Elem *args = nullptr) {
     ThreadState &state = thread_state();
     state.status = status;
@@ -249,6 +251,44 @@ void dispatch_error_c(int status, int index, const ComplexFloat *a, const Comple
 void dispatch_error_z(int status, int index, const ComplexDouble *a, const ComplexDouble *b,
                       ComplexDouble *r1, ComplexDouble *r2, const char *name) {
     dispatch(status, index, a, b, r1, r2, name);
+}
+
+void dispatch_error_c_in_place(int status, int index, const ComplexFloat *a, const ComplexFloat *b,
+                               ComplexFloat *r1, ComplexFloat *r2, const char *name,
+                               ComplexFloat a1, ComplexFloat a2) {
+    const ComplexFloat args[2] = {a1, a2};
+    dispatch(status, index, a, b, r1, r2, name, args);
+}
+
+void dispatch_error_z_in_place(int status, int index, const ComplexDouble *a,
+                               const ComplexDouble *b, ComplexDouble *r1, ComplexDouble *r2,
+                               const char *name, ComplexDouble a1, ComplexDouble a2) {
+    const ComplexDouble args[2] = {a1, a2};
+    dispatch(status, index, a, b, r1, r2, name, args);
+}
+
+void dispatch_error_c_to_real(int status, int index, const ComplexFloat *a, float *r,
+                              const char *name, ComplexFloat a1) {
+    const ComplexFloat args[2] = {a1, a1};
+    dispatch(status, index, a, a, r, r, name, args);
+}
+
+void dispatch_error_z_to_real(int status, int index, const ComplexDouble *a, double *r,
+                              const char *name, ComplexDouble a1) {
+    const ComplexDouble args[2] = {a1, a1};
+    dispatch(status, index, a, a, r, r, name, args);
+}
+
+void dispatch_error_c_from_real(int status, int index, const float *a, ComplexFloat *r,
+                                const char *name, float a1) {
+    const float args[2] = {a1, a1};
+    dispatch(status, index, a, a, r, r, name, args);
+}
+
+void dispatch_error_z_from_real(int status, int index, const double *a, ComplexDouble *r,
+                                const char *name, double a1) {
+    const double args[2] = {a1, a1};
+    dispatch(status, index, a, a, r, r, name, args);
 }
 
 }  // namespace korb::vecmath

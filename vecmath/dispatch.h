@@ -35,5 +35,23 @@ void dispatch_error_c(int status, int index, const ComplexFloat *a, const Comple
                       ComplexFloat *r1, ComplexFloat *r2, const char *name);
 void dispatch_error_z(int status, int index, const ComplexDouble *a, const ComplexDouble *b,
                       ComplexDouble *r1, ComplexDouble *r2, const char *name);
+// The complex ones for kernels that may run in place (a1, a2 as in dispatch_error_d_in_place),
+// and for the complex functions with a real result (Abs, Arg: the record's imaginary result
+// parts are 0 and not written back) or a real argument (CIS: the record's imaginary argument
+// parts are 0). The index is counted in elements of the argument vector.
+void dispatch_error_c_in_place(int status, int index, const ComplexFloat *a, const ComplexFloat *b,
+                               ComplexFloat *r1, ComplexFloat *r2, const char *name,
+                               ComplexFloat a1, ComplexFloat a2);
+void dispatch_error_z_in_place(int status, int index, const ComplexDouble *a,
+                               const ComplexDouble *b, ComplexDouble *r1, ComplexDouble *r2,
+                               const char *name, ComplexDouble a1, ComplexDouble a2);
+void dispatch_error_c_to_real(int status, int index, const ComplexFloat *a, float *r,
+                              const char *name, ComplexFloat a1);
+void dispatch_error_z_to_real(int status, int index, const ComplexDouble *a, double *r,
+                              const char *name, ComplexDouble a1);
+void dispatch_error_c_from_real(int status, int index, const float *a, ComplexFloat *r,
+                                const char *name, float a1);
+void dispatch_error_z_from_real(int status, int index, const double *a, ComplexDouble *r,
+                                const char *name, double a1);
 
 }  // namespace korb::vecmath

@@ -177,11 +177,61 @@ void put_bits(Hash &h, const std::vector<T> &v) {
     }
 }
 
-// The digest of one kernel over the sweeps.
+// Calls a kernel of any kind on n elements at `in` (and `second` for two arguments) into out
+// (and out2), complex elements as pairs of T; the selector kinds move by stride 1, an alternating
+// mask or reversed indices. Returns what the kernel returns (0 for the void kernels).
+template <class T>
+int call_any(const korb::vecmath::FunctionInfo &f, void *kernel, int n, const T *in,
+             const T *second, T *out, T *out2, double scalar) {
+    using korb::vecmath::KernelKind;
+    std::vector<std::int64_t> selector(static_cast<std::size_t>(n > 0 ? n : 0));
+    const bool by_mask = f.name[std::string(f.name).size() - 1] == 'M';
+    for (int i = 0; i < n; ++i) selector[i] = by_mask ? (i * 7) % 3 != 0 : n - 1 - i;
+    const T b = static_cast<T>(scalar);
+    switch (f.kind) {
+        case KernelKind::one:
+        case KernelKind::to_real:
+        case KernelKind::from_real:
+            return reinterpret_cast<int (*)(int, const T *, T *)>(kernel)(n, in, out);
+        case KernelKind::pair:
+            return reinterpret_cast<int (*)(int, const T *, T *, T *)>(kernel)(n, in, out, out2);
+        case KernelKind::scalar:
+            reinterpret_cast<void (*)(int, const T *, T, T *)>(kernel)(n, in, b, out);
+            return 0;
+        case KernelKind::two:
+            reinterpret_cast<void (*)(int, const T *, const T *, T *)>(kernel)(n, in, second, out);
+            return 0;
+        case KernelKind::linear_frac:
+            reinterpret_cast<void (*)(int, const T *, const T *, T, T, T, T, T *)>(kernel)(
+                n, in, second, b, T(0.5), T(-1.5), b, out);
+            return 0;
+        case KernelKind::pack_stride:
+            return reinterpret_cast<int (*)(int, const T *, std::int64_t, T *, int)>(kernel)(
+                n, in, 1, out, 0);
+        case KernelKind::unpack_stride:
+            return reinterpret_cast<int (*)(int, const T *, T *, std::int64_t, int)>(kernel)(
+                n, in, out, 1, 0);
+        case KernelKind::pack_vector:
+            return reinterpret_cast<int (*)(int, const T *, const std::int64_t *, T *, int)>(
+                kernel)(n, in, selector.data(), out, 0);
+        case KernelKind::unpack_vector:
+            return reinterpret_cast<int (*)(int, const T *, T *, const std::int64_t *, int)>(
+                kernel)(n, in, out, selector.data(), 0);
+    }
+    return 0;
+}
+
+// The digest of one kernel over the sweeps. T is the type of the parts: complex elements are
+// pairs of them, taken from the pool as consecutive values.
 template <class T>
 std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, void *kernel) {
     using korb::vecmath::KernelKind;
     const std::vector<double> source = pool(sizeof(T) == 4);
+    const bool complex = f.precision == 'c' || f.precision == 'z';
+    const std::size_t m_in = complex && f.kind != KernelKind::from_real ? 2 : 1;
+    const std::size_t m_out = complex && f.kind != KernelKind::to_real ? 2 : 1;
+    const bool moves = f.kind == KernelKind::pack_stride || f.kind == KernelKind::pack_vector ||
+                       f.kind == KernelKind::unpack_stride || f.kind == KernelKind::unpack_vector;
     std::vector<int> lengths;
     for (int n = 0; n <= 40; ++n) lengths.push_back(n);
     for (int n : {63, 64, 65, 127, 257, 1000}) lengths.push_back(n);
@@ -194,31 +244,23 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
             for (int offset = 0; offset < 4; ++offset) {
                 for (bool in_place : {false, true}) {
                     at = (at + 977) % (source.size() - 1100);
-                    std::vector<T> a(n + offset), r1(n + offset, T(-7)), r2(n + offset, T(-7));
-                    for (int i = 0; i < n + offset; ++i) a[i] = static_cast<T>(source[at + i]);
-                    T *out = in_place ? a.data() + offset : r1.data() + offset;
-                    const T *in = a.data() + offset;
-                    lib.clear_status();
-                    switch (f.kind) {
-                        case KernelKind::one:
-                            reinterpret_cast<void (*)(int, const T *, T *)>(kernel)(n, in, out);
-                            break;
-                        case KernelKind::pair:
-                            reinterpret_cast<void (*)(int, const T *, T *, T *)>(kernel)(
-                                n, in, out, r2.data() + offset);
-                            break;
-                        case KernelKind::scalar: {
-                            const T b = static_cast<T>(kExponents[at % 10]);
-                            reinterpret_cast<void (*)(int, const T *, T, T *)>(kernel)(n, in, b,
-                                                                                       out);
-                            break;
-                        }
-                        default:
-                            ADD_FAILURE() << "no sweep for the kind of " << f.name;
-                            return 0;
+                    const std::size_t len_in = m_in * (n + offset), len_out = m_out * (n + offset);
+                    std::vector<T> a(len_in), b(len_in), r1(len_out, T(-7)), r2(len_out, T(-7));
+                    for (std::size_t i = 0; i < len_in; ++i) {
+                        a[i] = static_cast<T>(source[(at + i) % source.size()]);
+                        b[i] = static_cast<T>(source[(at + 1100 + i) % source.size()]);
                     }
+                    const bool here = in_place && m_in == m_out && !moves;
+                    T *out = here ? a.data() + m_in * offset : r1.data() + m_out * offset;
+                    const T *in = a.data() + m_in * offset;
+                    lib.clear_status();
+                    const int returned = call_any(f, kernel, n, in, b.data() + m_in * offset, out,
+                                                  r2.data() + m_out * offset, kExponents[at % 10]);
+                    // The count of the pack kernels (the others' return value is not hashed:
+                    // the kernels that compute return nothing).
+                    if (moves) h.add(static_cast<std::uint64_t>(returned));
                     h.add(static_cast<std::uint64_t>(lib.get_status()));
-                    put_bits(h, in_place ? a : r1);
+                    put_bits(h, here ? a : r1);
                     if (f.kind == KernelKind::pair) put_bits(h, r2);
                 }
             }
@@ -240,7 +282,7 @@ TEST(VmSweepDigests, EveryKernelGivesTheCommittedBitsAndReports) {
     const bool print = std::getenv("KORB_DIGEST_PRINT") != nullptr;
     int checked = 0;
     for (const korb::vecmath::FunctionInfo &f : korb::vecmath::kFunctions) {
-        if (!f.built || (f.precision != 's' && f.precision != 'd')) continue;
+        if (!f.built) continue;
         const std::string func = std::string(1, f.precision) + f.name;
         auto slots = static_cast<void *const *>(
             dlsym(lib.handle, ("korb_arq_kernel_" + func + "_ttab").c_str()));
@@ -248,8 +290,9 @@ TEST(VmSweepDigests, EveryKernelGivesTheCommittedBitsAndReports) {
         for (int slot = 0; slot < 3; ++slot) {
             // A slot served by the kernel of an earlier one was checked there.
             if (std::string(f.slots, slot).find(f.slots[slot]) != std::string::npos) continue;
-            const std::uint64_t got = f.precision == 's' ? sweep<float>(lib, f, slots[slot])
-                                                         : sweep<double>(lib, f, slots[slot]);
+            const bool single = f.precision == 's' || f.precision == 'c';
+            const std::uint64_t got =
+                single ? sweep<float>(lib, f, slots[slot]) : sweep<double>(lib, f, slots[slot]);
             const std::string key = func + "/" + std::to_string(slot);
             if (print)
                 std::printf("{\"%s\", %d, 0x%016llxull},\n", func.c_str(), slot,

@@ -24,6 +24,7 @@
 // Results of elements with a special result (infinite or NaN) are not measured; subnormal
 // results are, in units of the smallest subnormal.
 #include <dlfcn.h>
+#include <mpc.h>
 #include <mpfr.h>
 
 #include <algorithm>
@@ -60,6 +61,15 @@ using korb::vecmath::Shape;
 // A double-precision estimate of the results at (x, b), the screen of the walk over every float.
 using Estimate = std::function<void(double x, double b, double *y1, double *y2)>;
 
+// What a complex function is compared with: an MPC function (or an adapter of that shape) of
+// two complex arguments, of one, with a real result, or of a real argument.
+struct ComplexReference {
+    int (*two)(mpc_ptr, mpc_srcptr, mpc_srcptr, mpc_rnd_t) = nullptr;
+    int (*one)(mpc_ptr, mpc_srcptr, mpc_rnd_t) = nullptr;
+    int (*to_real)(mpfr_ptr, mpc_srcptr, mpfr_rnd_t) = nullptr;
+    int (*from_real)(mpc_ptr, mpfr_srcptr, mpc_rnd_t) = nullptr;
+};
+
 // What a function is compared with: an MPFR function of one of three shapes, and optionally an
 // estimate of its own (the C library's function of the list stands in otherwise).
 struct Reference {
@@ -67,6 +77,9 @@ struct Reference {
     int (*two)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t) = nullptr;
     int (*pair)(mpfr_ptr, mpfr_ptr, mpfr_srcptr, mpfr_rnd_t) = nullptr;
     double (*estimate)(double x) = nullptr;
+    // The rounding functions to integers, which take no rounding mode (mpfr_ceil, mpfr_round).
+    int (*integral)(mpfr_ptr, mpfr_srcptr) = nullptr;
+    ComplexReference complex = {};  // the c and z functions
 };
 
 Reference reference_of(int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
@@ -78,9 +91,50 @@ Reference reference_of(int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t))
 Reference reference_of(int (*f)(mpfr_ptr, mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)) {
     return {.pair = f};
 }
+Reference reference_of(int (*f)(mpfr_ptr, mpfr_srcptr)) {
+    return {.integral = f};
+}
+Reference reference_of(int (*f)(mpc_ptr, mpc_srcptr, mpc_srcptr, mpc_rnd_t)) {
+    return {.complex = {.two = f}};
+}
+Reference reference_of(int (*f)(mpc_ptr, mpc_srcptr, mpc_rnd_t)) {
+    return {.complex = {.one = f}};
+}
+Reference reference_of(int (*f)(mpfr_ptr, mpc_srcptr, mpfr_rnd_t)) {
+    return {.complex = {.to_real = f}};
+}
 Reference reference_of(const Reference &r) {
     return r;
 }
+
+bool has_reference(const Reference &r) {
+    const ComplexReference &c = r.complex;
+    return r.one != nullptr || r.two != nullptr || r.pair != nullptr || r.integral != nullptr ||
+           c.two != nullptr || c.one != nullptr || c.to_real != nullptr || c.from_real != nullptr;
+}
+
+// a·conj(b), exactly as MPC rounds a product.
+int mulbyconj_mpc(mpc_ptr out, mpc_srcptr a, mpc_srcptr b, mpc_rnd_t rnd) {
+    mpc_t conj_b;
+    mpc_init2(conj_b, mpfr_get_prec(mpc_realref(b)));
+    mpc_conj(conj_b, b, MPC_RNDNN);  // exact
+    const int inexact = mpc_mul(out, a, conj_b, rnd);
+    mpc_clear(conj_b);
+    return inexact;
+}
+const Reference mulbyconj_reference{.complex = {.two = mulbyconj_mpc}};
+
+// cos x + i sin x, each part correctly rounded by MPFR.
+int cis_mpc(mpc_ptr out, mpfr_srcptr x, mpc_rnd_t) {
+    return mpfr_sin_cos(mpc_imagref(out), mpc_realref(out), x, MPFR_RNDN);
+}
+const Reference cis_reference{.complex = {.from_real = cis_mpc}};
+
+// 1/x, correctly rounded by MPFR.
+int inv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t rnd) {
+    return mpfr_ui_div(out, 1, in, rnd);
+}
+const Reference inv_reference{.one = inv_mpfr};
 
 // The functions that only move data: no accuracy run.
 const Reference none{};
@@ -200,6 +254,8 @@ void exact(const Reference &ref, double x, double b, mpfr_ptr y1, mpfr_ptr y2, m
     } else if (ref.two != nullptr) {
         mpfr_set_d(y2, b, MPFR_RNDN);
         ref.two(y1, scratch, y2, MPFR_RNDN);
+    } else if (ref.integral != nullptr) {
+        ref.integral(y1, scratch);
     } else {
         ref.one(y1, scratch, MPFR_RNDN);
     }
@@ -345,6 +401,153 @@ std::uint64_t seed(const FunctionInfo &f, int domain) {
     return h ^ (static_cast<std::uint64_t>(f.precision) << 56) ^ static_cast<std::uint64_t>(domain);
 }
 
+// The kernels of the three slots of a function, from its exported table.
+bool slots_of(const FunctionInfo &f, Slots &slots) {
+    const std::string table = "korb_arq_kernel_" + korb::test::name_of(f) + "_ttab";
+    auto kernels = static_cast<const void *const *>(dlsym(RTLD_DEFAULT, table.c_str()));
+    if (kernels == nullptr) return false;
+    for (int s = 0; s < 3; ++s) {
+        slots.kernel[s] = kernels[s];
+        slots.first_of[s] = s;
+        for (int t = 0; t < s; ++t) {
+            if (kernels[t] == kernels[s]) {
+                slots.first_of[s] = t;
+                break;
+            }
+        }
+    }
+    return true;
+}
+
+// Runs a complex kernel on n arguments (parts interleaved in x and y, a real argument in x for
+// CIS) and leaves the results' parts interleaved in out (one part per element for a real result).
+template <class T>
+void run_complex_typed(KernelKind kind, const void *k, int n, const double *x, const double *y,
+                       double *out) {
+    const bool real_in = kind == KernelKind::from_real, real_out = kind == KernelKind::to_real;
+    std::vector<T> a(x, x + (real_in ? n : 2 * n)), b(y, y + 2 * n), r(real_out ? n : 2 * n);
+    switch (kind) {
+        case KernelKind::two:
+            reinterpret_cast<void (*)(int, const T *, const T *, T *)>(k)(n, a.data(), b.data(),
+                                                                          r.data());
+            break;
+        default:  // one, to_real, from_real: (n, a, r)
+            reinterpret_cast<void (*)(int, const T *, T *)>(k)(n, a.data(), r.data());
+    }
+    std::copy(r.begin(), r.end(), out);
+}
+
+// One complex function: every slot over its domains, each part of each result in ulps of
+// itself against MPC at 160 bits. The arguments' parts are drawn from the domain (the second
+// argument's from its second domain).
+bool check_complex(const FunctionInfo &f, const Reference &ref, long points) {
+    const std::string func = korb::test::name_of(f);
+    Slots slots{};
+    if (!slots_of(f, slots)) {
+        std::printf("%s: no kernel table\n", func.c_str());
+        return false;
+    }
+    const bool single = is_single(f);
+    const Format format = single ? kFloat : kDouble;
+    const ComplexReference &c = ref.complex;
+    const bool real_in = c.from_real != nullptr, real_out = c.to_real != nullptr;
+    int domain_count = 0, sampled = 0;
+    while (domain_count < korb::vecmath::kMaxDomains && f.domains[domain_count] != 0) {
+        sampled += korb::vecmath::domain(f.domains[domain_count]).shape == Shape::points ? 0 : 1;
+        ++domain_count;
+    }
+    mpc_t ea, eb, er;
+    mpfr_t scratch, er_real;
+    mpc_init2(ea, 160);
+    mpc_init2(eb, 160);
+    mpc_init2(er, 160);
+    mpfr_inits2(160, scratch, er_real, static_cast<mpfr_ptr>(nullptr));
+    Worst overall[3];
+    for (int i = 0; i < domain_count; ++i) {
+        const Domain &d = korb::vecmath::domain(f.domains[i]);
+        const Domain &second = korb::vecmath::domain(d.second != 0 ? d.second : f.domains[i]);
+        std::mt19937_64 rng(seed(f, i));
+        const bool points_only = d.shape == Shape::points;
+        const long count = points_only ? d.point_count : std::max<long>(1, points / sampled);
+        constexpr int kBlock = 4096;
+        std::vector<double> x(2 * kBlock), y(2 * kBlock), r[3];
+        for (auto &v : r) v.resize(2 * kBlock);
+        Worst worst[3];
+        for (long done = 0; done < count; done += kBlock) {
+            const int n = static_cast<int>(std::min<long>(kBlock, count - done));
+            for (int j = 0; j < n; ++j) {
+                if (real_in) {
+                    x[j] = points_only ? korb::test::in_precision(d.points[done + j], single)
+                                       : sample(d, single, rng);
+                } else {
+                    x[2 * j] = sample(d, single, rng);
+                    x[2 * j + 1] = sample(d, single, rng);
+                    y[2 * j] = sample(second, single, rng);
+                    y[2 * j + 1] = sample(second, single, rng);
+                }
+            }
+            for (int s = 0; s < 3; ++s) {
+                if (slots.first_of[s] != s) continue;
+                if (single) {
+                    run_complex_typed<float>(f.kind, slots.kernel[s], n, x.data(), y.data(),
+                                             r[s].data());
+                } else {
+                    run_complex_typed<double>(f.kind, slots.kernel[s], n, x.data(), y.data(),
+                                              r[s].data());
+                }
+            }
+            for (int j = 0; j < n; ++j) {
+                if (real_in) {
+                    mpfr_set_d(scratch, x[j], MPFR_RNDN);
+                    c.from_real(er, scratch, MPC_RNDNN);
+                } else {
+                    mpc_set_d_d(ea, x[2 * j], x[2 * j + 1], MPC_RNDNN);
+                    mpc_set_d_d(eb, y[2 * j], y[2 * j + 1], MPC_RNDNN);
+                    if (c.two != nullptr) {
+                        c.two(er, ea, eb, MPC_RNDNN);
+                    } else if (c.one != nullptr) {
+                        c.one(er, ea, MPC_RNDNN);
+                    } else {
+                        c.to_real(er_real, ea, MPFR_RNDN);
+                    }
+                }
+                for (int s = 0; s < 3; ++s) {
+                    if (slots.first_of[s] != s) continue;
+                    const bool rounded = f.bound[s] == 0.0;
+                    for (int part = 0; part < (real_out ? 1 : 2); ++part) {
+                        const double v = r[s][real_out ? j : 2 * j + part];
+                        if (!std::isfinite(v)) continue;
+                        mpfr_srcptr e = real_out    ? er_real
+                                        : part == 0 ? mpc_realref(er)
+                                                    : mpc_imagref(er);
+                        const double err = ulp_error(v, e, scratch, format, rounded);
+                        if (err > worst[s].ulps) worst[s] = {err, real_in ? x[j] : x[2 * j]};
+                    }
+                }
+            }
+        }
+        for (int s = 0; s < 3; ++s) worst[s] = worst[slots.first_of[s]];
+        report(f, d.label, count, worst);
+        for (int s = 0; s < 3; ++s) {
+            if (worst[s].ulps > overall[s].ulps) overall[s] = worst[s];
+        }
+    }
+    mpc_clear(ea);
+    mpc_clear(eb);
+    mpc_clear(er);
+    mpfr_clears(scratch, er_real, static_cast<mpfr_ptr>(nullptr));
+    bool ok = true;
+    for (int s = 0; s < 3; ++s) {
+        const bool within =
+            f.bound[s] == 0.0 ? overall[s].ulps == 0.0 : overall[s].ulps <= allowed(f.bound[s]);
+        ok = ok && within;
+        std::printf("%-8s %-4s largest %.6g ulp at %.17g, bound %g%s\n", func.c_str(), kSlotName[s],
+                    overall[s].ulps, overall[s].x, f.bound[s], within ? "" : "  OVER BOUND");
+    }
+    std::fflush(stdout);
+    return ok;
+}
+
 // Measures one function; false when a slot is over its bound.
 bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_floats) {
     const std::string func = korb::test::name_of(f);
@@ -354,7 +557,8 @@ bool check(const FunctionInfo &f, const Reference &ref, long points, bool all_fl
         std::printf("%s: no kernel table\n", func.c_str());
         return false;
     }
-    if (!measurable(f.kind) || f.precision == 'c' || f.precision == 'z') {
+    if (f.precision == 'c' || f.precision == 'z') return check_complex(f, ref, points);
+    if (!measurable(f.kind)) {
         std::printf("%s: no accuracy run for this kind of kernel yet\n", func.c_str());
         return false;
     }
@@ -481,7 +685,7 @@ int main(int argc, char **argv) {
         const Named *named = std::find_if(std::begin(kReferences), std::end(kReferences),
                                           [&](const Named &r) { return func == r.name; });
         const Reference &ref = named->reference;
-        if (ref.one == nullptr && ref.two == nullptr && ref.pair == nullptr) continue;
+        if (!has_reference(ref)) continue;
         ok = check(f, ref, points, all_floats) && ok;
     }
     if (!found) {

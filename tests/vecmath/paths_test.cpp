@@ -137,14 +137,114 @@ std::vector<double> generic_specials(bool single) {
 constexpr double kScalarSpecials[] = {0.0,    -7.0,    3.0, 0.5,      -0.5,
                                       1071.0, -1071.0, NAN, INFINITY, -INFINITY};
 
+// Complex functions: every argument and result element is two parts (one for the real argument
+// of CIS and the real result of Abs and Arg), stored as T; the kernels are called on n elements.
+template <class T>
+Outcome call_complex_typed(const FunctionInfo &f, const void *k, const std::vector<double> &a,
+                           const std::vector<double> &b, int n, bool in_place) {
+    const int result_parts = f.kind == KernelKind::to_real ? 1 : 2;
+    std::vector<T> x(a.begin(), a.end()), y(b.begin(), b.end()), r(result_parts * n, T(-7));
+    T *out = in_place ? x.data() : r.data();
+    t_reports.clear();
+    if (f.kind == KernelKind::two) {
+        reinterpret_cast<void (*)(int, const T *, const T *, T *)>(k)(n, x.data(), y.data(), out);
+    } else {
+        reinterpret_cast<void (*)(int, const T *, T *)>(k)(n, x.data(), out);
+    }
+    Outcome o;
+    for (int i = 0; i < result_parts * n; ++i) o.r1.push_back(stored(out[i]));
+    o.reports = t_reports;
+    return o;
+}
+
+Outcome call_complex(const FunctionInfo &f, const void *k, const std::vector<double> &a,
+                     const std::vector<double> &b, int n, bool in_place = false) {
+    return is_single(f) ? call_complex_typed<float>(f, k, a, b, n, in_place)
+                        : call_complex_typed<double>(f, k, a, b, n, in_place);
+}
+
+// The complex kinds: the whole call, the same call in place (where the result has the
+// argument's shape) and one call per element agree in bits and reports.
+void check_complex_paths(const FunctionInfo &f, const void *const *kernels,
+                         const std::vector<const Domain *> &domains,
+                         const std::vector<double> &specials) {
+    const std::string func = korb::test::name_of(f);
+    const bool single = is_single(f);
+    const int arg_parts = f.kind == KernelKind::from_real ? 1 : 2;
+    const int result_parts = f.kind == KernelKind::to_real ? 1 : 2;
+    const bool two_args = f.kind == KernelKind::two;
+    const bool same_shape = arg_parts == result_parts;
+    std::mt19937_64 rng(2027);
+    auto pick = [&](std::size_t size) {
+        return std::uniform_int_distribution<std::size_t>(0, size - 1)(rng);
+    };
+    for (int slot = 0; slot < 3; ++slot) {
+        const void *k = kernels[slot];
+        if ((slot > 0 && k == kernels[0]) || (slot > 1 && k == kernels[1])) continue;
+        for (int special_percent : {0, 3, 30}) {
+            for (int n : {1, 2, 3, 4, 5, 7, 8, 9, 16, 17, 33, 250}) {
+                auto part = [&](bool second) {
+                    if (std::uniform_int_distribution<int>(0, 99)(rng) < special_percent) {
+                        return specials[pick(specials.size())];
+                    }
+                    const Domain *d = domains[pick(domains.size())];
+                    return sample(second && d->second != 0 ? domain(d->second) : *d, single, rng);
+                };
+                std::vector<double> a(arg_parts * n), b(two_args ? 2 * n : 0);
+                for (double &v : a) v = part(false);
+                for (double &v : b) v = part(true);
+                const Outcome whole = call_complex(f, k, a, b, n);
+                std::vector<Report> element_reports;
+                for (int i = 0; i < n; ++i) {
+                    const std::vector<double> ai(a.begin() + arg_parts * i,
+                                                 a.begin() + arg_parts * (i + 1));
+                    const std::vector<double> bi =
+                        two_args ? std::vector<double>(b.begin() + 2 * i, b.begin() + 2 * i + 2)
+                                 : std::vector<double>{};
+                    const Outcome one = call_complex(f, k, ai, bi, 1);
+                    for (Report r : one.reports) {
+                        r.index = i;
+                        element_reports.push_back(r);
+                    }
+                    for (int p = 0; p < result_parts; ++p) {
+                        ASSERT_EQ(whole.r1[result_parts * i + p], one.r1[p])
+                            << func << " slot " << slot << " element " << i << " part " << p
+                            << " of (" << ai[0] << ", " << ai.back() << ") n=" << n;
+                    }
+                }
+                ASSERT_EQ(whole.reports.size(), element_reports.size()) << func;
+                for (std::size_t i = 0; i < element_reports.size(); ++i) {
+                    EXPECT_EQ(whole.reports[i].code, element_reports[i].code) << func;
+                    EXPECT_EQ(whole.reports[i].index, element_reports[i].index) << func;
+                }
+                if (!same_shape) continue;
+                const Outcome in_place = call_complex(f, k, a, b, n, true);
+                EXPECT_EQ(in_place.r1, whole.r1) << func << " in place, n=" << n;
+                ASSERT_EQ(in_place.reports.size(), element_reports.size()) << func;
+                for (std::size_t i = 0; i < element_reports.size(); ++i) {
+                    const int at = in_place.reports[i].index;
+                    EXPECT_EQ(in_place.reports[i].code, element_reports[i].code) << func;
+                    EXPECT_EQ(as_stored(f, in_place.reports[i].a1), as_stored(f, a[2 * at]))
+                        << func << " in place, element " << at;
+                    EXPECT_EQ(as_stored(f, in_place.reports[i].r1), whole.r1[2 * at])
+                        << func << " in place, element " << at;
+                }
+            }
+        }
+    }
+}
+
 class VectorPath : public korb::test::KernelTest,
                    public testing::WithParamInterface<const FunctionInfo *> {};
 
 TEST_P(VectorPath, GivesTheElementPathsBitsAndReportsAlsoInPlace) {
     const FunctionInfo &f = *GetParam();
     const std::string func = korb::test::name_of(f);
-    if (f.kind != KernelKind::one && f.kind != KernelKind::pair && f.kind != KernelKind::scalar &&
-        f.kind != KernelKind::two) {
+    const bool complex = (f.precision == 'c' || f.precision == 'z') &&
+                         (f.kind == KernelKind::one || f.kind == KernelKind::two ||
+                          f.kind == KernelKind::to_real || f.kind == KernelKind::from_real);
+    if (!complex && f.kind != KernelKind::one && f.kind != KernelKind::pair &&
+        f.kind != KernelKind::scalar && f.kind != KernelKind::two) {
         GTEST_SKIP() << func << ": no vector-against-element check for this kind of kernel yet";
     }
     const bool single = is_single(f);
@@ -161,6 +261,11 @@ TEST_P(VectorPath, GivesTheElementPathsBitsAndReportsAlsoInPlace) {
     std::vector<double> specials = generic_specials(single);
     for (const Domain *d : domains) {
         for (double e : edges(*d, single)) specials.push_back(e);
+    }
+
+    if (complex) {
+        check_complex_paths(f, kernels, domains, specials);
+        return;
     }
 
     std::mt19937_64 rng(2026);

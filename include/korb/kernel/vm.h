@@ -13,6 +13,8 @@
 #ifndef KORB_VM_H
 #define KORB_VM_H
 
+#include <stdint.h>
+
 #include "frame.h"
 
 #ifdef __cplusplus
@@ -303,6 +305,664 @@ KORB_API void _arqdTan_50(int n, const double *a, double *r);
 KORB_API void _arqdTan_26(int n, const double *a, double *r);
 KORB_API extern const ArqKernelD korb_arq_kernel_dTan_ttab[3];
 KORB_API extern const float korb_arq_kernel_dTan_ctab[3];
+
+/*
+ * Arithmetic, rounding and data movement.
+ *
+ * The kernels that compute (Add, Sub, Mul, Div, Inv, Sqr, Hypot, LinearFrac) run under the
+ * kernel frame like the others (rounding to nearest, denormals as the mode says) and report:
+ * ARQ_STATUS_OVERFLOW for an infinite result of finite arguments, ARQ_STATUS_SING for a division
+ * of a finite non-zero value by zero (the result is the signed infinity), ARQ_STATUS_ERRDOM for
+ * an invalid operation on arguments that are not NaN (0/0, inf/inf, inf - inf, inf * 0: the
+ * result is the processor's default NaN, 0xFFC00000 / 0xFFF8000000000000). Results are those of
+ * C99 Annex F; Add, Sub, Mul, Div, Inv and Sqr give the bits of the C operators, Hypot is within
+ * one ulp (no spurious overflow or underflow; hypot(+-inf, NaN) = +inf).
+ *
+ * The bit-level kernels (Abs, Ceil, Floor, Trunc, Round, Rint, NearbyInt, Modf, the Pack and
+ * Unpack kernels, and Conj) neither read the mode nor change the control register, report
+ * nothing, and return n (PackM and UnpackM: the number of elements moved). Rounding is exact:
+ * Round rounds halfway cases away from zero; Rint and NearbyInt round in the caller's rounding
+ * direction, Rint raising the inexact flag when a result differs from its argument and
+ * NearbyInt never; none of the others raises a flag (a signalling NaN comes back quiet). Modf
+ * writes the integral part to r1 and the fractional part to r2, both with the argument's sign:
+ * modf(+-inf) = (+-inf, +-0).
+ */
+typedef int (*ArqBitKernelD)(int n, const double *a, double *r);
+typedef int (*ArqBitKernelS)(int n, const float *a, float *r);
+typedef int (*ArqBitKernelD2)(int n, const double *a, double *r1, double *r2);
+typedef int (*ArqBitKernelS2)(int n, const float *a, float *r1, float *r2);
+typedef void (*ArqKernelTwoD)(int n, const double *a, const double *b, double *r);
+typedef void (*ArqKernelTwoS)(int n, const float *a, const float *b, float *r);
+
+/*
+ * LinearFrac: r[i] = (scalea * a[i] + shifta) / (scaleb * b[i] + shiftb), each operation rounded
+ * once in that order, so the bits are fixed. The statuses are those of the whole expression:
+ * ARQ_STATUS_SING when the denominator is 0 and the numerator finite and non-zero,
+ * ARQ_STATUS_ERRDOM when the result is NaN and no argument or scalar is, ARQ_STATUS_OVERFLOW
+ * when the numerator, the denominator or the result is infinite although every argument and
+ * scalar is finite (also when the denominator's overflow leaves a finite quotient).
+ */
+typedef void (*ArqKernelLinearFracD)(int n, const double *a, const double *b, double scalea,
+                                     double shifta, double scaleb, double shiftb, double *r);
+typedef void (*ArqKernelLinearFracS)(int n, const float *a, const float *b, float scalea,
+                                     float shifta, float scaleb, float shiftb, float *r);
+
+KORB_API int _arqsAbs(int n, const float *a, float *r);
+KORB_API int _arqsAbs_HA(int n, const float *a, float *r);
+KORB_API int _arqsAbs_21(int n, const float *a, float *r);
+KORB_API int _arqsAbs_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sAbs_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAbs_ctab[3];
+KORB_API int _arqdAbs(int n, const double *a, double *r);
+KORB_API int _arqdAbs_HA(int n, const double *a, double *r);
+KORB_API int _arqdAbs_50(int n, const double *a, double *r);
+KORB_API int _arqdAbs_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dAbs_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAbs_ctab[3];
+KORB_API void _arqsAdd(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsAdd_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsAdd_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsAdd_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelTwoS korb_arq_kernel_sAdd_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAdd_ctab[3];
+KORB_API void _arqdAdd(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdAdd_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdAdd_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdAdd_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelTwoD korb_arq_kernel_dAdd_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAdd_ctab[3];
+KORB_API void _arqsSub(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsSub_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsSub_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsSub_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelTwoS korb_arq_kernel_sSub_ttab[3];
+KORB_API extern const float korb_arq_kernel_sSub_ctab[3];
+KORB_API void _arqdSub(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdSub_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdSub_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdSub_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelTwoD korb_arq_kernel_dSub_ttab[3];
+KORB_API extern const float korb_arq_kernel_dSub_ctab[3];
+KORB_API void _arqsMul(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsMul_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsMul_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsMul_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelTwoS korb_arq_kernel_sMul_ttab[3];
+KORB_API extern const float korb_arq_kernel_sMul_ctab[3];
+KORB_API void _arqdMul(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdMul_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdMul_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdMul_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelTwoD korb_arq_kernel_dMul_ttab[3];
+KORB_API extern const float korb_arq_kernel_dMul_ctab[3];
+KORB_API void _arqsDiv(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsDiv_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsDiv_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsDiv_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelTwoS korb_arq_kernel_sDiv_ttab[3];
+KORB_API extern const float korb_arq_kernel_sDiv_ctab[3];
+KORB_API void _arqdDiv(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdDiv_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdDiv_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdDiv_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelTwoD korb_arq_kernel_dDiv_ttab[3];
+KORB_API extern const float korb_arq_kernel_dDiv_ctab[3];
+KORB_API void _arqsHypot(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsHypot_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsHypot_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsHypot_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelTwoS korb_arq_kernel_sHypot_ttab[3];
+KORB_API extern const float korb_arq_kernel_sHypot_ctab[3];
+KORB_API void _arqdHypot(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdHypot_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdHypot_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdHypot_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelTwoD korb_arq_kernel_dHypot_ttab[3];
+KORB_API extern const float korb_arq_kernel_dHypot_ctab[3];
+KORB_API void _arqsInv(int n, const float *a, float *r);
+KORB_API void _arqsInv_HA(int n, const float *a, float *r);
+KORB_API void _arqsInv_21(int n, const float *a, float *r);
+KORB_API void _arqsInv_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_sInv_ctab[3];
+KORB_API void _arqdInv(int n, const double *a, double *r);
+KORB_API void _arqdInv_HA(int n, const double *a, double *r);
+KORB_API void _arqdInv_50(int n, const double *a, double *r);
+KORB_API void _arqdInv_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_dInv_ctab[3];
+KORB_API void _arqsSqr(int n, const float *a, float *r);
+KORB_API void _arqsSqr_HA(int n, const float *a, float *r);
+KORB_API void _arqsSqr_21(int n, const float *a, float *r);
+KORB_API void _arqsSqr_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sSqr_ttab[3];
+KORB_API extern const float korb_arq_kernel_sSqr_ctab[3];
+KORB_API void _arqdSqr(int n, const double *a, double *r);
+KORB_API void _arqdSqr_HA(int n, const double *a, double *r);
+KORB_API void _arqdSqr_50(int n, const double *a, double *r);
+KORB_API void _arqdSqr_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dSqr_ttab[3];
+KORB_API extern const float korb_arq_kernel_dSqr_ctab[3];
+KORB_API void _arqsLinearFrac(int n, const float *a, const float *b, float scalea, float shifta,
+                              float scaleb, float shiftb, float *r);
+KORB_API void _arqsLinearFrac_HA(int n, const float *a, const float *b, float scalea, float shifta,
+                                 float scaleb, float shiftb, float *r);
+KORB_API void _arqsLinearFrac_21(int n, const float *a, const float *b, float scalea, float shifta,
+                                 float scaleb, float shiftb, float *r);
+KORB_API void _arqsLinearFrac_11(int n, const float *a, const float *b, float scalea, float shifta,
+                                 float scaleb, float shiftb, float *r);
+KORB_API extern const ArqKernelLinearFracS korb_arq_kernel_sLinearFrac_ttab[3];
+KORB_API extern const float korb_arq_kernel_sLinearFrac_ctab[3];
+KORB_API void _arqdLinearFrac(int n, const double *a, const double *b, double scalea, double shifta,
+                              double scaleb, double shiftb, double *r);
+KORB_API void _arqdLinearFrac_HA(int n, const double *a, const double *b, double scalea,
+                                 double shifta, double scaleb, double shiftb, double *r);
+KORB_API void _arqdLinearFrac_50(int n, const double *a, const double *b, double scalea,
+                                 double shifta, double scaleb, double shiftb, double *r);
+KORB_API void _arqdLinearFrac_26(int n, const double *a, const double *b, double scalea,
+                                 double shifta, double scaleb, double shiftb, double *r);
+KORB_API extern const ArqKernelLinearFracD korb_arq_kernel_dLinearFrac_ttab[3];
+KORB_API extern const float korb_arq_kernel_dLinearFrac_ctab[3];
+KORB_API int _arqsCeil(int n, const float *a, float *r);
+KORB_API int _arqsCeil_HA(int n, const float *a, float *r);
+KORB_API int _arqsCeil_21(int n, const float *a, float *r);
+KORB_API int _arqsCeil_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sCeil_ttab[3];
+KORB_API extern const float korb_arq_kernel_sCeil_ctab[3];
+KORB_API int _arqdCeil(int n, const double *a, double *r);
+KORB_API int _arqdCeil_HA(int n, const double *a, double *r);
+KORB_API int _arqdCeil_50(int n, const double *a, double *r);
+KORB_API int _arqdCeil_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dCeil_ttab[3];
+KORB_API extern const float korb_arq_kernel_dCeil_ctab[3];
+KORB_API int _arqsFloor(int n, const float *a, float *r);
+KORB_API int _arqsFloor_HA(int n, const float *a, float *r);
+KORB_API int _arqsFloor_21(int n, const float *a, float *r);
+KORB_API int _arqsFloor_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sFloor_ttab[3];
+KORB_API extern const float korb_arq_kernel_sFloor_ctab[3];
+KORB_API int _arqdFloor(int n, const double *a, double *r);
+KORB_API int _arqdFloor_HA(int n, const double *a, double *r);
+KORB_API int _arqdFloor_50(int n, const double *a, double *r);
+KORB_API int _arqdFloor_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dFloor_ttab[3];
+KORB_API extern const float korb_arq_kernel_dFloor_ctab[3];
+KORB_API int _arqsTrunc(int n, const float *a, float *r);
+KORB_API int _arqsTrunc_HA(int n, const float *a, float *r);
+KORB_API int _arqsTrunc_21(int n, const float *a, float *r);
+KORB_API int _arqsTrunc_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sTrunc_ttab[3];
+KORB_API extern const float korb_arq_kernel_sTrunc_ctab[3];
+KORB_API int _arqdTrunc(int n, const double *a, double *r);
+KORB_API int _arqdTrunc_HA(int n, const double *a, double *r);
+KORB_API int _arqdTrunc_50(int n, const double *a, double *r);
+KORB_API int _arqdTrunc_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dTrunc_ttab[3];
+KORB_API extern const float korb_arq_kernel_dTrunc_ctab[3];
+KORB_API int _arqsRound(int n, const float *a, float *r);
+KORB_API int _arqsRound_HA(int n, const float *a, float *r);
+KORB_API int _arqsRound_21(int n, const float *a, float *r);
+KORB_API int _arqsRound_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sRound_ttab[3];
+KORB_API extern const float korb_arq_kernel_sRound_ctab[3];
+KORB_API int _arqdRound(int n, const double *a, double *r);
+KORB_API int _arqdRound_HA(int n, const double *a, double *r);
+KORB_API int _arqdRound_50(int n, const double *a, double *r);
+KORB_API int _arqdRound_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dRound_ttab[3];
+KORB_API extern const float korb_arq_kernel_dRound_ctab[3];
+KORB_API int _arqsRint(int n, const float *a, float *r);
+KORB_API int _arqsRint_HA(int n, const float *a, float *r);
+KORB_API int _arqsRint_21(int n, const float *a, float *r);
+KORB_API int _arqsRint_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sRint_ttab[3];
+KORB_API extern const float korb_arq_kernel_sRint_ctab[3];
+KORB_API int _arqdRint(int n, const double *a, double *r);
+KORB_API int _arqdRint_HA(int n, const double *a, double *r);
+KORB_API int _arqdRint_50(int n, const double *a, double *r);
+KORB_API int _arqdRint_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dRint_ttab[3];
+KORB_API extern const float korb_arq_kernel_dRint_ctab[3];
+KORB_API int _arqsNearbyInt(int n, const float *a, float *r);
+KORB_API int _arqsNearbyInt_HA(int n, const float *a, float *r);
+KORB_API int _arqsNearbyInt_21(int n, const float *a, float *r);
+KORB_API int _arqsNearbyInt_11(int n, const float *a, float *r);
+KORB_API extern const ArqBitKernelS korb_arq_kernel_sNearbyInt_ttab[3];
+KORB_API extern const float korb_arq_kernel_sNearbyInt_ctab[3];
+KORB_API int _arqdNearbyInt(int n, const double *a, double *r);
+KORB_API int _arqdNearbyInt_HA(int n, const double *a, double *r);
+KORB_API int _arqdNearbyInt_50(int n, const double *a, double *r);
+KORB_API int _arqdNearbyInt_26(int n, const double *a, double *r);
+KORB_API extern const ArqBitKernelD korb_arq_kernel_dNearbyInt_ttab[3];
+KORB_API extern const float korb_arq_kernel_dNearbyInt_ctab[3];
+KORB_API int _arqsModf(int n, const float *a, float *r1, float *r2);
+KORB_API int _arqsModf_HA(int n, const float *a, float *r1, float *r2);
+KORB_API int _arqsModf_21(int n, const float *a, float *r1, float *r2);
+KORB_API int _arqsModf_11(int n, const float *a, float *r1, float *r2);
+KORB_API extern const ArqBitKernelS2 korb_arq_kernel_sModf_ttab[3];
+KORB_API extern const float korb_arq_kernel_sModf_ctab[3];
+KORB_API int _arqdModf(int n, const double *a, double *r1, double *r2);
+KORB_API int _arqdModf_HA(int n, const double *a, double *r1, double *r2);
+KORB_API int _arqdModf_50(int n, const double *a, double *r1, double *r2);
+KORB_API int _arqdModf_26(int n, const double *a, double *r1, double *r2);
+KORB_API extern const ArqBitKernelD2 korb_arq_kernel_dModf_ttab[3];
+KORB_API extern const float korb_arq_kernel_dModf_ctab[3];
+
+/*
+ * Complex elements, real part first, as the c (single) and z (double) kernels take them.
+ */
+typedef struct ArqComplexFloat {
+    float re;
+    float im;
+} ArqComplexFloat;
+typedef struct ArqComplexDouble {
+    double re;
+    double im;
+} ArqComplexDouble;
+
+/*
+ * Pack and Unpack, in every precision. Strides, mask entries and indices are 64-bit.
+ *   PackI(n, a, stride, y, flag)    y[i] = a[i * stride]
+ *   PackM(n, a, mask, y, flag)      the a[i] whose mask[i] is non-zero, in order, to y[0], y[1],
+ * ...; returns how many were written PackV(n, a, index, y, flag)     y[i] = a[index[i]] UnpackI(n,
+ * a, y, stride, flag)  y[i * stride] = a[i] UnpackM(n, a, y, mask, flag)    y[i] = the next element
+ * of a wherever mask[i] is non-zero (the other y[i] are left alone); returns how many were read
+ *   UnpackV(n, a, y, index, flag)   y[index[i]] = a[i]
+ * for i < n. Bit 0 of flag makes the indices of PackV and UnpackV 1-based (index 1 is a[0], as
+ * from Fortran); it means nothing to the others. The other bits of flag are reserved: a call with
+ * any of them set moves nothing and returns 0. The elements are moved as bits (a signalling NaN
+ * stays signalling). Unpack with repeated indices stores the last of the elements that share one.
+ */
+typedef int (*ArqPackIS)(int n, const float *a, int64_t stride, float *y, int flag);
+typedef int (*ArqPackID)(int n, const double *a, int64_t stride, double *y, int flag);
+typedef int (*ArqPackIC)(int n, const ArqComplexFloat *a, int64_t stride, ArqComplexFloat *y,
+                         int flag);
+typedef int (*ArqPackIZ)(int n, const ArqComplexDouble *a, int64_t stride, ArqComplexDouble *y,
+                         int flag);
+typedef int (*ArqPackVS)(int n, const float *a, const int64_t *selector, float *y, int flag);
+typedef int (*ArqPackVD)(int n, const double *a, const int64_t *selector, double *y, int flag);
+typedef int (*ArqPackVC)(int n, const ArqComplexFloat *a, const int64_t *selector,
+                         ArqComplexFloat *y, int flag);
+typedef int (*ArqPackVZ)(int n, const ArqComplexDouble *a, const int64_t *selector,
+                         ArqComplexDouble *y, int flag);
+typedef int (*ArqUnpackIS)(int n, const float *a, float *y, int64_t stride, int flag);
+typedef int (*ArqUnpackID)(int n, const double *a, double *y, int64_t stride, int flag);
+typedef int (*ArqUnpackIC)(int n, const ArqComplexFloat *a, ArqComplexFloat *y, int64_t stride,
+                           int flag);
+typedef int (*ArqUnpackIZ)(int n, const ArqComplexDouble *a, ArqComplexDouble *y, int64_t stride,
+                           int flag);
+typedef int (*ArqUnpackVS)(int n, const float *a, float *y, const int64_t *selector, int flag);
+typedef int (*ArqUnpackVD)(int n, const double *a, double *y, const int64_t *selector, int flag);
+typedef int (*ArqUnpackVC)(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                           const int64_t *selector, int flag);
+typedef int (*ArqUnpackVZ)(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                           const int64_t *selector, int flag);
+
+KORB_API int _arqsPackI(int n, const float *a, int64_t stride, float *y, int flag);
+KORB_API int _arqsPackI_HA(int n, const float *a, int64_t stride, float *y, int flag);
+KORB_API int _arqsPackI_21(int n, const float *a, int64_t stride, float *y, int flag);
+KORB_API int _arqsPackI_11(int n, const float *a, int64_t stride, float *y, int flag);
+KORB_API extern const ArqPackIS korb_arq_kernel_sPackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPackI_ctab[3];
+KORB_API int _arqsPackM(int n, const float *a, const int64_t *mask, float *y, int flag);
+KORB_API int _arqsPackM_HA(int n, const float *a, const int64_t *mask, float *y, int flag);
+KORB_API int _arqsPackM_21(int n, const float *a, const int64_t *mask, float *y, int flag);
+KORB_API int _arqsPackM_11(int n, const float *a, const int64_t *mask, float *y, int flag);
+KORB_API extern const ArqPackVS korb_arq_kernel_sPackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPackM_ctab[3];
+KORB_API int _arqsPackV(int n, const float *a, const int64_t *index, float *y, int flag);
+KORB_API int _arqsPackV_HA(int n, const float *a, const int64_t *index, float *y, int flag);
+KORB_API int _arqsPackV_21(int n, const float *a, const int64_t *index, float *y, int flag);
+KORB_API int _arqsPackV_11(int n, const float *a, const int64_t *index, float *y, int flag);
+KORB_API extern const ArqPackVS korb_arq_kernel_sPackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPackV_ctab[3];
+KORB_API int _arqsUnpackI(int n, const float *a, float *y, int64_t stride, int flag);
+KORB_API int _arqsUnpackI_HA(int n, const float *a, float *y, int64_t stride, int flag);
+KORB_API int _arqsUnpackI_21(int n, const float *a, float *y, int64_t stride, int flag);
+KORB_API int _arqsUnpackI_11(int n, const float *a, float *y, int64_t stride, int flag);
+KORB_API extern const ArqUnpackIS korb_arq_kernel_sUnpackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_sUnpackI_ctab[3];
+KORB_API int _arqsUnpackM(int n, const float *a, float *y, const int64_t *mask, int flag);
+KORB_API int _arqsUnpackM_HA(int n, const float *a, float *y, const int64_t *mask, int flag);
+KORB_API int _arqsUnpackM_21(int n, const float *a, float *y, const int64_t *mask, int flag);
+KORB_API int _arqsUnpackM_11(int n, const float *a, float *y, const int64_t *mask, int flag);
+KORB_API extern const ArqUnpackVS korb_arq_kernel_sUnpackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_sUnpackM_ctab[3];
+KORB_API int _arqsUnpackV(int n, const float *a, float *y, const int64_t *index, int flag);
+KORB_API int _arqsUnpackV_HA(int n, const float *a, float *y, const int64_t *index, int flag);
+KORB_API int _arqsUnpackV_21(int n, const float *a, float *y, const int64_t *index, int flag);
+KORB_API int _arqsUnpackV_11(int n, const float *a, float *y, const int64_t *index, int flag);
+KORB_API extern const ArqUnpackVS korb_arq_kernel_sUnpackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_sUnpackV_ctab[3];
+KORB_API int _arqdPackI(int n, const double *a, int64_t stride, double *y, int flag);
+KORB_API int _arqdPackI_HA(int n, const double *a, int64_t stride, double *y, int flag);
+KORB_API int _arqdPackI_50(int n, const double *a, int64_t stride, double *y, int flag);
+KORB_API int _arqdPackI_26(int n, const double *a, int64_t stride, double *y, int flag);
+KORB_API extern const ArqPackID korb_arq_kernel_dPackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPackI_ctab[3];
+KORB_API int _arqdPackM(int n, const double *a, const int64_t *mask, double *y, int flag);
+KORB_API int _arqdPackM_HA(int n, const double *a, const int64_t *mask, double *y, int flag);
+KORB_API int _arqdPackM_50(int n, const double *a, const int64_t *mask, double *y, int flag);
+KORB_API int _arqdPackM_26(int n, const double *a, const int64_t *mask, double *y, int flag);
+KORB_API extern const ArqPackVD korb_arq_kernel_dPackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPackM_ctab[3];
+KORB_API int _arqdPackV(int n, const double *a, const int64_t *index, double *y, int flag);
+KORB_API int _arqdPackV_HA(int n, const double *a, const int64_t *index, double *y, int flag);
+KORB_API int _arqdPackV_50(int n, const double *a, const int64_t *index, double *y, int flag);
+KORB_API int _arqdPackV_26(int n, const double *a, const int64_t *index, double *y, int flag);
+KORB_API extern const ArqPackVD korb_arq_kernel_dPackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPackV_ctab[3];
+KORB_API int _arqdUnpackI(int n, const double *a, double *y, int64_t stride, int flag);
+KORB_API int _arqdUnpackI_HA(int n, const double *a, double *y, int64_t stride, int flag);
+KORB_API int _arqdUnpackI_50(int n, const double *a, double *y, int64_t stride, int flag);
+KORB_API int _arqdUnpackI_26(int n, const double *a, double *y, int64_t stride, int flag);
+KORB_API extern const ArqUnpackID korb_arq_kernel_dUnpackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_dUnpackI_ctab[3];
+KORB_API int _arqdUnpackM(int n, const double *a, double *y, const int64_t *mask, int flag);
+KORB_API int _arqdUnpackM_HA(int n, const double *a, double *y, const int64_t *mask, int flag);
+KORB_API int _arqdUnpackM_50(int n, const double *a, double *y, const int64_t *mask, int flag);
+KORB_API int _arqdUnpackM_26(int n, const double *a, double *y, const int64_t *mask, int flag);
+KORB_API extern const ArqUnpackVD korb_arq_kernel_dUnpackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_dUnpackM_ctab[3];
+KORB_API int _arqdUnpackV(int n, const double *a, double *y, const int64_t *index, int flag);
+KORB_API int _arqdUnpackV_HA(int n, const double *a, double *y, const int64_t *index, int flag);
+KORB_API int _arqdUnpackV_50(int n, const double *a, double *y, const int64_t *index, int flag);
+KORB_API int _arqdUnpackV_26(int n, const double *a, double *y, const int64_t *index, int flag);
+KORB_API extern const ArqUnpackVD korb_arq_kernel_dUnpackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_dUnpackV_ctab[3];
+KORB_API int _arqcPackI(int n, const ArqComplexFloat *a, int64_t stride, ArqComplexFloat *y,
+                        int flag);
+KORB_API int _arqcPackI_HA(int n, const ArqComplexFloat *a, int64_t stride, ArqComplexFloat *y,
+                           int flag);
+KORB_API int _arqcPackI_21(int n, const ArqComplexFloat *a, int64_t stride, ArqComplexFloat *y,
+                           int flag);
+KORB_API int _arqcPackI_11(int n, const ArqComplexFloat *a, int64_t stride, ArqComplexFloat *y,
+                           int flag);
+KORB_API extern const ArqPackIC korb_arq_kernel_cPackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_cPackI_ctab[3];
+KORB_API int _arqcPackM(int n, const ArqComplexFloat *a, const int64_t *mask, ArqComplexFloat *y,
+                        int flag);
+KORB_API int _arqcPackM_HA(int n, const ArqComplexFloat *a, const int64_t *mask, ArqComplexFloat *y,
+                           int flag);
+KORB_API int _arqcPackM_21(int n, const ArqComplexFloat *a, const int64_t *mask, ArqComplexFloat *y,
+                           int flag);
+KORB_API int _arqcPackM_11(int n, const ArqComplexFloat *a, const int64_t *mask, ArqComplexFloat *y,
+                           int flag);
+KORB_API extern const ArqPackVC korb_arq_kernel_cPackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_cPackM_ctab[3];
+KORB_API int _arqcPackV(int n, const ArqComplexFloat *a, const int64_t *index, ArqComplexFloat *y,
+                        int flag);
+KORB_API int _arqcPackV_HA(int n, const ArqComplexFloat *a, const int64_t *index,
+                           ArqComplexFloat *y, int flag);
+KORB_API int _arqcPackV_21(int n, const ArqComplexFloat *a, const int64_t *index,
+                           ArqComplexFloat *y, int flag);
+KORB_API int _arqcPackV_11(int n, const ArqComplexFloat *a, const int64_t *index,
+                           ArqComplexFloat *y, int flag);
+KORB_API extern const ArqPackVC korb_arq_kernel_cPackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_cPackV_ctab[3];
+KORB_API int _arqcUnpackI(int n, const ArqComplexFloat *a, ArqComplexFloat *y, int64_t stride,
+                          int flag);
+KORB_API int _arqcUnpackI_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *y, int64_t stride,
+                             int flag);
+KORB_API int _arqcUnpackI_21(int n, const ArqComplexFloat *a, ArqComplexFloat *y, int64_t stride,
+                             int flag);
+KORB_API int _arqcUnpackI_11(int n, const ArqComplexFloat *a, ArqComplexFloat *y, int64_t stride,
+                             int flag);
+KORB_API extern const ArqUnpackIC korb_arq_kernel_cUnpackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_cUnpackI_ctab[3];
+KORB_API int _arqcUnpackM(int n, const ArqComplexFloat *a, ArqComplexFloat *y, const int64_t *mask,
+                          int flag);
+KORB_API int _arqcUnpackM_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                             const int64_t *mask, int flag);
+KORB_API int _arqcUnpackM_21(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                             const int64_t *mask, int flag);
+KORB_API int _arqcUnpackM_11(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                             const int64_t *mask, int flag);
+KORB_API extern const ArqUnpackVC korb_arq_kernel_cUnpackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_cUnpackM_ctab[3];
+KORB_API int _arqcUnpackV(int n, const ArqComplexFloat *a, ArqComplexFloat *y, const int64_t *index,
+                          int flag);
+KORB_API int _arqcUnpackV_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                             const int64_t *index, int flag);
+KORB_API int _arqcUnpackV_21(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                             const int64_t *index, int flag);
+KORB_API int _arqcUnpackV_11(int n, const ArqComplexFloat *a, ArqComplexFloat *y,
+                             const int64_t *index, int flag);
+KORB_API extern const ArqUnpackVC korb_arq_kernel_cUnpackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_cUnpackV_ctab[3];
+KORB_API int _arqzPackI(int n, const ArqComplexDouble *a, int64_t stride, ArqComplexDouble *y,
+                        int flag);
+KORB_API int _arqzPackI_HA(int n, const ArqComplexDouble *a, int64_t stride, ArqComplexDouble *y,
+                           int flag);
+KORB_API int _arqzPackI_50(int n, const ArqComplexDouble *a, int64_t stride, ArqComplexDouble *y,
+                           int flag);
+KORB_API int _arqzPackI_26(int n, const ArqComplexDouble *a, int64_t stride, ArqComplexDouble *y,
+                           int flag);
+KORB_API extern const ArqPackIZ korb_arq_kernel_zPackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_zPackI_ctab[3];
+KORB_API int _arqzPackM(int n, const ArqComplexDouble *a, const int64_t *mask, ArqComplexDouble *y,
+                        int flag);
+KORB_API int _arqzPackM_HA(int n, const ArqComplexDouble *a, const int64_t *mask,
+                           ArqComplexDouble *y, int flag);
+KORB_API int _arqzPackM_50(int n, const ArqComplexDouble *a, const int64_t *mask,
+                           ArqComplexDouble *y, int flag);
+KORB_API int _arqzPackM_26(int n, const ArqComplexDouble *a, const int64_t *mask,
+                           ArqComplexDouble *y, int flag);
+KORB_API extern const ArqPackVZ korb_arq_kernel_zPackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_zPackM_ctab[3];
+KORB_API int _arqzPackV(int n, const ArqComplexDouble *a, const int64_t *index, ArqComplexDouble *y,
+                        int flag);
+KORB_API int _arqzPackV_HA(int n, const ArqComplexDouble *a, const int64_t *index,
+                           ArqComplexDouble *y, int flag);
+KORB_API int _arqzPackV_50(int n, const ArqComplexDouble *a, const int64_t *index,
+                           ArqComplexDouble *y, int flag);
+KORB_API int _arqzPackV_26(int n, const ArqComplexDouble *a, const int64_t *index,
+                           ArqComplexDouble *y, int flag);
+KORB_API extern const ArqPackVZ korb_arq_kernel_zPackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_zPackV_ctab[3];
+KORB_API int _arqzUnpackI(int n, const ArqComplexDouble *a, ArqComplexDouble *y, int64_t stride,
+                          int flag);
+KORB_API int _arqzUnpackI_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *y, int64_t stride,
+                             int flag);
+KORB_API int _arqzUnpackI_50(int n, const ArqComplexDouble *a, ArqComplexDouble *y, int64_t stride,
+                             int flag);
+KORB_API int _arqzUnpackI_26(int n, const ArqComplexDouble *a, ArqComplexDouble *y, int64_t stride,
+                             int flag);
+KORB_API extern const ArqUnpackIZ korb_arq_kernel_zUnpackI_ttab[3];
+KORB_API extern const float korb_arq_kernel_zUnpackI_ctab[3];
+KORB_API int _arqzUnpackM(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                          const int64_t *mask, int flag);
+KORB_API int _arqzUnpackM_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                             const int64_t *mask, int flag);
+KORB_API int _arqzUnpackM_50(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                             const int64_t *mask, int flag);
+KORB_API int _arqzUnpackM_26(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                             const int64_t *mask, int flag);
+KORB_API extern const ArqUnpackVZ korb_arq_kernel_zUnpackM_ttab[3];
+KORB_API extern const float korb_arq_kernel_zUnpackM_ctab[3];
+KORB_API int _arqzUnpackV(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                          const int64_t *index, int flag);
+KORB_API int _arqzUnpackV_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                             const int64_t *index, int flag);
+KORB_API int _arqzUnpackV_50(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                             const int64_t *index, int flag);
+KORB_API int _arqzUnpackV_26(int n, const ArqComplexDouble *a, ArqComplexDouble *y,
+                             const int64_t *index, int flag);
+KORB_API extern const ArqUnpackVZ korb_arq_kernel_zUnpackV_ttab[3];
+KORB_API extern const float korb_arq_kernel_zUnpackV_ctab[3];
+
+/*
+ * Complex arithmetic (c, z). Add and Sub are componentwise IEEE operations; their LA and HA slots
+ * report overflow (ARQ_STATUS_OVERFLOW) and invalid parts (ARQ_STATUS_ERRDOM), the EP slot gives
+ * the same bits without reports. Mul and MulByConj (a * conj(b)) are accurate to 1 ulp in each
+ * part, also when the products cancel; Div is scaled so that no intermediate value overflows or
+ * underflows. Special values follow C99 Annex G (an infinite argument gives an infinite product
+ * or quotient); a result with an infinite part of finite arguments is ARQ_STATUS_OVERFLOW, a
+ * finite non-zero value divided by 0 ARQ_STATUS_SING, 0/0 and other invalid operations
+ * ARQ_STATUS_ERRDOM. Conj flips the imaginary part's sign and returns n. Abs (hypot of the
+ * parts, ARQ_STATUS_OVERFLOW when it overflows) and Arg (atan2(im, re), no status) have a real
+ * result within 1 ulp; CIS(a) = cos a + i sin a of a real argument, within the SinCos bounds, the
+ * NaN parts with ARQ_STATUS_ERRDOM for an infinite argument.
+ */
+typedef void (*ArqKernelTwoC)(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                              ArqComplexFloat *r);
+typedef void (*ArqKernelTwoZ)(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                              ArqComplexDouble *r);
+typedef int (*ArqBitKernelC)(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+typedef int (*ArqBitKernelZ)(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+typedef void (*ArqKernelToRealC)(int n, const ArqComplexFloat *a, float *r);
+typedef void (*ArqKernelToRealZ)(int n, const ArqComplexDouble *a, double *r);
+typedef void (*ArqKernelFromRealC)(int n, const float *a, ArqComplexFloat *r);
+typedef void (*ArqKernelFromRealZ)(int n, const double *a, ArqComplexDouble *r);
+
+KORB_API void _arqcAdd(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcAdd_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcAdd_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcAdd_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cAdd_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAdd_ctab[3];
+KORB_API void _arqcSub(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcSub_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcSub_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcSub_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cSub_ttab[3];
+KORB_API extern const float korb_arq_kernel_cSub_ctab[3];
+KORB_API void _arqcMul(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcMul_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcMul_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcMul_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cMul_ttab[3];
+KORB_API extern const float korb_arq_kernel_cMul_ctab[3];
+KORB_API void _arqcMulByConj(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                             ArqComplexFloat *r);
+KORB_API void _arqcMulByConj_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                                ArqComplexFloat *r);
+KORB_API void _arqcMulByConj_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                                ArqComplexFloat *r);
+KORB_API void _arqcMulByConj_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                                ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cMulByConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_cMulByConj_ctab[3];
+KORB_API void _arqcDiv(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                       ArqComplexFloat *r);
+KORB_API void _arqcDiv_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcDiv_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API void _arqcDiv_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b,
+                          ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cDiv_ttab[3];
+KORB_API extern const float korb_arq_kernel_cDiv_ctab[3];
+KORB_API int _arqcConj(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API int _arqcConj_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API int _arqcConj_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API int _arqcConj_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqBitKernelC korb_arq_kernel_cConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_cConj_ctab[3];
+KORB_API void _arqcAbs(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcAbs_HA(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcAbs_21(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcAbs_11(int n, const ArqComplexFloat *a, float *r);
+KORB_API extern const ArqKernelToRealC korb_arq_kernel_cAbs_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAbs_ctab[3];
+KORB_API void _arqcArg(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcArg_HA(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcArg_21(int n, const ArqComplexFloat *a, float *r);
+KORB_API void _arqcArg_11(int n, const ArqComplexFloat *a, float *r);
+KORB_API extern const ArqKernelToRealC korb_arq_kernel_cArg_ttab[3];
+KORB_API extern const float korb_arq_kernel_cArg_ctab[3];
+KORB_API void _arqcCIS(int n, const float *a, ArqComplexFloat *r);
+KORB_API void _arqcCIS_HA(int n, const float *a, ArqComplexFloat *r);
+KORB_API void _arqcCIS_21(int n, const float *a, ArqComplexFloat *r);
+KORB_API void _arqcCIS_11(int n, const float *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelFromRealC korb_arq_kernel_cCIS_ttab[3];
+KORB_API extern const float korb_arq_kernel_cCIS_ctab[3];
+KORB_API void _arqzAdd(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzAdd_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzAdd_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzAdd_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zAdd_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAdd_ctab[3];
+KORB_API void _arqzSub(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzSub_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzSub_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzSub_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zSub_ttab[3];
+KORB_API extern const float korb_arq_kernel_zSub_ctab[3];
+KORB_API void _arqzMul(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzMul_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzMul_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzMul_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zMul_ttab[3];
+KORB_API extern const float korb_arq_kernel_zMul_ctab[3];
+KORB_API void _arqzMulByConj(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                             ArqComplexDouble *r);
+KORB_API void _arqzMulByConj_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                                ArqComplexDouble *r);
+KORB_API void _arqzMulByConj_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                                ArqComplexDouble *r);
+KORB_API void _arqzMulByConj_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                                ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zMulByConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_zMulByConj_ctab[3];
+KORB_API void _arqzDiv(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                       ArqComplexDouble *r);
+KORB_API void _arqzDiv_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzDiv_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API void _arqzDiv_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b,
+                          ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zDiv_ttab[3];
+KORB_API extern const float korb_arq_kernel_zDiv_ctab[3];
+KORB_API int _arqzConj(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API int _arqzConj_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API int _arqzConj_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API int _arqzConj_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqBitKernelZ korb_arq_kernel_zConj_ttab[3];
+KORB_API extern const float korb_arq_kernel_zConj_ctab[3];
+KORB_API void _arqzAbs(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzAbs_HA(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzAbs_50(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzAbs_26(int n, const ArqComplexDouble *a, double *r);
+KORB_API extern const ArqKernelToRealZ korb_arq_kernel_zAbs_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAbs_ctab[3];
+KORB_API void _arqzArg(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzArg_HA(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzArg_50(int n, const ArqComplexDouble *a, double *r);
+KORB_API void _arqzArg_26(int n, const ArqComplexDouble *a, double *r);
+KORB_API extern const ArqKernelToRealZ korb_arq_kernel_zArg_ttab[3];
+KORB_API extern const float korb_arq_kernel_zArg_ctab[3];
+KORB_API void _arqzCIS(int n, const double *a, ArqComplexDouble *r);
+KORB_API void _arqzCIS_HA(int n, const double *a, ArqComplexDouble *r);
+KORB_API void _arqzCIS_50(int n, const double *a, ArqComplexDouble *r);
+KORB_API void _arqzCIS_26(int n, const double *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelFromRealZ korb_arq_kernel_zCIS_ttab[3];
+KORB_API extern const float korb_arq_kernel_zCIS_ctab[3];
 
 #ifdef __cplusplus
 }
