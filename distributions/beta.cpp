@@ -1,0 +1,272 @@
+// Beta of shapes p and q, displacement a and scale beta: a + beta X, X of density
+// x^(p-1) (1-x)^(q-1) / B(p, q) on [0, 1], so that the variates lie in [a, a + beta].
+//
+// Method 0 takes one algorithm by the shapes:
+// - q = 1: inversion, X = U^(1/p); else p = 1: X = 1 - U^(1/q). One uniform per variate.
+// - p < 1 and q < 1: Johnk (1964). Candidates x = U^(1/p), y = V^(1/q), taken when x + y <= 1,
+//   giving x / (x + y). Both are kept as logarithms, lx = ln U / p and ly = ln V / q, since for
+//   small shapes x and y underflow together: with m the larger and e = exp(-|lx - ly|), the
+//   candidate is taken when e^m (1 + e) <= 1 and gives (lx >= ly ? 1 : e) / (1 + e).
+// - p > 1 and q > 1: Cheng's BB (CACM 21, 1978), with its two squeezes.
+// - otherwise (one shape below 1, the other above): Cheng's BC. Its W = a0 e^V overflows for
+//   small b0 (V = ln(u / (1 - u)) / b0), so the algorithm runs on L = V + ln(a0 / b0), the
+//   logarithm of W / b0: b0 + W = b0 (1 + e^L), and the variate is 1 / (1 + e^-L) or
+//   1 / (1 + e^L), both finite for any L.
+// Each candidate takes a pair of uniforms from one call per round (u1 = even, u2 = odd
+// positions). The rejection algorithms decide in double whatever the output precision, and the
+// result is rounded once.
+//
+// The accurate method (0x40000000) clamps every result into [a, a + beta].
+//
+// Reproducibility: the variates are a fixed function of the stream's state, n and the
+// parameters, but the number of uniforms consumed varies, so n drawn in two calls need not give
+// the variates of one call of n. A stream that never lets a candidate through (64 empty rounds
+// in a row) ends the call with BIX_ERROR_BADARGS.
+#include "distributions/rejection.h"
+
+namespace korb::dist {
+namespace {
+
+constexpr double kLn4 = 1.3862943611198906;
+
+// A round's pairs of uniforms, u1[i] = u[2i] and u2[i] = u[2i + 1], in double.
+template <class T>
+struct Pairs {
+    alignas(64) T drawn[2 * kRoundCandidates];
+    alignas(64) double u[2 * kRoundCandidates];
+    int draw(BixStream *stream, int m) { return uniforms_in_double(stream, 2 * m, drawn, u); }
+};
+
+// The first `want` candidates whose verdict is 1, in order, into x.
+inline int take(int m, int want, const unsigned char *verdict, const double *value, double *x) {
+    int out = 0;
+    for (int i = 0; i < m && out < want; ++i) {
+        if (verdict[i] == 1) x[out++] = value[i];
+    }
+    return out;
+}
+
+// --- Johnk, both shapes below 1 ---------------------------------------------------------------
+
+struct Johnk {
+    double inv_p, inv_q;
+
+    template <class T>
+    int round(BixStream *stream, int m, int want, double *x) const {
+        Pairs<T> pairs;
+        if (int status = pairs.draw(stream, m); status < 0) return status;
+        double *l = pairs.u;
+        vm(_arqdLn, 2 * m, l, l);
+        alignas(64) double e[2 * kRoundCandidates];  // exp(-|lx - ly|), then exp(max)
+        alignas(64) unsigned char first[kRoundCandidates];
+        for (int i = 0; i < m; ++i) {
+            const double lx = l[2 * i] * inv_p, ly = l[2 * i + 1] * inv_q;
+            first[i] = lx >= ly;
+            e[i] = first[i] ? ly - lx : lx - ly;
+            e[m + i] = first[i] ? lx : ly;
+        }
+        vm(_arqdExp, 2 * m, e, e);
+        alignas(64) double value[kRoundCandidates];
+        alignas(64) unsigned char verdict[kRoundCandidates];
+        for (int i = 0; i < m; ++i) {
+            const double big = e[m + i];
+            verdict[i] = big + big * e[i] <= 1.0;
+            value[i] = (first[i] ? 1.0 : e[i]) / (1.0 + e[i]);
+        }
+        return take(m, want, verdict, value, x);
+    }
+};
+
+// --- Cheng's BB, both shapes above 1 -----------------------------------------------------------
+
+struct ChengBB {
+    double a0, b0, alpha, beta, gamma;
+    bool p_is_a0;  // p is the smaller shape: the variate is W / (b0 + W)
+
+    ChengBB(double p, double q)
+        : a0(p < q ? p : q),
+          b0(p < q ? q : p),
+          alpha(a0 + b0),
+          beta(std::sqrt((alpha - 2.0) / (2.0 * a0 * b0 - alpha))),
+          gamma(a0 + 1.0 / beta),
+          p_is_a0(p <= q) {}
+
+    template <class T>
+    int round(BixStream *stream, int m, int want, double *x) const {
+        Pairs<T> pairs;
+        if (int status = pairs.draw(stream, m); status < 0) return status;
+        const double *u = pairs.u;
+        alignas(64) double v[kRoundCandidates];
+        for (int i = 0; i < m; ++i) v[i] = u[2 * i] / (1.0 - u[2 * i]);
+        vm(_arqdLn, m, v, v);
+        alignas(64) double w[kRoundCandidates];
+        for (int i = 0; i < m; ++i) {
+            v[i] = beta * v[i];
+            w[i] = v[i];
+        }
+        vm(_arqdExp, m, w, w);
+        alignas(64) double value[kRoundCandidates], z[kRoundCandidates], s[kRoundCandidates];
+        alignas(64) unsigned char verdict[kRoundCandidates];
+        for (int i = 0; i < m; ++i) {
+            const double u1 = u[2 * i], u2 = u[2 * i + 1];
+            w[i] = a0 * w[i];
+            z[i] = u1 * u1 * u2;
+            v[i] = gamma * v[i] - kLn4;  // r of the algorithm
+            s[i] = a0 + v[i] - w[i];
+            value[i] = (p_is_a0 ? w[i] : b0) / (b0 + w[i]);
+            // u1 = 1 (a single-precision uniform rounded up) has no finite candidate.
+            verdict[i] = !(u1 < 1.0) ? 0 : s[i] + 2.609438 >= 5.0 * z[i] ? 1 : 2;
+        }
+        alignas(64) double logs[2 * kRoundCandidates];
+        alignas(64) int index[kRoundCandidates];
+        int k = 0;
+        for (int i = 0; i < m; ++i) {
+            if (verdict[i] == 2) index[k++] = i;
+        }
+        if (k > 0) {
+            for (int j = 0; j < k; ++j) {
+                logs[j] = z[index[j]];
+                logs[k + j] = alpha / (b0 + w[index[j]]);
+            }
+            vm(_arqdLn, 2 * k, logs, logs);
+            for (int j = 0; j < k; ++j) {
+                const int i = index[j];
+                const double t = logs[j];
+                verdict[i] = s[i] > t || v[i] + alpha * logs[k + j] >= t;
+            }
+        }
+        return take(m, want, verdict, value, x);
+    }
+};
+
+// --- Cheng's BC, one shape below 1 and one above ------------------------------------------------
+
+struct ChengBC {
+    double a0, b0, alpha, beta, k1, k2, ln_alpha_b0, ln_a0_b0;
+    bool p_is_a0;  // p is the larger shape: the variate is W / (b0 + W)
+
+    ChengBC(double p, double q)
+        : a0(p < q ? q : p),
+          b0(p < q ? p : q),
+          alpha(a0 + b0),
+          beta(1.0 / b0),
+          k1((1.0 + a0 - b0) * (0.0138889 + 0.0416667 * b0) / (a0 * beta - 0.777778)),
+          k2(0.25 + (0.5 + 0.25 / (1.0 + a0 - b0)) * b0),
+          ln_alpha_b0(std::log(alpha / b0)),
+          ln_a0_b0(std::log(a0 / b0)),
+          p_is_a0(p >= q) {}
+
+    template <class T>
+    int round(BixStream *stream, int m, int want, double *x) const {
+        Pairs<T> pairs;
+        if (int status = pairs.draw(stream, m); status < 0) return status;
+        const double *u = pairs.u;
+        // 0 refused, 1 taken without the last test, 2 to test; z as the test needs it.
+        alignas(64) unsigned char verdict[kRoundCandidates];
+        alignas(64) double z[kRoundCandidates];
+        for (int i = 0; i < m; ++i) {
+            const double u1 = u[2 * i], u2 = u[2 * i + 1];
+            if (u1 < 0.5) {
+                const double y = u1 * u2;
+                z[i] = u1 * y;
+                verdict[i] = 0.25 * u2 + z[i] - y >= k1 ? 0 : 2;
+            } else {
+                z[i] = u1 * u1 * u2;
+                verdict[i] = !(u1 < 1.0) ? 0 : z[i] <= 0.25 ? 1 : z[i] >= k2 ? 0 : 2;
+            }
+        }
+        alignas(64) int index[kRoundCandidates];
+        int k = 0;
+        for (int i = 0; i < m; ++i) {
+            if (verdict[i] != 0) index[k++] = i;
+        }
+        if (k == 0) return 0;
+        // V, then L = V + ln(a0 / b0) and e = exp(-|L|) for the survivors.
+        alignas(64) double v[kRoundCandidates], e[kRoundCandidates], l[kRoundCandidates];
+        for (int j = 0; j < k; ++j) v[j] = u[2 * index[j]] / (1.0 - u[2 * index[j]]);
+        vm(_arqdLn, k, v, v);
+        for (int j = 0; j < k; ++j) {
+            v[j] = beta * v[j];
+            l[j] = v[j] + ln_a0_b0;
+            e[j] = l[j] < 0.0 ? l[j] : -l[j];
+        }
+        vm(_arqdExp, k, e, e);
+        // The test: alpha (ln(alpha / (b0 + W)) + V) - ln 4 >= ln z, where
+        // ln(b0 + W) = ln b0 + max(L, 0) + ln(1 + e).
+        alignas(64) double logs[2 * kRoundCandidates];
+        for (int j = 0; j < k; ++j) {
+            logs[j] = 1.0 + e[j];
+            logs[k + j] = z[index[j]];
+        }
+        vm(_arqdLn, 2 * k, logs, logs);
+        alignas(64) double value[kRoundCandidates];
+        for (int j = 0; j < k; ++j) {
+            const int i = index[j];
+            const bool positive = l[j] >= 0.0;
+            const double softplus = (positive ? l[j] : 0.0) + logs[j];
+            if (verdict[i] == 2) {
+                const double lhs = alpha * (ln_alpha_b0 - softplus + v[j]) - kLn4;
+                verdict[i] = lhs >= logs[k + j];
+            }
+            // W / (b0 + W) = 1 / (1 + e^-L), b0 / (b0 + W) = 1 / (1 + e^L).
+            const bool one = positive == p_is_a0;
+            value[i] = (one ? 1.0 : e[j]) / (1.0 + e[j]);
+        }
+        return take(m, want, verdict, value, x);
+    }
+};
+
+// --- Inversion, a shape equal to 1 -------------------------------------------------------------
+
+// X = U^(1/p) when q = 1, else 1 - U^(1/q), over m uniforms of T.
+template <class T>
+int inversion(BixStream *stream, int m, double *x, double p, double q) {
+    alignas(64) T drawn[kRoundCandidates];
+    const int status = uniforms_in_double(stream, m, drawn, x);
+    if (status < 0) return status;
+    const bool upper = q == 1.0;
+    const double inverse = 1.0 / (upper ? p : q);
+    vm(_arqdLn, m, x, x);
+    for (int i = 0; i < m; ++i) x[i] = x[i] * inverse;
+    vm(_arqdExp, m, x, x);
+    if (!upper) {
+        for (int i = 0; i < m; ++i) x[i] = 1.0 - x[i];
+    }
+    return status;
+}
+
+template <class T>
+int beta_kernel(int method, BixStream *stream, int n, T *r, T p, T q, T a, T beta) {
+    if (n < 1) return BIX_ERROR_OK;
+    VmErrorBracket bracket(ln_of_zero<double, LnErrors::kSingularity>);
+    const double pd = p, qd = q;
+    const bool accurate = (method & BIX_RNG_METHOD_ACCURACY_FLAG) != 0;
+    const T high = a + beta;
+    alignas(64) double x[kRoundCandidates];
+    int status = BIX_ERROR_OK;
+    const Johnk johnk{1.0 / pd, 1.0 / qd};
+    const bool both_below = pd < 1.0 && qd<1.0, both_above = pd> 1.0 && qd > 1.0;
+    const ChengBB bb(both_above ? pd : 2.0, both_above ? qd : 2.0);
+    const ChengBC bc(both_above || both_below ? 0.5 : pd, both_above || both_below ? 2.0 : qd);
+    for (int k = 0; k < n;) {
+        const int m = n - k < kRoundCandidates ? n - k : kRoundCandidates;
+        if (pd == 1.0 || qd == 1.0) {
+            status = inversion<T>(stream, m, x, pd, qd);
+        } else {
+            status = fill_accepted(m, x, [&](int drawn, int want, double *out) {
+                if (both_below) return johnk.round<T>(stream, drawn, want, out);
+                if (both_above) return bb.round<T>(stream, drawn, want, out);
+                return bc.round<T>(stream, drawn, want, out);
+            });
+        }
+        if (status < 0) return status;
+        scale_out(m, x, r + k, beta, a, accurate, a, high);
+        k += m;
+    }
+    return status;
+}
+
+}  // namespace
+}  // namespace korb::dist
+
+KORB_DIST_ENTRY_POINTS(Beta, beta_kernel, p, q, a, beta)
