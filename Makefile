@@ -50,6 +50,12 @@ accuracy: build
 stream-check: build
 	./build/bin/korb_stream_check 100000000 0.001 1000000
 
+# The long goodness-of-fit run of the gamma, beta and multivariate Gaussian kernels: ten million
+# variates per case, kernel, method and precision (make test draws a million).
+gof: build
+	KORB_GOF_VARIATES=10000000 ./build/bin/korb_distributions_tests \
+	    --gtest_filter='GammaBeta/ScipyFit.*:GaussianMV/MultivariateFit.*'
+
 # Measures the vector-math cost weights on this machine and writes them into the function list.
 costs: build
 	@sh .ci/deps bench
