@@ -85,7 +85,7 @@ int gaussian_mv(int method, BixStream *stream, int n, T *r, int dimen, int mstor
     if (n < 1) return BIX_ERROR_OK;
     const int64_t d = dimen;
     // Vectors of one block: as many as the scratch holds, in whole lane groups when it holds a
-    // group; one at a time (one lane used) for a dimension beyond it.
+    // group (then transposed), else the few it holds (at least one), each worked in place.
     int64_t block = kScratch / d;
     if (block >= kLanes<T>) block -= block % kLanes<T>;
     if (block < 1) block = 1;
@@ -111,18 +111,19 @@ int gaussian_mv(int method, BixStream *stream, int n, T *r, int dimen, int mstor
     for (int64_t v = 0; v < n;) {
         const int64_t count = n - v < block ? n - v : block;
         T *x = r + v * d;
-        // A dimension beyond the scratch goes vector by vector in its own lane-wide columns.
         status = gaussian_kernel<T>(method, stream, static_cast<int>(count * d), x, T(0), T(1));
         if (status < 0) return status;
         if (d * stride > kScratch + 64) {
-            // One vector at a time, its elements one lane each: rows_product over single
-            // columns would read beyond the scratch, so the product runs on the vector itself,
-            // last row first so that every z_j is still there when a row needs it.
-            for (int64_t i = d - 1; i >= 0; --i) {
-                const T *row = t + row_offset(i, d, mstorage);
-                T acc = a[i];
-                for (int64_t j = 0; j <= i; ++j) acc = acc + row[j] * x[j];
-                x[i] = acc;
+            // Fewer vectors than a lane group fill the scratch: the product runs on each vector
+            // in place, last row first so that every z_j is still there when a row needs it.
+            for (int64_t b = 0; b < count; ++b) {
+                T *xb = x + b * d;
+                for (int64_t i = d - 1; i >= 0; --i) {
+                    const T *row = t + row_offset(i, d, mstorage);
+                    T acc = a[i];
+                    for (int64_t j = 0; j <= i; ++j) acc = acc + row[j] * xb[j];
+                    xb[i] = acc;
+                }
             }
             v += count;
             continue;
