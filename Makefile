@@ -38,6 +38,7 @@ bench: build
 	/usr/bin/python3 bench/numpy_stats.py
 	/usr/bin/python3 bench/scipy_splines.py
 	/usr/bin/python3 bench/numpy_quantiles.py
+	/usr/bin/python3 bench/numpy_gamma_beta_mv.py
 
 # The long accuracy run against MPFR: every float for the single-precision functions, then
 # 10^8 points per double function.
