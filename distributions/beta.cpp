@@ -29,22 +29,22 @@ namespace {
 
 constexpr double kLn4 = 1.3862943611198906;
 
-// A round's pairs of uniforms, u1[i] = u[2i] and u2[i] = u[2i + 1], in double.
+// A round's pairs of uniforms, drawn in one call as u1 u2 u1 u2 ..., in double and apart:
+// u1 of candidate i at u[i], its u2 at u[m + i].
 template <class T>
 struct Pairs {
     alignas(64) T drawn[2 * kRoundCandidates];
     alignas(64) double u[2 * kRoundCandidates];
-    int draw(BixStream *stream, int m) { return uniforms_in_double(stream, 2 * m, drawn, u); }
-};
-
-// The first `want` candidates whose verdict is 1, in order, into x.
-inline int take(int m, int want, const unsigned char *verdict, const double *value, double *x) {
-    int out = 0;
-    for (int i = 0; i < m && out < want; ++i) {
-        if (verdict[i] == 1) x[out++] = value[i];
+    int draw(BixStream *stream, int m) {
+        const int status = uniforms(stream, 2 * m, drawn, T(0), T(1));
+        if (status < 0) return status;
+        for (int i = 0; i < m; ++i) {
+            u[i] = static_cast<double>(drawn[2 * i]);
+            u[m + i] = static_cast<double>(drawn[2 * i + 1]);
+        }
+        return status;
     }
-    return out;
-}
+};
 
 // --- Johnk, both shapes below 1 ---------------------------------------------------------------
 
@@ -57,22 +57,25 @@ struct Johnk {
         if (int status = pairs.draw(stream, m); status < 0) return status;
         double *l = pairs.u;
         vm(_arqdLn, 2 * m, l, l);
-        alignas(64) double e[2 * kRoundCandidates];  // exp(-|lx - ly|), then exp(max)
-        alignas(64) unsigned char first[kRoundCandidates];
-        for (int i = 0; i < m; ++i) {
-            const double lx = l[2 * i] * inv_p, ly = l[2 * i + 1] * inv_q;
-            first[i] = lx >= ly;
-            e[i] = first[i] ? ly - lx : lx - ly;
-            e[m + i] = first[i] ? lx : ly;
-        }
+        alignas(64) double e[2 * kRoundCandidates];    // exp(-|lx - ly|), then exp(max)
+        alignas(64) uint64_t first[kRoundCandidates];  // lx >= ly
+        for_lanes(m, [&]<class V>(int i) {
+            const V lx = load_at<V>(l + i) * inv_p, ly = load_at<V>(l + m + i) * inv_q;
+            const simd::Bits<V> f = simd::mask<V>(lx >= ly);
+            store_at(first + i, f);
+            store_at(e + i, simd::select<V>(f, ly - lx, lx - ly));
+            store_at(e + m + i, simd::select<V>(f, lx, ly));
+        });
         vm(_arqdExp, 2 * m, e, e);
         alignas(64) double value[kRoundCandidates];
-        alignas(64) unsigned char verdict[kRoundCandidates];
-        for (int i = 0; i < m; ++i) {
-            const double big = e[m + i];
-            verdict[i] = big + big * e[i] <= 1.0;
-            value[i] = (first[i] ? 1.0 : e[i]) / (1.0 + e[i]);
-        }
+        alignas(64) uint64_t verdict[kRoundCandidates];
+        for_lanes(m, [&]<class V>(int i) {
+            const V big = load_at<V>(e + m + i), ei = load_at<V>(e + i);
+            store_at(verdict + i, simd::mask<V>(big + big * ei <= 1.0) & 1);
+            const V one = V{} + 1.0;
+            const V numerator = simd::select<V>(load_at<simd::Bits<V>>(first + i), one, ei);
+            store_at(value + i, numerator / (1.0 + ei));
+        });
         return take(m, want, verdict, value, x);
     }
 };
@@ -97,7 +100,7 @@ struct ChengBB {
         if (int status = pairs.draw(stream, m); status < 0) return status;
         const double *u = pairs.u;
         alignas(64) double v[kRoundCandidates];
-        for (int i = 0; i < m; ++i) v[i] = u[2 * i] / (1.0 - u[2 * i]);
+        for (int i = 0; i < m; ++i) v[i] = u[i] / (1.0 - u[i]);
         vm(_arqdLn, m, v, v);
         alignas(64) double w[kRoundCandidates];
         for (int i = 0; i < m; ++i) {
@@ -106,23 +109,26 @@ struct ChengBB {
         }
         vm(_arqdExp, m, w, w);
         alignas(64) double value[kRoundCandidates], z[kRoundCandidates], s[kRoundCandidates];
-        alignas(64) unsigned char verdict[kRoundCandidates];
-        for (int i = 0; i < m; ++i) {
-            const double u1 = u[2 * i], u2 = u[2 * i + 1];
-            w[i] = a0 * w[i];
-            z[i] = u1 * u1 * u2;
-            v[i] = gamma * v[i] - kLn4;  // r of the algorithm
-            s[i] = a0 + v[i] - w[i];
-            value[i] = (p_is_a0 ? w[i] : b0) / (b0 + w[i]);
+        alignas(64) uint64_t verdict[kRoundCandidates];  // 0 refused, 1 taken, 2 to test
+        for_lanes(m, [&]<class V>(int i) {
+            const V u1 = load_at<V>(u + i), u2 = load_at<V>(u + m + i);
+            const V wi = a0 * load_at<V>(w + i);
+            const V zi = u1 * u1 * u2;
+            const V ri = gamma * load_at<V>(v + i) - kLn4;
+            const V si = a0 + ri - wi;
+            store_at(w + i, wi);
+            store_at(z + i, zi);
+            store_at(v + i, ri);
+            store_at(s + i, si);
+            store_at(value + i, (p_is_a0 ? wi : V{} + b0) / (b0 + wi));
             // u1 = 1 (a single-precision uniform rounded up) has no finite candidate.
-            verdict[i] = !(u1 < 1.0) ? 0 : s[i] + 2.609438 >= 5.0 * z[i] ? 1 : 2;
-        }
+            const simd::Bits<V> finite = simd::mask<V>(u1 < 1.0);
+            const simd::Bits<V> squeezed = simd::mask<V>(si + 2.609438 >= 5.0 * zi);
+            store_at(verdict + i, finite & (2 - (squeezed & 1)));
+        });
         alignas(64) double logs[2 * kRoundCandidates];
         alignas(64) int index[kRoundCandidates];
-        int k = 0;
-        for (int i = 0; i < m; ++i) {
-            if (verdict[i] == 2) index[k++] = i;
-        }
+        const int k = select(m, verdict, 2, index);
         if (k > 0) {
             for (int j = 0; j < k; ++j) {
                 logs[j] = z[index[j]];
@@ -161,29 +167,36 @@ struct ChengBC {
         Pairs<T> pairs;
         if (int status = pairs.draw(stream, m); status < 0) return status;
         const double *u = pairs.u;
-        // 0 refused, 1 taken without the last test, 2 to test; z as the test needs it.
-        alignas(64) unsigned char verdict[kRoundCandidates];
+        // 0 refused, 1 taken without the last test, 2 to test; z as the test needs it. Both
+        // halves are computed and one kept, without a branch on the candidate.
+        alignas(64) uint64_t verdict[kRoundCandidates];
         alignas(64) double z[kRoundCandidates];
-        for (int i = 0; i < m; ++i) {
-            const double u1 = u[2 * i], u2 = u[2 * i + 1];
-            if (u1 < 0.5) {
-                const double y = u1 * u2;
-                z[i] = u1 * y;
-                verdict[i] = 0.25 * u2 + z[i] - y >= k1 ? 0 : 2;
-            } else {
-                z[i] = u1 * u1 * u2;
-                verdict[i] = !(u1 < 1.0) ? 0 : z[i] <= 0.25 ? 1 : z[i] >= k2 ? 0 : 2;
-            }
-        }
+        for_lanes(m, [&]<class V>(int i) {
+            using B = simd::Bits<V>;
+            const V u1 = load_at<V>(u + i), u2 = load_at<V>(u + m + i);
+            const V y = u1 * u2;
+            const V z_low = u1 * y;
+            const B low_verdict = ~simd::mask<V>(0.25 * u2 + z_low - y >= k1) & 2;
+            const V z_high = u1 * u1 * u2;
+            // !(u1 < 1) ? 0 : z <= 1/4 ? 1 : z >= k2 ? 0 : 2
+            const B in_range = simd::mask<V>(u1 < 1.0);
+            const B quarter = simd::mask<V>(z_high <= 0.25);
+            const B beyond = simd::mask<V>(z_high >= k2);
+            const B high_verdict = in_range & ((quarter & 1) | (~quarter & ~beyond & 2));
+            const B low = simd::mask<V>(u1 < 0.5);
+            store_at(z + i, simd::select<V>(low, z_low, z_high));
+            store_at(verdict + i, (low & low_verdict) | (~low & high_verdict));
+        });
         alignas(64) int index[kRoundCandidates];
         int k = 0;
         for (int i = 0; i < m; ++i) {
-            if (verdict[i] != 0) index[k++] = i;
+            index[k] = i;
+            k += verdict[i] != 0;
         }
         if (k == 0) return 0;
         // V, then L = V + ln(a0 / b0) and e = exp(-|L|) for the survivors.
         alignas(64) double v[kRoundCandidates], e[kRoundCandidates], l[kRoundCandidates];
-        for (int j = 0; j < k; ++j) v[j] = u[2 * index[j]] / (1.0 - u[2 * index[j]]);
+        for (int j = 0; j < k; ++j) v[j] = u[index[j]] / (1.0 - u[index[j]]);
         vm(_arqdLn, k, v, v);
         for (int j = 0; j < k; ++j) {
             v[j] = beta * v[j];
@@ -204,10 +217,8 @@ struct ChengBC {
             const int i = index[j];
             const bool positive = l[j] >= 0.0;
             const double softplus = (positive ? l[j] : 0.0) + logs[j];
-            if (verdict[i] == 2) {
-                const double lhs = alpha * (ln_alpha_b0 - softplus + v[j]) - kLn4;
-                verdict[i] = lhs >= logs[k + j];
-            }
+            const double lhs = alpha * (ln_alpha_b0 - softplus + v[j]) - kLn4;
+            verdict[i] = verdict[i] == 2 ? lhs >= logs[k + j] : verdict[i];
             // W / (b0 + W) = 1 / (1 + e^-L), b0 / (b0 + W) = 1 / (1 + e^L).
             const bool one = positive == p_is_a0;
             value[i] = (one ? 1.0 : e[j]) / (1.0 + e[j]);
@@ -245,7 +256,8 @@ int beta_kernel(int method, BixStream *stream, int n, T *r, T p, T q, T a, T bet
     alignas(64) double x[kRoundCandidates];
     int status = BIX_ERROR_OK;
     const Johnk johnk{1.0 / pd, 1.0 / qd};
-    const bool both_below = pd < 1.0 && qd<1.0, both_above = pd> 1.0 && qd > 1.0;
+    const bool both_below = pd < 1.0 && qd < 1.0;
+    const bool both_above = pd > 1.0 && qd > 1.0;
     const ChengBB bb(both_above ? pd : 2.0, both_above ? qd : 2.0);
     const ChengBC bc(both_above || both_below ? 0.5 : pd, both_above || both_below ? 2.0 : qd);
     for (int k = 0; k < n;) {

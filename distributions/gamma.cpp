@@ -30,6 +30,17 @@
 namespace korb::dist {
 namespace {
 
+// The normals as doubles: themselves in double precision, widened into `wide` in single.
+template <class T>
+const double *normals_in_double(int m, const T *normals, double *wide) {
+    if constexpr (sizeof(T) == sizeof(double)) {
+        return normals;
+    } else {
+        for (int i = 0; i < m; ++i) wide[i] = static_cast<double>(normals[i]);
+        return wide;
+    }
+}
+
 struct Squeeze {
     double d, c;
     explicit Squeeze(double shape) : d(shape - 1.0 / 3.0), c(1.0 / std::sqrt(9.0 * d)) {}
@@ -42,34 +53,32 @@ int squeeze_round(BixStream *stream, const Squeeze &sq, int m, int want, double 
     alignas(64) T normals[kRoundCandidates];
     alignas(64) T drawn[kRoundCandidates];
     alignas(64) double u[kRoundCandidates];
+    alignas(64) double wide[kRoundCandidates];   // the normals in double
     alignas(64) double value[kRoundCandidates];  // d v
     alignas(64) double s[kRoundCandidates];
-    alignas(64) double z[kRoundCandidates];
-    alignas(64) unsigned char verdict[kRoundCandidates];  // 0 refused, 1 taken, 2 to test
+    alignas(64) uint64_t verdict[kRoundCandidates];  // 0 refused, 1 taken, 2 to test
     int status =
         gaussian_kernel<T>(BIX_RNG_METHOD_GAUSSIAN_BOXMULLER2, stream, m, normals, T(0), T(1));
     if (status < 0) return status;
     status = uniforms_in_double(stream, m, drawn, u);
     if (status < 0) return status;
+    const double *z = normals_in_double(m, normals, wide);
 
     const double d = sq.d, c = sq.c;
-    for (int i = 0; i < m; ++i) {
-        const double zi = static_cast<double>(normals[i]);
-        const double si = 1.0 + c * zi;
-        const double z2 = zi * zi;
-        z[i] = zi;
-        s[i] = si;
-        value[i] = d * (si * si * si);
-        const bool squeezed = u[i] < 1.0 - 0.0331 * (z2 * z2);
-        verdict[i] = si <= 0.0 ? 0 : squeezed ? 1 : 2;
-    }
+    for_lanes(m, [&]<class V>(int i) {
+        const V zi = load_at<V>(z + i);
+        const V si = 1.0 + c * zi;
+        const V z2 = zi * zi;
+        store_at(s + i, si);
+        store_at(value + i, d * (si * si * si));
+        const simd::Bits<V> squeezed = simd::mask<V>(load_at<V>(u + i) < 1.0 - 0.0331 * (z2 * z2));
+        const simd::Bits<V> positive = ~simd::mask<V>(si <= 0.0);
+        store_at(verdict + i, positive & (2 - (squeezed & 1)));
+    });
     // The rest are tested on ln u and ln s, over the packed survivors.
     alignas(64) double logs[2 * kRoundCandidates];
     alignas(64) int index[kRoundCandidates];
-    int k = 0;
-    for (int i = 0; i < m; ++i) {
-        if (verdict[i] == 2) index[k++] = i;
-    }
+    const int k = select(m, verdict, 2, index);
     if (k > 0) {
         for (int j = 0; j < k; ++j) {
             logs[j] = u[index[j]];
@@ -81,14 +90,10 @@ int squeeze_round(BixStream *stream, const Squeeze &sq, int m, int want, double 
             const double t = s[i] - 1.0;
             const double bound =
                 0.5 * (z[i] * z[i]) + d * (3.0 * logs[k + j] - t * (3.0 + t * (3.0 + t)));
-            verdict[i] = logs[j] < bound ? 1 : 0;
+            verdict[i] = logs[j] < bound;
         }
     }
-    int out = 0;
-    for (int i = 0; i < m && out < want; ++i) {
-        if (verdict[i] == 1) x[out++] = value[i];
-    }
-    return out;
+    return take(m, want, verdict, value, x);
 }
 
 template <class T>

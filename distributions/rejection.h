@@ -11,8 +11,11 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
+#include <type_traits>
 
 #include "distributions/frame.h"
+#include "frame/simd.h"
 
 namespace korb::dist {
 
@@ -63,6 +66,62 @@ int fill_accepted(int m, double *x, Round &&round) {
         got += accepted;
     }
     return BIX_ERROR_OK;
+}
+
+// The decisions of a round run on whole native vectors of doubles, without a branch on the
+// candidates (whose outcomes are random, so that branches would be mispredicted half the time):
+// body<V>(i) handles candidates i .. i + lanes - 1 with V = simd::Vec<double>, and the last few
+// one at a time with V = double. The body is the same template for both, so a candidate gives
+// the same bits in either. Verdicts and flags are lane masks or small counts in uint64_t lanes.
+template <class Body>
+[[gnu::always_inline]] inline void for_lanes(int m, Body &&body) {
+    using V = simd::Vec<double>;
+    constexpr int kLanes = simd::kCount<V>;
+    int i = 0;
+    for (; i + kLanes <= m; i += kLanes) body.template operator()<V>(i);
+    for (; i < m; ++i) body.template operator()<double>(i);
+}
+
+template <class V, class E>
+[[gnu::always_inline]] inline V load_at(const E *p) {
+    if constexpr (std::is_arithmetic_v<V>) {
+        return *p;
+    } else {
+        return simd::load_lanes(p);
+    }
+}
+
+template <class E, class V>
+[[gnu::always_inline]] inline void store_at(E *p, V v) {
+    if constexpr (std::is_arithmetic_v<V>) {
+        *p = v;
+    } else {
+        simd::store_lanes(p, v);
+    }
+}
+
+// The first `want` (at least 1) candidates whose verdict is 1, in order, into x (room for want);
+// returns how many there were. Without a branch on the verdicts, which are random: each value is
+// written at the next place and kept by advancing past it.
+inline int take(int m, int want, const uint64_t *verdict, const double *value, double *x) {
+    int out = 0;
+    for (int i = 0; i < m; ++i) {
+        x[out] = value[i];
+        out += verdict[i] == 1;
+        if (out == want) break;
+    }
+    return out;
+}
+
+// The positions of the candidates whose verdict is `which`, in order, into index; returns
+// their count. Branch-free, as take().
+inline int select(int m, const uint64_t *verdict, uint64_t which, int *index) {
+    int k = 0;
+    for (int i = 0; i < m; ++i) {
+        index[k] = i;
+        k += verdict[i] == which;
+    }
+    return k;
 }
 
 // n Gaussian variates of mean a and standard deviation sigma by Gaussian `method`, through the
