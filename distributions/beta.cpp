@@ -138,7 +138,7 @@ struct ChengBB {
             for (int j = 0; j < k; ++j) {
                 const int i = index[j];
                 const double t = logs[j];
-                verdict[i] = s[i] > t || v[i] + alpha * logs[k + j] >= t;
+                verdict[i] = (s[i] > t) | (v[i] + alpha * logs[k + j] >= t);  // no branch
             }
         }
         return take(m, want, verdict, value, x);
