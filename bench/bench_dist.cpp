@@ -230,7 +230,8 @@ const bool registered = [] {
 //
 // BM_korb_case/<p><Kernel>/<case>/<n>: the shapes of the comparison (gamma alpha 0.5, 2, 100;
 // beta (0.5, 0.5), (2, 3), (50, 50); multivariate Gaussian of dimension 4 with n = 10^6 vectors
-// and of dimension 100 with n = 10^4 vectors, a full lower-triangular factor), beside GSL's
+// and of dimension 100 with n = 10^4 vectors, a full lower-triangular factor, normals by
+// methods 0 and 1), method 0 otherwise, beside GSL's
 // gsl_ran_gamma, gsl_ran_beta and gsl_ran_multivariate_gaussian, libstdc++'s gamma_distribution
 // and Boost.Random's gamma_distribution and beta_distribution, each on its library's MT19937.
 // Items are numbers (a vector of dimension d counts d).
@@ -246,7 +247,7 @@ std::vector<double> bench_factor(int d) {
 
 template <class T>
 void add_case(const char *id, const std::string &label, std::vector<double> p, int n,
-              std::vector<std::vector<double>> arrays = {}, int per_variate = 1) {
+              std::vector<std::vector<double>> arrays = {}, int per_variate = 1, int method = 0) {
     const int e = list::index_of(id);
     const list::Kernels &k = list::kKernels[e];
     const std::string name =
@@ -260,9 +261,9 @@ void add_case(const char *id, const std::string &label, std::vector<double> p, i
         }
         const list::Params params(p.data(), at);
         if constexpr (sizeof(T) == 8) {
-            BM_korb_dist<T>(state, k.d, 0, params, per_variate);
+            BM_korb_dist<T>(state, k.d, method, params, per_variate);
         } else {
-            BM_korb_dist<T>(state, k.s, 0, params, per_variate);
+            BM_korb_dist<T>(state, k.s, method, params, per_variate);
         }
     })->Arg(n);
 }
@@ -277,10 +278,13 @@ void add_cases() {
                     "p_" + std::to_string(p).substr(0, 4) + "_q_" + std::to_string(q).substr(0, 4),
                     {p, q, 0, 1}, 1000000);
     }
+    // The normals by Box-Muller (method 0) and by its both-variates form (method 1).
     for (int d : {4, 100}) {
-        add_case<T>("GaussianMV", "dimen_" + std::to_string(d), {double(d), 0},
-                    d == 4 ? 1000000 : 10000,
-                    {{}, {}, std::vector<double>(d, 1.0), bench_factor(d)}, d);
+        for (auto [method, name] : {std::pair{0, "boxmuller"}, {1, "boxmuller2"}}) {
+            add_case<T>("GaussianMV", "dimen_" + std::to_string(d) + "/" + name, {double(d), 0},
+                        d == 4 ? 1000000 : 10000,
+                        {{}, {}, std::vector<double>(d, 1.0), bench_factor(d)}, d, method);
+        }
     }
 }
 

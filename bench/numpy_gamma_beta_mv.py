@@ -7,7 +7,8 @@ The cases of korb_bench's BM_korb_case rows: gamma of shape 0.5, 2 and 100, beta
 covariance T T'. numpy draws with Generator(PCG64).gamma, .beta and .multivariate_normal
 (method="cholesky", so that it factors once per call and does no SVD); korb through ctypes on
 the kernel library of the build tree (build/lib/libkorb_def.so, or the path in KORB_LIB), on an
-MCG31M1 stream, method 0, into preallocated arrays. Prints the median processor time of the
+MCG31M1 stream, method 0 (the multivariate Gaussian also with method 1, its normals by
+Box-Muller with both variates), into preallocated arrays. Prints the median processor time of the
 process for each over REPEATS runs (as korb_bench's rates, so that other work on a shared machine
 does not count; numpy's matrix product may use several threads, whose time all counts), million
 numbers per second, and the ratio numpy / korb (above 1: korb faster).
@@ -69,7 +70,7 @@ def bench_factor(d):
 
 def row(label, numbers, numpy_s, korb):
     """One line: the case, numpy's time and rate, then korb's per precision with its ratio."""
-    cells = [f"{label:<21} numpy {numpy_s * 1e3:7.2f} ms {numbers / numpy_s / 1e6:7.1f} M/s"]
+    cells = [f"{label:<24} numpy {numpy_s * 1e3:7.2f} ms {numbers / numpy_s / 1e6:7.1f} M/s"]
     for letter, seconds in korb:
         cells.append(f"korb {letter} {seconds * 1e3:7.2f} ms {numbers / seconds / 1e6:7.1f} M/s "
                      f"x{numpy_s / seconds:5.2f}")
@@ -102,15 +103,16 @@ def main():
         mean = np.ones(d)
         numpy_s = median_seconds(
             lambda: gen.multivariate_normal(mean, cov, size=vectors, method="cholesky"))
-        korb = []
-        for k, dtype in (("d", np.float64), ("s", np.float32)):
-            a = mean.astype(dtype)
-            tk = np.ascontiguousarray(t.astype(dtype))
-            r = np.empty(vectors * d, dtype=dtype)
-            korb.append((k, median_seconds(
-                lambda: kernels[k][2](0, stream, vectors, r.ctypes.data, d, 0, a.ctypes.data,
-                                      tk.ctypes.data))))
-        row(f"gaussian-mv dimen {d}", vectors * d, numpy_s, korb)
+        for method in (0, 1):
+            korb = []
+            for k, dtype in (("d", np.float64), ("s", np.float32)):
+                a = mean.astype(dtype)
+                tk = np.ascontiguousarray(t.astype(dtype))
+                r = np.empty(vectors * d, dtype=dtype)
+                korb.append((k, median_seconds(
+                    lambda: kernels[k][2](method, stream, vectors, r.ctypes.data, d, 0,
+                                          a.ctypes.data, tk.ctypes.data))))
+            row(f"gaussian-mv {d} method {method}", vectors * d, numpy_s, korb)
 
 
 if __name__ == "__main__":
