@@ -171,6 +171,7 @@ struct ChengBC {
         // halves are computed and one kept, without a branch on the candidate.
         alignas(64) uint64_t verdict[kRoundCandidates];
         alignas(64) double z[kRoundCandidates];
+        alignas(64) double value[kRoundCandidates];  // set for the survivors below
         for_lanes(m, [&]<class V>(int i) {
             using B = simd::Bits<V>;
             const V u1 = load_at<V>(u + i), u2 = load_at<V>(u + m + i);
@@ -186,6 +187,7 @@ struct ChengBC {
             const B low = simd::mask<V>(u1 < 0.5);
             store_at(z + i, simd::select<V>(low, z_low, z_high));
             store_at(verdict + i, (low & low_verdict) | (~low & high_verdict));
+            store_at(value + i, V{});
         });
         alignas(64) int index[kRoundCandidates];
         int k = 0;
@@ -198,11 +200,13 @@ struct ChengBC {
         alignas(64) double v[kRoundCandidates], e[kRoundCandidates], l[kRoundCandidates];
         for (int j = 0; j < k; ++j) v[j] = u[index[j]] / (1.0 - u[index[j]]);
         vm(_arqdLn, k, v, v);
-        for (int j = 0; j < k; ++j) {
-            v[j] = beta * v[j];
-            l[j] = v[j] + ln_a0_b0;
-            e[j] = l[j] < 0.0 ? l[j] : -l[j];
-        }
+        for_lanes(k, [&]<class V>(int j) {
+            const V vj = beta * load_at<V>(v + j);
+            const V lj = vj + ln_a0_b0;
+            store_at(v + j, vj);
+            store_at(l + j, lj);
+            store_at(e + j, simd::select<V>(simd::mask<V>(lj < 0.0), lj, -lj));
+        });
         vm(_arqdExp, k, e, e);
         // The test: alpha (ln(alpha / (b0 + W)) + V) - ln 4 >= ln z, where
         // ln(b0 + W) = ln b0 + max(L, 0) + ln(1 + e).
@@ -212,16 +216,23 @@ struct ChengBC {
             logs[k + j] = z[index[j]];
         }
         vm(_arqdLn, 2 * k, logs, logs);
-        alignas(64) double value[kRoundCandidates];
+        alignas(64) uint64_t passed[kRoundCandidates];
+        alignas(64) double ratio[kRoundCandidates];
+        for_lanes(k, [&]<class V>(int j) {
+            using B = simd::Bits<V>;
+            const V lj = load_at<V>(l + j), ej = load_at<V>(e + j);
+            const B positive = simd::mask<V>(lj >= 0.0);
+            const V softplus = simd::select<V>(positive, lj, V{}) + load_at<V>(logs + j);
+            const V lhs = alpha * (ln_alpha_b0 - softplus + load_at<V>(v + j)) - kLn4;
+            store_at(passed + j, simd::mask<V>(lhs >= load_at<V>(logs + k + j)) & 1);
+            // W / (b0 + W) = 1 / (1 + e^-L), b0 / (b0 + W) = 1 / (1 + e^L).
+            const B one = p_is_a0 ? positive : ~positive;
+            store_at(ratio + j, simd::select<V>(one, V{} + 1.0, ej) / (1.0 + ej));
+        });
         for (int j = 0; j < k; ++j) {
             const int i = index[j];
-            const bool positive = l[j] >= 0.0;
-            const double softplus = (positive ? l[j] : 0.0) + logs[j];
-            const double lhs = alpha * (ln_alpha_b0 - softplus + v[j]) - kLn4;
-            verdict[i] = verdict[i] == 2 ? lhs >= logs[k + j] : verdict[i];
-            // W / (b0 + W) = 1 / (1 + e^-L), b0 / (b0 + W) = 1 / (1 + e^L).
-            const bool one = positive == p_is_a0;
-            value[i] = (one ? 1.0 : e[j]) / (1.0 + e[j]);
+            verdict[i] = verdict[i] == 2 ? passed[j] : verdict[i];
+            value[i] = ratio[j];
         }
         return take(m, want, verdict, value, x);
     }
