@@ -154,9 +154,11 @@ inline void scale_out(int n, const double *x, T *r, T beta, T a, bool clamp_ends
     }
 }
 
-// The uniforms of one round in double: 2m of T drawn in one call into `drawn`, widened into u.
+// The uniforms of one round in double: `count` of T drawn in one call, into u directly in double
+// precision, else into `drawn` and widened into u.
 template <class T>
 inline int uniforms_in_double(BixStream *stream, int count, T *drawn, double *u) {
+    if constexpr (sizeof(T) == sizeof(double)) return uniforms(stream, count, u, 0.0, 1.0);
     const int status = uniforms(stream, count, drawn, T(0), T(1));
     if (status < 0) return status;
     for (int i = 0; i < count; ++i) u[i] = static_cast<double>(drawn[i]);
