@@ -61,7 +61,7 @@ def kept(edge, ends, dtype):
     if abs(edge) <= 1024 * float(info.tiny):
         return False
     for end in ends:
-        if end != 0 and abs(edge - end) < 1024 * float(np.spacing(dtype(end))):
+        if end != 0 and abs(edge - end) < 1024 * abs(float(np.spacing(dtype(end)))):
             return False
     return True
 
