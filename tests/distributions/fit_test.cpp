@@ -264,7 +264,9 @@ void expect_mv_fit(const MvCase &c, int method) {
             } else {
                 value = x[j];
                 mean[j] += value;
-                if (v == 0) ASSERT_EQ(x[j], static_cast<T>(c.a[j])) << "element " << j;
+                if (v == 0) {
+                    ASSERT_EQ(x[j], static_cast<T>(c.a[j])) << "element " << j;
+                }
             }
             u[k] = v > 0 ? uniform(value, m, v) : 0.5;
         }
