@@ -20,7 +20,13 @@
 #include <gsl/gsl_randist.h>
 #include <gsl/gsl_rng.h>
 #endif
+#ifdef KORB_BENCH_HAVE_GSL
+#include <gsl/gsl_matrix.h>
+#include <gsl/gsl_vector.h>
+#endif
 #if __has_include(<boost/random/normal_distribution.hpp>)
+#include <boost/random/beta_distribution.hpp>
+#include <boost/random/gamma_distribution.hpp>
 #include <boost/random/mersenne_twister.hpp>
 #include <boost/random/normal_distribution.hpp>
 #define KORB_BENCH_HAVE_BOOST 1
@@ -36,20 +42,54 @@ void finish(benchmark::State &state, const std::vector<T> &r) {
     state.counters["checksum"] = static_cast<double>(r[r.size() / 2]) + r.back();
 }
 
-// The kernel filling r with n variates, again and again, on one stream.
+// The kernel filling r with n variates (of `per_variate` numbers each), again and again, on
+// one stream. Items are numbers.
 template <class T, class Kernel>
-void BM_korb_dist(benchmark::State &state, Kernel kernel, int method, const double *p) {
+void BM_korb_dist(benchmark::State &state, Kernel kernel, int method, list::Params p,
+                  int per_variate = 1) {
     BixStream *s = nullptr;
     const uint32_t seed = 7;
     __bixNewStreamEx(&s, BIX_BRNG_MCG31M1, 1, &seed);
-    std::vector<T> r(static_cast<size_t>(state.range(0)));
+    const int n = static_cast<int>(state.range(0));
+    std::vector<T> r(static_cast<size_t>(n) * per_variate);
     for (auto _ : state) {
-        kernel(method, s, static_cast<int>(r.size()), r.data(), p);
+        kernel(method, s, n, r.data(), p);
         benchmark::ClobberMemory();
     }
     finish(state, r);
     __bixDeleteStream(&s);
 }
+
+// The array parameters of entry e for the scalar values p, in precision T: a vector's default
+// in every element, a matrix's default times the identity in the storage p names.
+template <class T>
+struct DefaultArrays {
+    std::vector<T> data[list::kMaxParams];
+    const void *at[list::kMaxParams] = {};
+
+    DefaultArrays(const list::Entry &e, const double *p) {
+        for (int k = 0; k < e.param_count; ++k) {
+            const list::Param &param = e.params[k];
+            if (param.type != list::Type::kRealArray) continue;
+            const int64_t count = list::length(param, 0, p);
+            if (param.length.kind == list::Length::kMatrix) {
+                const auto d = static_cast<int64_t>(p[param.length.param]);
+                const auto storage = static_cast<int>(p[param.length.storage]);
+                for (int64_t i = 0; i < d; ++i) {
+                    for (int64_t j = 0; j < d; ++j) {
+                        const T x = i == j ? static_cast<T>(param.fallback) : T(0);
+                        if (storage == 0 || (storage == 1 && j <= i) || (storage == 2 && j == i)) {
+                            data[k].push_back(x);
+                        }
+                    }
+                }
+            } else {
+                data[k].assign(static_cast<size_t>(count), static_cast<T>(param.fallback));
+            }
+            at[k] = data[k].data();
+        }
+    }
+};
 
 // A peer drawing one variate at a time with draw().
 template <class Draw>
@@ -161,14 +201,15 @@ void add(const list::Entry &e, const char *precision, Kernel kernel) {
         const std::string name =
             std::string("BM_korb_dist/") + precision + e.kernel + "/" + e.methods[m].name;
         const int method = e.methods[m].id;
-        benchmark::RegisterBenchmark(name.c_str(),
-                                     [&e, kernel, method](benchmark::State &state) {
-                                         double p[list::kMaxParams];
-                                         for (int k = 0; k < e.param_count; ++k) {
-                                             p[k] = e.params[k].fallback;
-                                         }
-                                         BM_korb_dist<T>(state, kernel, method, p);
-                                     })
+        benchmark::RegisterBenchmark(
+            name.c_str(),
+            [&e, kernel, method](benchmark::State &state) {
+                double p[list::kMaxParams];
+                for (int k = 0; k < e.param_count; ++k) p[k] = e.params[k].fallback;
+                const DefaultArrays<T> arrays(e, p);
+                const int per_variate = e.dimension >= 0 ? static_cast<int>(p[e.dimension]) : 1;
+                BM_korb_dist<T>(state, kernel, method, list::Params(p, arrays.at), per_variate);
+            })
             ->Arg(1000)
             ->Arg(1000000);
     }
@@ -184,5 +225,145 @@ const bool registered = [] {
     }
     return true;
 }();
+
+// --- Gamma, beta and the multivariate Gaussian beside their peers -----------------------------
+//
+// BM_korb_case/<p><Kernel>/<case>/<n>: the shapes of the comparison (gamma alpha 0.5, 2, 100;
+// beta (0.5, 0.5), (2, 3), (50, 50); multivariate Gaussian of dimension 4 with n = 10^6 vectors
+// and of dimension 100 with n = 10^4 vectors, a full lower-triangular factor, normals by
+// methods 0 and 1), method 0 otherwise, beside GSL's
+// gsl_ran_gamma, gsl_ran_beta and gsl_ran_multivariate_gaussian, libstdc++'s gamma_distribution
+// and Boost.Random's gamma_distribution and beta_distribution, each on its library's MT19937.
+// Items are numbers (a vector of dimension d counts d).
+
+// A full lower-triangular factor of dimension d with a dominant diagonal, row-major.
+std::vector<double> bench_factor(int d) {
+    std::vector<double> t(static_cast<size_t>(d) * d, 0.0);
+    for (int i = 0; i < d; ++i) {
+        for (int j = 0; j <= i; ++j) t[i * d + j] = i == j ? 1.0 + 0.01 * i : 0.3 / (1 + i - j);
+    }
+    return t;
+}
+
+template <class T>
+void add_case(const char *id, const std::string &label, std::vector<double> p, int n,
+              std::vector<std::vector<double>> arrays = {}, int per_variate = 1, int method = 0) {
+    const int e = list::index_of(id);
+    const list::Kernels &k = list::kKernels[e];
+    const std::string name =
+        std::string("BM_korb_case/") + (sizeof(T) == 8 ? "d" : "s") + id + "/" + label;
+    benchmark::RegisterBenchmark(name.c_str(), [=, &k](benchmark::State &state) {
+        std::vector<std::vector<T>> typed;
+        const void *at[list::kMaxParams] = {};
+        for (size_t j = 0; j < arrays.size(); ++j) {
+            typed.emplace_back(arrays[j].begin(), arrays[j].end());
+            at[j] = typed.back().data();
+        }
+        const list::Params params(p.data(), at);
+        if constexpr (sizeof(T) == 8) {
+            BM_korb_dist<T>(state, k.d, method, params, per_variate);
+        } else {
+            BM_korb_dist<T>(state, k.s, method, params, per_variate);
+        }
+    })->Arg(n);
+}
+
+template <class T>
+void add_cases() {
+    for (double alpha : {0.5, 2.0, 100.0}) {
+        add_case<T>("Gamma", "alpha_" + std::to_string(alpha).substr(0, 5), {alpha, 0, 1}, 1000000);
+    }
+    for (auto [p, q] : {std::pair{0.5, 0.5}, {2.0, 3.0}, {50.0, 50.0}}) {
+        add_case<T>("Beta",
+                    "p_" + std::to_string(p).substr(0, 4) + "_q_" + std::to_string(q).substr(0, 4),
+                    {p, q, 0, 1}, 1000000);
+    }
+    // The normals by Box-Muller (method 0) and by its both-variates form (method 1).
+    for (int d : {4, 100}) {
+        for (auto [method, name] : {std::pair{0, "boxmuller"}, {1, "boxmuller2"}}) {
+            add_case<T>("GaussianMV", "dimen_" + std::to_string(d) + "/" + name, {double(d), 0},
+                        d == 4 ? 1000000 : 10000,
+                        {{}, {}, std::vector<double>(d, 1.0), bench_factor(d)}, d, method);
+        }
+    }
+}
+
+const bool cases_registered = [] {
+    add_cases<double>();
+    add_cases<float>();
+    return true;
+}();
+
+BENCHMARK_CAPTURE(BM_libstdcxx, gamma_0_5, std::gamma_distribution<double>(0.5))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, gamma_2, std::gamma_distribution<double>(2.0))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_libstdcxx, gamma_100, std::gamma_distribution<double>(100.0))->Arg(1000000);
+
+#ifdef KORB_BENCH_HAVE_BOOST
+template <class Dist>
+void BM_boost(benchmark::State &state, Dist dist) {
+    boost::random::mt19937 engine(7);
+    fill_by_one(state, [&] { return dist(engine); });
+}
+BENCHMARK_CAPTURE(BM_boost, gamma_0_5, boost::random::gamma_distribution<double>(0.5))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_boost, gamma_2, boost::random::gamma_distribution<double>(2.0))->Arg(1000000);
+BENCHMARK_CAPTURE(BM_boost, gamma_100, boost::random::gamma_distribution<double>(100.0))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_boost, beta_0_5_0_5, boost::random::beta_distribution<double>(0.5, 0.5))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_boost, beta_2_3, boost::random::beta_distribution<double>(2.0, 3.0))
+    ->Arg(1000000);
+BENCHMARK_CAPTURE(BM_boost, beta_50_50, boost::random::beta_distribution<double>(50.0, 50.0))
+    ->Arg(1000000);
+#endif
+
+#ifdef KORB_BENCH_HAVE_GSL
+BENCHMARK_CAPTURE(BM_gsl, gamma_0_5, [](gsl_rng *g) {
+    return gsl_ran_gamma(g, 0.5, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, gamma_2, [](gsl_rng *g) {
+    return gsl_ran_gamma(g, 2.0, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, gamma_100, [](gsl_rng *g) {
+    return gsl_ran_gamma(g, 100.0, 1.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, beta_0_5_0_5, [](gsl_rng *g) {
+    return gsl_ran_beta(g, 0.5, 0.5);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, beta_2_3, [](gsl_rng *g) {
+    return gsl_ran_beta(g, 2.0, 3.0);
+})->Arg(1000000);
+BENCHMARK_CAPTURE(BM_gsl, beta_50_50, [](gsl_rng *g) {
+    return gsl_ran_beta(g, 50.0, 50.0);
+})->Arg(1000000);
+
+// GSL's multivariate Gaussian, one vector a call, with the factor of the korb cases.
+void BM_gsl_multivariate_gaussian(benchmark::State &state) {
+    const int d = static_cast<int>(state.range(0));
+    const int n = d == 4 ? 1000000 : 10000;
+    gsl_rng *g = gsl_rng_alloc(gsl_rng_mt19937);
+    gsl_rng_set(g, 7);
+    gsl_matrix *factor = gsl_matrix_alloc(d, d);
+    const std::vector<double> t = bench_factor(d);
+    for (int i = 0; i < d; ++i) {
+        for (int j = 0; j < d; ++j) gsl_matrix_set(factor, i, j, t[i * d + j]);
+    }
+    gsl_vector *mu = gsl_vector_alloc(d);
+    gsl_vector_set_all(mu, 1.0);
+    std::vector<double> r(static_cast<size_t>(n) * d);
+    for (auto _ : state) {
+        for (int v = 0; v < n; ++v) {
+            gsl_vector_view out = gsl_vector_view_array(r.data() + static_cast<size_t>(v) * d, d);
+            gsl_ran_multivariate_gaussian(g, mu, factor, &out.vector);
+        }
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+    gsl_vector_free(mu);
+    gsl_matrix_free(factor);
+    gsl_rng_free(g);
+}
+BENCHMARK(BM_gsl_multivariate_gaussian)->ArgName("dimen")->Arg(4)->Arg(100);
+#endif
 
 }  // namespace

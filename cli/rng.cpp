@@ -2,6 +2,7 @@
 // by an earlier run and saving it again afterwards; the registry listing of korb info.
 #include <korb/kernel/rng.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cmath>
@@ -152,9 +153,12 @@ struct Options {
     const Distribution *dist = nullptr;  // --dist: variates instead of the generator's output
     int method = 0;
     const char *method_text = nullptr;
-    std::map<std::string, double, std::less<>> params;  // --a, --sigma, ... as given
+    std::map<std::string, double, std::less<>> params;      // --a, --sigma, ... that are numbers
+    std::map<std::string, std::string, std::less<>> texts;  // every parameter option as given
     double dist_params[kMaxDistParams] = {};
-    bool stats = false;  // print a summary of the numbers instead of the numbers
+    DistArrays arrays;          // the array parameters, in both precisions
+    long long per_variate = 1;  // numbers of one variate: its dimension for vector variates
+    bool stats = false;         // print a summary of the numbers instead of the numbers
 };
 
 // NAME:D, the dimension of a quasi-random generator's points, split off the generator's name.
@@ -205,19 +209,28 @@ bool check_distribution(Options *o, int *exit) {
             return false;
         }
     }
-    for (const auto &[name, value] : o->params) {
+    for (const auto &[name, text] : o->texts) {
         bool takes = false;
-        for (const DistParam &p : d.params)
-            takes = takes || (p.option != nullptr && name == p.option);
+        for (const DistParam &p : d.params) {
+            takes = takes || (p.option != nullptr && name == p.option) ||
+                    (name == "--cov" && p.length.kind == dist::list::Length::kMatrix);
+        }
         if (!takes) {
             const std::string what = std::string("rng: ") + d.name + " takes no";
             *exit = usage_error(what.c_str(), name.c_str());
             return false;
         }
     }
-    for (int k = 0; k < kMaxDistParams && d.params[k].option != nullptr; ++k) {
-        const auto given = o->params.find(d.params[k].option);
-        o->dist_params[k] = given != o->params.end() ? given->second : d.params[k].fallback;
+    for (int k = 0; k < d.entry->param_count; ++k) {
+        const DistParam &p = d.params[k];
+        if (p.option == nullptr || p.type == dist::list::Type::kRealArray) continue;
+        const auto given = o->params.find(p.option);
+        if (given == o->params.end() && o->texts.count(p.option) != 0) {
+            const std::string what = "rng: bad value for " + std::string(p.option) + ":";
+            *exit = usage_error(what.c_str(), o->texts.find(p.option)->second.c_str());
+            return false;
+        }
+        o->dist_params[k] = given != o->params.end() ? given->second : p.fallback;
     }
     if (!o->format_given) {
         o->format = d.i != nullptr || d.w != nullptr ? Format::Int : Format::Double;
@@ -248,6 +261,19 @@ bool check_distribution(Options *o, int *exit) {
         *exit = usage_error(what.c_str(), values.c_str());
         return false;
     }
+    const bool single = o->format == Format::Float;
+    if (const char *wrong = read_arrays(d, narrowed, o->texts, single, &o->arrays)) {
+        const std::string what = std::string("rng: ") + d.name + ":";
+        *exit = usage_error(what.c_str(), wrong);
+        return false;
+    }
+    if (d.entry->dimension >= 0) {
+        o->per_variate = static_cast<long long>(o->dist_params[d.entry->dimension]);
+        if (o->n > INT64_MAX / o->per_variate) {
+            *exit = usage_error("rng: too many numbers for --n", std::to_string(o->n).c_str());
+            return false;
+        }
+    }
     return true;
 }
 
@@ -262,7 +288,7 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
         const bool known = opt == "--brng" || opt == "--seed" || opt == "--n" ||
                            opt == "--format" || opt == "--skip" || opt == "--leapfrog" ||
                            opt == "--load" || opt == "--save" || opt == "--dist" ||
-                           opt == "--method" || is_param_option(opt);
+                           opt == "--method" || opt == "--cov" || is_param_option(opt);
         if (!known) {
             *exit = usage_error("rng: unknown option", argv[i]);
             return false;
@@ -295,11 +321,14 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
             ok = (o->dist = find_distribution(v)) != nullptr;
         } else if (opt == "--method") {
             o->method_text = v;
-        } else if (is_param_option(opt)) {
+        } else if (is_param_option(opt) || opt == "--cov") {
+            // A number for a scalar parameter, a list or a file for an array one: which, the
+            // distribution says, so the text is kept and read once it is known.
+            o->texts[std::string(opt)] = v;
             double x = 0;
-            ok = parse_real(v, &x);
-            o->params[std::string(opt)] = x;
+            if (parse_real(v, &x)) o->params[std::string(opt)] = x;
             if (opt == "--a" || opt == "--b") {
+                ok = parse_real(v, &x);
                 (opt == "--a" ? o->a : o->b) = x;
                 o->bounds_given = true;
             }
@@ -339,7 +368,7 @@ bool parse_options(int argc, char **argv, Options *o, int *exit) {
         *exit = usage_error("rng: --method needs --dist, got", o->method_text);
         return false;
     }
-    for (const auto &[name, value] : o->params) {
+    for (const auto &[name, text] : o->texts) {
         if (name != "--a" && name != "--b") {
             *exit = usage_error("rng: this option needs --dist:", name.c_str());
             return false;
@@ -408,6 +437,14 @@ void print_help() {
         "the methods listed, the first by default:");
     print_distribution_help();
     std::puts(
+        "A distribution of vectors (gaussian-mv) prints one vector of --dimen numbers a\n"
+        "line, --n of them. A vector parameter takes numbers separated by commas, or one\n"
+        "number for every element (--mean 1,2,3); a matrix parameter takes a file of\n"
+        "numbers in the storage that --mstorage names (--factor FILE: 0 the full matrix,\n"
+        "rows in order, 1 its lower triangle row by row, 2 its diagonal; the default is\n"
+        "the identity), or --cov FILE, the full covariance, whose Cholesky factor korb rng\n"
+        "computes.");
+    std::puts(
         "--stats prints count, mean, variance, min and max of the N numbers instead of\n"
         "the numbers.");
 }
@@ -466,8 +503,11 @@ int cmd_rng(int argc, char **argv) {
     std::vector<double> doubles;
     std::vector<float> floats;
     // A leapfrog keeps one coordinate of each point, so its numbers are printed one per line.
-    const long long per_line = o.dimension > 0 && o.leap_k < 0 ? o.dimension : 1;
+    const long long per_line = o.dimension > 0 && o.leap_k < 0 ? o.dimension : o.per_variate;
     const long long total = o.n * per_line;
+    // A block of whole variates: a vector variate's numbers come from one kernel call.
+    const long long block = std::max(o.per_variate, kBlock - kBlock % o.per_variate);
+    const dist::list::Params dist_args(o.dist_params, o.arrays.pointers(o.format == Format::Float));
     long long printed = 0;
     const auto print_int = [](uint32_t v) { std::printf("%" PRIu32, v); };
     const auto print_double = [](double v) { std::printf("%.17g", v); };
@@ -479,13 +519,14 @@ int cmd_rng(int argc, char **argv) {
     // 32-bit elements per output word: the generator's own, or the bits kernel's.
     const int per_word = d != nullptr && d->word_elements > 0 ? d->word_elements : words;
     for (long long done = 0; done < total && status == BIX_ERROR_OK;) {
-        const int m = static_cast<int>(total - done < kBlock ? total - done : kBlock);
+        const int m = static_cast<int>(total - done < block ? total - done : block);
         const size_t count = static_cast<size_t>(m);
+        const int variates = static_cast<int>(m / o.per_variate);
         switch (o.format) {
             case Format::Int:
                 if (d != nullptr && d->i != nullptr) {
                     signed_ints.resize(count);
-                    status = d->i(o.method, stream, m, signed_ints.data(), o.dist_params);
+                    status = d->i(o.method, stream, m, signed_ints.data(), dist_args);
                     if (status < 0) break;
                     emit(signed_ints, count, o.binary, per_line, &printed, print_signed, sum);
                     break;
@@ -512,7 +553,7 @@ int cmd_rng(int argc, char **argv) {
                 break;
             case Format::Double:
                 doubles.resize(count);
-                status = d != nullptr ? d->d(o.method, stream, m, doubles.data(), o.dist_params)
+                status = d != nullptr ? d->d(o.method, stream, variates, doubles.data(), dist_args)
                                       : row.dGen(stream, m, doubles.data(), o.a, o.b);
                 if (status == BIX_ERROR_OK) {
                     emit(doubles, count, o.binary, per_line, &printed, print_double, sum);
@@ -520,7 +561,7 @@ int cmd_rng(int argc, char **argv) {
                 break;
             case Format::Float:
                 floats.resize(count);
-                status = d != nullptr ? d->s(o.method, stream, m, floats.data(), o.dist_params)
+                status = d != nullptr ? d->s(o.method, stream, variates, floats.data(), dist_args)
                                       : row.sGen(stream, m, floats.data(), static_cast<float>(o.a),
                                                  static_cast<float>(o.b));
                 if (status == BIX_ERROR_OK) {

@@ -76,6 +76,189 @@ const char *Distribution::check(const double *p) const {
     return message.c_str();
 }
 
+namespace {
+
+// Numbers separated by commas; an empty item is an error.
+bool parse_list(const std::string &text, std::vector<double> *out) {
+    out->clear();
+    size_t start = 0;
+    for (;;) {
+        const size_t comma = text.find(',', start);
+        const std::string item = text.substr(start, comma - start);
+        char *end = nullptr;
+        const double x = std::strtod(item.c_str(), &end);
+        if (item.empty() || std::isspace(static_cast<unsigned char>(item[0])) || *end != '\0') {
+            return false;
+        }
+        out->push_back(x);
+        if (comma == std::string::npos) return true;
+        start = comma + 1;
+    }
+}
+
+// Every number of a text file, whatever its line layout.
+const char *read_numbers(const std::string &path, std::vector<double> *out) {
+    static std::string message;
+    out->clear();
+    std::FILE *f = std::fopen(path.c_str(), "r");
+    if (f == nullptr) {
+        message = "cannot open " + path;
+        return message.c_str();
+    }
+    char word[128];
+    bool bad = false;
+    while (std::fscanf(f, "%127s", word) == 1) {
+        char *end = nullptr;
+        out->push_back(std::strtod(word, &end));
+        if (*end != '\0') {
+            message = path + " holds '" + word + "', not a number";
+            bad = true;
+            break;
+        }
+    }
+    std::fclose(f);
+    return bad ? message.c_str() : nullptr;
+}
+
+// The lower Cholesky factor T of the d x d row-major matrix m in place (T T' = m), the part
+// above the diagonal cleared. A semi-definite m is accepted: a pivot within rounding of 0
+// gives a zero column. False when m is not symmetric or not positive semi-definite.
+bool cholesky(std::vector<double> &m, int64_t d) {
+    double scale = 0;
+    for (int64_t i = 0; i < d; ++i) scale = std::max(scale, std::fabs(m[i * d + i]));
+    const double tiny = 1e-12 * scale * static_cast<double>(d);
+    for (int64_t i = 0; i < d; ++i) {
+        for (int64_t j = 0; j < i; ++j) {
+            const double x = m[i * d + j], y = m[j * d + i];
+            if (std::fabs(x - y) > 1e-12 * std::max(std::fabs(x), std::fabs(y))) return false;
+        }
+    }
+    for (int64_t j = 0; j < d; ++j) {
+        double pivot = m[j * d + j];
+        for (int64_t k = 0; k < j; ++k) pivot -= m[j * d + k] * m[j * d + k];
+        if (pivot < -tiny) return false;
+        const double root = pivot > tiny ? std::sqrt(pivot) : 0.0;
+        m[j * d + j] = root;
+        for (int64_t i = j + 1; i < d; ++i) {
+            double x = m[i * d + j];
+            for (int64_t k = 0; k < j; ++k) x -= m[i * d + k] * m[j * d + k];
+            if (root == 0.0) {
+                if (std::fabs(x) > tiny) return false;
+                m[i * d + j] = 0.0;
+            } else {
+                m[i * d + j] = x / root;
+            }
+        }
+        for (int64_t i = 0; i < j; ++i) m[i * d + j] = 0.0;
+    }
+    return true;
+}
+
+// The full d x d matrix m in storage code `storage`; false when the diagonal storage would drop
+// a non-zero element.
+bool to_storage(const std::vector<double> &m, int64_t d, int storage, std::vector<double> *out) {
+    out->clear();
+    for (int64_t i = 0; i < d; ++i) {
+        for (int64_t j = 0; j < d; ++j) {
+            const double x = m[i * d + j];
+            const bool kept = storage == 0 || (storage == 1 && j <= i) || (storage == 2 && j == i);
+            if (kept) {
+                out->push_back(x);
+            } else if (storage == 2 && j < i && x != 0.0) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// Elements beyond which korb rng refuses an array: a matrix of 2^26 doubles is half a gigabyte.
+constexpr int64_t kMaxArrayElements = int64_t{1} << 26;
+
+}  // namespace
+
+const char *read_arrays(const Distribution &d, const double *values,
+                        const std::map<std::string, std::string, std::less<>> &texts, bool single,
+                        DistArrays *arrays) {
+    static std::string message;
+    const Entry &e = *d.entry;
+    for (int k = 0; k < e.param_count; ++k) {
+        const Param &p = e.params[k];
+        if (p.type != dist::list::Type::kRealArray) continue;
+        const std::string option = p.option != nullptr ? p.option : p.name;
+        if (p.length.kind == dist::list::Length::kVariates) {
+            message = std::string(d.name) + " takes one " + p.name +
+                      " per variate, which korb rng cannot give";
+            return message.c_str();
+        }
+        const int64_t count = dist::list::length(p, 0, values);
+        if (count < 0 || count > kMaxArrayElements) {
+            message = option + " would have " + std::to_string(count) + " elements";
+            return message.c_str();
+        }
+        std::vector<double> &x = arrays->values[k];
+        const auto given = p.option != nullptr ? texts.find(p.option) : texts.end();
+        if (p.length.kind == dist::list::Length::kMatrix) {
+            const int64_t dim = static_cast<int64_t>(values[p.length.param]);
+            const int storage = static_cast<int>(values[p.length.storage]);
+            const auto cov = texts.find("--cov");
+            if (given != texts.end() && cov != texts.end()) {
+                message = "give " + option + " or --cov, not both";
+                return message.c_str();
+            }
+            if (cov != texts.end()) {
+                std::vector<double> m;
+                if (const char *wrong = read_numbers(cov->second, &m)) return wrong;
+                if (static_cast<int64_t>(m.size()) != dim * dim) {
+                    message = "--cov needs " + std::to_string(dim * dim) + " numbers, " +
+                              cov->second + " holds " + std::to_string(m.size());
+                    return message.c_str();
+                }
+                if (!cholesky(m, dim)) {
+                    message = "the matrix of " + cov->second +
+                              " is not a symmetric positive semi-definite covariance";
+                    return message.c_str();
+                }
+                if (!to_storage(m, dim, storage, &x)) {
+                    message = "the covariance of " + cov->second + " is not diagonal";
+                    return message.c_str();
+                }
+            } else if (given != texts.end()) {
+                if (const char *wrong = read_numbers(given->second, &x)) return wrong;
+            } else {
+                std::vector<double> identity(static_cast<size_t>(dim * dim), 0.0);
+                for (int64_t i = 0; i < dim; ++i) identity[i * dim + i] = p.fallback;
+                to_storage(identity, dim, storage, &x);
+            }
+        } else if (given != texts.end()) {
+            if (!parse_list(given->second, &x)) {
+                message = option + " takes numbers separated by commas, got " + given->second;
+                return message.c_str();
+            }
+            if (x.size() == 1) x.assign(static_cast<size_t>(count), x[0]);
+        } else {
+            x.assign(static_cast<size_t>(count), p.fallback);
+        }
+        if (static_cast<int64_t>(x.size()) != count) {
+            message = option + " needs " + std::to_string(count) + " numbers, got " +
+                      std::to_string(x.size());
+            return message.c_str();
+        }
+        arrays->singles[k].assign(x.begin(), x.end());
+        const int64_t bad =
+            single ? dist::list::refused_element(p, arrays->singles[k].data(), count, values)
+                   : dist::list::refused_element(p, x.data(), count, values);
+        if (bad >= 0) {
+            message = option + ": element " + std::to_string(bad) + " must lie in " +
+                      domain_text(e, p) + (single ? " in single precision" : "");
+            return message.c_str();
+        }
+        arrays->doubles_at[k] = x.data();
+        arrays->floats_at[k] = arrays->singles[k].data();
+    }
+    return nullptr;
+}
+
 std::span<const Distribution> distributions() {
     return kDistributions;
 }

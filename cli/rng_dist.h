@@ -7,7 +7,9 @@
 
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -36,6 +38,26 @@ struct Distribution : dist::list::Kernels {
     // not (valid until the next call).
     const char *check(const double *p) const;
 };
+
+// The arrays of a distribution's array parameters, in both precisions: read from the command
+// line (a vector as a comma-separated list, or one number for every element), from a file of
+// numbers (a matrix), or their defaults. pointers(single) gives the kernel's `arrays`.
+struct DistArrays {
+    std::vector<double> values[kMaxDistParams];
+    std::vector<float> singles[kMaxDistParams];
+    const void *doubles_at[kMaxDistParams] = {};
+    const void *floats_at[kMaxDistParams] = {};
+
+    const void *const *pointers(bool single) const { return single ? floats_at : doubles_at; }
+};
+
+// Fills `arrays` for distribution d whose scalar parameters `values` are admitted, from the
+// option texts given (`texts`: option -> text, "--cov" for a matrix given as the covariance it
+// factors), each element checked against its domain in the output precision (`single`). Null
+// on success, else the message of the usage error (valid until the next call).
+const char *read_arrays(const Distribution &d, const double *values,
+                        const std::map<std::string, std::string, std::less<>> &texts, bool single,
+                        DistArrays *arrays);
 
 std::span<const Distribution> distributions();
 const Distribution *find_distribution(std::string_view name);

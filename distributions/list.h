@@ -13,7 +13,12 @@
 // - an array parameter (KORB_ARRAY) has a length rule, "n" (one element per variate), a
 //   parameter's name (that many elements) or "matrix(d, s)" (a d x d matrix in the storage
 //   coded by parameter s: 0 full, d * d elements; 1 packed triangle, d (d + 1) / 2; 2 the
-//   diagonal, d), and its domain holds for every element.
+//   diagonal, d), and its domain holds for every element the kernel reads (a full matrix is
+//   read in its lower triangle only: refused_element()). An array may have a korb rng option
+//   and a default: a vector's default fills every element, a matrix's is that times the
+//   identity.
+// - KORB_DIMENSION declares the Int parameter that makes each variate a vector of that many
+//   elements: the kernel writes n times its value into r (Entry::dimension).
 // Bounds that name parameters express the relations between them: "b in (a, inf)" is a < b,
 // "s in [0, l]" is 0 <= s <= l.
 #pragma once
@@ -69,6 +74,7 @@ struct Param {
     Length length;
     const char *option = nullptr;  // korb rng's option for it, null for none
     double fallback = 0;           // korb rng's value when the option is not given
+    bool dimension = false;        // KORB_DIMENSION: the elements of one variate
 };
 
 struct Method {
@@ -87,6 +93,7 @@ struct Entry {
     Method methods[kMaxMethods] = {};
     int method_count = 0;
     const char *about = nullptr;  // one line on what the variates are
+    int dimension = -1;           // the KORB_DIMENSION parameter, -1 when variates are scalars
 };
 
 // --- Evaluation ---------------------------------------------------------------------------
@@ -153,6 +160,21 @@ constexpr int64_t length(const Param &p, int n, const double *values) {
     return -1;
 }
 
+// The position of the first element of array parameter p (of `count` elements, `count` as
+// length() gives it) that the kernel reads and that is refused, or -1 when all are admitted. A
+// full matrix is read in its lower triangle only: the elements above the diagonal may hold
+// anything.
+template <class R>
+constexpr int64_t refused_element(const Param &p, const R *x, int64_t count, const double *values) {
+    const bool full = p.length.kind == Length::kMatrix && values[p.length.storage] == 0;
+    const int64_t d = full ? static_cast<int64_t>(values[p.length.param]) : 0;
+    for (int64_t k = 0; k < count; ++k) {
+        if (full && k % d > k / d) continue;
+        if (!admits(p, static_cast<double>(x[k]), values)) return k;
+    }
+    return -1;
+}
+
 // --- Reading the list ---------------------------------------------------------------------
 
 // An entry's parameter as the list writes it.
@@ -161,8 +183,9 @@ struct WrittenParam {
     Type type;
     const char *length;  // null for a scalar
     const char *domain;
-    const char *option;
-    double fallback;
+    const char *option = nullptr;
+    double fallback = 0;
+    bool dimension = false;
 };
 
 namespace read {
@@ -347,10 +370,23 @@ consteval Entry make_entry(const char *id, const char *kernel, const char *name,
         p.domain = w.domain;
         p.option = w.option;
         p.fallback = w.fallback;
+        p.dimension = w.dimension;
         read::domain(&p, params, k);
         if (w.length != nullptr) p.length = read::length_of(w.length, params, k);
         if ((w.type == Type::kRealArray) != (w.length != nullptr)) distributions_def_is_malformed();
+        // One dimension at most, an Int of at least 1 whatever its value.
+        if (w.dimension) {
+            if (e.dimension >= 0 || w.type != Type::kInt || p.low.kind != Bound::kConstant ||
+                p.low.value < (p.low.closed ? 1 : 0)) {
+                distributions_def_is_malformed();
+            }
+            e.dimension = k;
+        }
         ++k;
+    }
+    // Vector variates carry real parameters only in the real precisions.
+    if (e.dimension >= 0 && (precisions & ~(kDouble | kSingle)) != 0) {
+        distributions_def_is_malformed();
     }
     e.param_count = k;
     double fallbacks[kMaxParams] = {};
@@ -393,9 +429,17 @@ consteval Entry make_entry(const char *id, const char *kernel, const char *name,
     ::korb::dist::list::WrittenParam {                                                   \
 #name, ::korb::dist::list::Type::k##T, nullptr, domain, option, double(fallback) \
     }
-#define KORB_ARRAY(name, T, length, domain)                                        \
-    ::korb::dist::list::WrittenParam {                                             \
-#name, ::korb::dist::list::Type::k##T##Array, length, domain, nullptr, 0.0 \
+// KORB_ARRAY(name, T, "length", "domain"[, "--option", default])
+#define KORB_ARRAY(name, T, length, domain, ...)              \
+    ::korb::dist::list::WrittenParam {                        \
+#name, ::korb::dist::list::Type::k##T##Array, length, \
+            domain KORB_DIST_ARRAY_OPTION(__VA_ARGS__)        \
+    }
+#define KORB_DIST_ARRAY_OPTION(...) __VA_OPT__(, KORB_DIST_ARRAY_OPTION2(__VA_ARGS__))
+#define KORB_DIST_ARRAY_OPTION2(option, fallback) option, double(fallback)
+#define KORB_DIMENSION(name, domain, option, fallback)                                         \
+    ::korb::dist::list::WrittenParam {                                                         \
+#name, ::korb::dist::list::Type::kInt, nullptr, domain, option, double(fallback), true \
     }
 #define KORB_METHOD(constant, id, name) \
     ::korb::dist::list::Method {        \

@@ -1,8 +1,9 @@
 // The kernels of the distribution list, each reachable through one signature per output type:
 // kKernels[i] holds the kernels of kEntries[i], called as (method, stream, n, r, parameters),
 // the parameters as doubles in argument order (converted to the kernel's own types on the way:
-// float for the single-precision kernel, int for an Int). Also the prototype the list implies
-// for each kernel, which a test holds the header's declarations to.
+// float for the single-precision kernel, int for an Int) and the array parameters as pointers
+// to arrays of the kernel's own real type. Also the prototype the list implies for each kernel,
+// which a test holds the header's declarations to.
 #pragma once
 
 #include <cstddef>
@@ -60,12 +61,21 @@ struct SignatureOf<E, P, std::index_sequence<k...>> {
 template <int E, unsigned P>
 using Signature = typename SignatureOf<E, P>::type;
 
-using DoubleKernel = int (*)(int method, BixStream *stream, int n, double r[], const double *p);
-using SingleKernel = int (*)(int method, BixStream *stream, int n, float r[], const double *p);
-using IntegerKernel = int (*)(int method, BixStream *stream, int n, int r[], const double *p);
+// The parameters of one call: values[k] for a scalar parameter k, arrays[k] for an array one (an
+// array of doubles for the double kernel, of floats for the single one; values[k] is not read).
+// A plain array of values converts to it, for the kernels that take no array.
+struct Params {
+    const double *values = nullptr;
+    const void *const *arrays = nullptr;
+    Params(const double *v, const void *const *a = nullptr) : values(v), arrays(a) {}  // NOLINT
+};
+
+using DoubleKernel = int (*)(int method, BixStream *stream, int n, double r[], Params p);
+using SingleKernel = int (*)(int method, BixStream *stream, int n, float r[], Params p);
+using IntegerKernel = int (*)(int method, BixStream *stream, int n, int r[], Params p);
 using WordsKernel = int (*)(int method, BixStream *stream, int n, uint32_t r[]);
 
-// A null d, s or i of a listed precision is a kernel with array parameters.
+// A null d, s, i or w is a precision the entry does not list.
 struct Kernels {
     DoubleKernel d = nullptr;
     SingleKernel s = nullptr;
@@ -74,36 +84,36 @@ struct Kernels {
     int word_elements = 0;    // uint32_t elements of one word of w (0: the generator's own)
 };
 
+// Parameter k of type A from p: a value converted, or an array pointer.
+template <class A>
+A argument(Params p, size_t k) {
+    if constexpr (std::is_pointer_v<A>) {
+        return static_cast<A>(p.arrays[k]);
+    } else {
+        return static_cast<A>(p.values[k]);
+    }
+}
+
 // kernel(method, stream, n, r, p[0], p[1], ...), each p[k] converted to the kernel's type.
 template <class Out, class... A>
 int call_with(int (*kernel)(int, BixStream *, int, Out *, A...), int method, BixStream *stream,
-              int n, Out *r, const double *p) {
+              int n, Out *r, Params p) {
     return [&]<size_t... k>(std::index_sequence<k...>) {
-        return kernel(method, stream, n, r, static_cast<A>(p[k])...);
+        return kernel(method, stream, n, r, argument<A>(p, k)...);
     }
     (std::index_sequence_for<A...>{});
 }
 
 template <unsigned P, auto kKernel>
-int call(int method, BixStream *stream, int n, typename Traits<P>::Out *r, const double *p) {
+int call(int method, BixStream *stream, int n, typename Traits<P>::Out *r, Params p) {
     return call_with(kKernel, method, stream, n, r, p);
 }
 
-template <class Out, class... A>
-constexpr bool scalars_only(int (*)(int, BixStream *, int, Out *, A...)) {
-    return (std::is_arithmetic_v<A> && ...);
-}
-
-// The kernel behind the uniform signature, or null when it takes arrays, which a row of doubles
-// cannot carry: such a kernel is called through its own prototype.
+// The kernel behind the uniform signature.
 template <unsigned P, auto kKernel>
 constexpr auto uniform_caller() {
-    using Uniform = int (*)(int, BixStream *, int, typename Traits<P>::Out *, const double *);
-    if constexpr (scalars_only(kKernel)) {
-        return Uniform{&call<P, kKernel>};
-    } else {
-        return Uniform{nullptr};
-    }
+    using Uniform = int (*)(int, BixStream *, int, typename Traits<P>::Out *, Params);
+    return Uniform{&call<P, kKernel>};
 }
 
 template <unsigned P, auto kKernel>

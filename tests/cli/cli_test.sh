@@ -122,6 +122,34 @@ check "rng gumbel" 0 '^mean -0\.5[67]' "$korb" rng --dist gumbel --n 100000 --st
 check "rng uniform-int" 0 '^min -5$' "$korb" rng --dist uniform-int --a -5 --b 5 --n 1000 --stats
 check "rng bernoulli" 0 '^mean 0\.(29|30)' "$korb" rng --dist bernoulli --p 0.3 --n 100000 --stats
 check "rng geometric" 0 '^mean (3\.9|4\.0)' "$korb" rng --dist geometric --p 0.2 --n 100000 --stats
+check "rng gamma" 0 '^mean (1\.99|2\.00)' "$korb" rng --dist gamma --alpha 2 --n 100000 --stats
+check "rng gamma accurate" 0 '^min 3\.' "$korb" rng --dist gamma --alpha 0.5 --a 3 --method accurate --n 1000 --stats
+check "rng beta float" 0 '^mean 0\.(39|40)' "$korb" rng --dist beta --format float --n 100000 --stats
+check "rng beta bounds" 0 '^max (0\.9|1$)' "$korb" rng --dist beta --p 0.5 --q 0.5 --n 1000 --stats
+mvdir=$(mktemp -d)
+printf '4 2\n2 5\n' >"$mvdir/cov"
+printf '2 0\n1 2\n' >"$mvdir/factor"
+printf '2 1 2\n' >"$mvdir/packed"
+printf '1 2\n3 1\n' >"$mvdir/asymmetric"
+check "rng gaussian-mv lines" 0 '^7$' sh -c "'$korb' rng --dist gaussian-mv --dimen 3 --n 7 | wc -l"
+check "rng gaussian-mv vector" 0 '^[-0-9.e]+ [-0-9.e]+ [-0-9.e]+$' "$korb" rng --dist gaussian-mv --dimen 3 --mean 1,2,3 --n 1
+# The covariance [[4, 2], [2, 5]] is factored into [[2, 0], [1, 2]]: the same vectors either way,
+# full or packed.
+cov_out=$("$korb" rng --dist gaussian-mv --dimen 2 --mean 1,-1 --cov "$mvdir/cov" --n 5)
+check "rng gaussian-mv cov = factor" 0 "^$(echo "$cov_out" | head -n 1)\$" "$korb" rng --dist gaussian-mv --dimen 2 --mean 1,-1 --factor "$mvdir/factor" --n 1
+check "rng gaussian-mv packed" 0 "^$(echo "$cov_out" | head -n 1)\$" "$korb" rng --dist gaussian-mv --dimen 2 --mean 1,-1 --mstorage 1 --factor "$mvdir/packed" --n 1
+for bad in "--dimen 0" "--dimen 1.5" "--mstorage 3" "--mstorage -1" "--dimen 2 --mean 1,2,3" \
+    "--dimen 2 --factor $mvdir/packed" "--dimen 2 --cov $mvdir/asymmetric" "--dimen 2 --cov $mvdir/none" \
+    "--dimen 2 --cov $mvdir/cov --factor $mvdir/factor" "--dimen 2 --mean 1,x" "--dimen 2 --mean nan"; do
+    # shellcheck disable=SC2086
+    one_line_error "rng gaussian-mv $bad" "$korb" rng --dist gaussian-mv $bad
+done
+rm -rf "$mvdir"
+for bad in "--dist gamma --alpha 0" "--dist gamma --beta -1" "--dist beta --q 0" \
+    "--dist gamma --cov x" "--dist beta --p nan"; do
+    # shellcheck disable=SC2086
+    one_line_error "rng $bad" "$korb" rng $bad
+done
 for bad in "--dist poisson" "--dist gaussian --sigma 0" "--dist gaussian --sigma -1" \
     "--dist gaussian --beta 1" "--dist gaussian --a 1" "--dist gaussian --method foo" \
     "--dist gaussian --format int" "--dist uniform --a 2 --b 1" "--sigma 2" "--method icdf" \

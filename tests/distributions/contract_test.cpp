@@ -34,6 +34,9 @@ struct Reference {
     double (*cdf)(double x, const double *p);  // P(X <= x); words: of word / 2^bits
     int floor = -1;  // parameter the kernel clamps the variates to from below, or -1
     int scale = -1;  // with a floor: the parameter scaling the variates above it
+    // The array parameters by position (empty for a scalar one). A vector-variate kernel is
+    // given dimension 1 here, so that its variates are numbers.
+    std::vector<std::vector<double>> arrays = {};
 };
 
 double normal_cdf(double z) {
@@ -89,6 +92,28 @@ const Reference kReferences[] = {
     {"Gumbel",
      {1, 2},
      [](double x, const double *p) { return -std::expm1(-std::exp((x - p[0]) / p[1])); }},
+    {"Gamma",
+     {2.5, -1, 2},
+     [](double x, const double *p) {
+         // The regularised lower incomplete gamma function of 5/2.
+         const double z = (x - p[1]) / p[2];
+         if (z <= 0) return 0.0;
+         return std::erf(std::sqrt(z)) -
+                2 / std::sqrt(std::numbers::pi) * std::sqrt(z) * std::exp(-z) * (1 + 2 * z / 3);
+     }},
+    {"Beta",
+     {2, 3, -1, 2},
+     [](double x, const double *p) {
+         // The regularised incomplete beta function of (2, 3): a binomial tail.
+         const double y = std::clamp((x - p[2]) / p[3], 0.0, 1.0), v = 1 - y;
+         return 6 * y * y * v * v + 4 * y * y * y * v + y * y * y * y;
+     }},
+    {"GaussianMV",
+     {1, 0},
+     [](double x, const double *) { return normal_cdf((x - 1.5) / 2); },
+     -1,
+     -1,
+     {{}, {}, {1.5}, {-2}}},
     {"UniformInt",
      {-5, 5},
      [](double x, const double *p) {
@@ -155,10 +180,20 @@ std::vector<Case> cases(unsigned precisions) {
 constexpr unsigned kVariates =
     dist::list::kDouble | dist::list::kSingle | dist::list::kInteger;  // drawn from uniforms
 
+// The case's kernel with scalar parameters p and its reference's arrays in precision T.
 template <class T>
 int draw_case(const Case &c, BixStream *s, int n, T *r, const double *p, int flags = 0) {
     const int method = kEntries[c.entry].methods[c.method].id | flags;
-    return draw<T>(kEntries[c.entry].id, method, s, n, r, p);
+    const Reference *ref = reference_of(kEntries[c.entry].id);
+    std::vector<std::vector<T>> arrays;
+    const void *pointers[dist::list::kMaxParams] = {};
+    if (ref != nullptr) {
+        for (size_t k = 0; k < ref->arrays.size(); ++k) {
+            arrays.emplace_back(ref->arrays[k].begin(), ref->arrays[k].end());
+            pointers[k] = arrays.back().data();
+        }
+    }
+    return draw<T>(kEntries[c.entry].id, method, s, n, r, dist::list::Params(p, pointers));
 }
 
 // --- Goodness of fit ----------------------------------------------------------------------
@@ -271,7 +306,9 @@ TEST_P(Kernel, EdgeUniformsGiveFiniteVariatesInTheSupportAndLeaveTheModeAlone) {
 
 template <class T>
 void expect_failure_returned(const Case &c) {
-    const double p[dist::list::kMaxParams] = {};  // never reach the arithmetic
+    const Reference *ref = reference_of(kEntries[c.entry].id);
+    ASSERT_NE(ref, nullptr);
+    const double *p = ref->p;  // valid, so that the kernel reaches its generator
     Stream s = g_scripted.stream();
     g_scripted.status = BIX_ERROR_NONDETERM_NOT_SUPPORTED;
     T r[3] = {7, 7, 7};

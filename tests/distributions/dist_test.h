@@ -77,9 +77,10 @@ inline const dist::list::Kernels &kernels_of(const char *id) {
     return dist::list::kKernels[i < 0 ? 0 : i];
 }
 
-// The precision-T kernel of entry `id` on (method, stream, n, r, p), p in argument order.
+// The precision-T kernel of entry `id` on (method, stream, n, r, p), p in argument order (the
+// arrays, if any, in precision T).
 template <class T>
-int draw(const char *id, int method, BixStream *s, int n, T *r, const double *p) {
+int draw(const char *id, int method, BixStream *s, int n, T *r, dist::list::Params p) {
     const dist::list::Kernels &k = kernels_of(id);
     const auto kernel = [&] {
         if constexpr (std::is_same_v<T, double>) {
@@ -91,7 +92,7 @@ int draw(const char *id, int method, BixStream *s, int n, T *r, const double *p)
         }
     }();
     if (kernel == nullptr) {
-        ADD_FAILURE() << id << " takes arrays: these tests need a caller for its own prototype";
+        ADD_FAILURE() << id << " has no kernel of this precision";
         return BIX_ERROR_BADARGS;
     }
     return kernel(method, s, n, r, p);

@@ -66,7 +66,18 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Bernoulli", {0}, -1}, Case{"Bernoulli", {1}, -1}, Case{"Bernoulli", {-kTiny}, 0},
         Case{"Bernoulli", {std::nextafter(1.0, 2.0)}, 0}, Case{"Geometric", {0}, 0},
         Case{"Geometric", {kTiny}, -1}, Case{"Geometric", {1}, -1}, Case{"Geometric", {kNaN}, 0},
-        Case{"UniformBits64", {}, -1}),
+        Case{"UniformBits64", {}, -1},
+        // Shapes and scales of gamma and beta: positive and finite; no shape is too small.
+        Case{"Gamma", {kTiny, -1e300, 1e300}, -1}, Case{"Gamma", {0, 0, 1}, 0},
+        Case{"Gamma", {1, 0, -kTiny}, 2}, Case{"Gamma", {kNaN, 0, 1}, 0},
+        Case{"Gamma", {kInf, 0, 1}, 0}, Case{"Beta", {1e-3, 1e4, 0, 1}, -1},
+        Case{"Beta", {1, 0, 0, 1}, 1}, Case{"Beta", {1, 1, kNaN, 1}, 2},
+        Case{"Beta", {1, 1, 0, 0}, 3},
+        // The multivariate Gaussian: a dimension of at least 1, a storage code 0, 1 or 2.
+        Case{"GaussianMV", {1, 0, 0, 0}, -1}, Case{"GaussianMV", {0, 0, 0, 0}, 0},
+        Case{"GaussianMV", {2147483647.0, 2, 0, 0}, -1}, Case{"GaussianMV", {1.5, 0, 0, 0}, 0},
+        Case{"GaussianMV", {3, 3, 0, 0}, 1}, Case{"GaussianMV", {3, -1, 0, 0}, 1},
+        Case{"GaussianMV", {3, 0.5, 0, 0}, 1}, Case{"GaussianMV", {3, kNaN, 0, 0}, 1}),
     [](const ::testing::TestParamInfo<Case> &info) {
         return std::string(info.param.id) + "_" + std::to_string(info.index);
     });
@@ -77,12 +88,8 @@ constexpr Entry kHypergeometric =
                {KORB_PARAM(l, Int, "[0, inf)", "--l", 10), KORB_PARAM(s, Int, "[0, l]", "--s", 5),
                 KORB_PARAM(m, Int, "[0, l]", "--m", 5)},
                {KORB_METHOD(H2PE, 0, "h2pe")}, "draws of s from l items of which m are marked");
-constexpr Entry kGaussianMV = make_entry(
-    "GaussianMV", "GaussianMV", "gaussian-mv", kDouble | kSingle,
-    {KORB_PARAM(dimen, Int, "[1, inf)", "--dimen", 1),
-     KORB_PARAM(mstorage, Int, "[0, 2]", nullptr, 0), KORB_ARRAY(a, Real, "dimen", "(-inf, inf)"),
-     KORB_ARRAY(t, Real, "matrix(dimen, mstorage)", "(-inf, inf)")},
-    {KORB_METHOD(GAUSSIANMV_BOXMULLER, 0, "boxmuller")}, "multivariate normal");
+constexpr const Entry &kGaussianMV = kEntries[index_of("GaussianMV")];
+static_assert(kGaussianMV.dimension == 0, "the dimension makes each variate a vector");
 constexpr Entry kPoissonV = make_entry(
     "PoissonV", "PoissonV", "poisson-v", kInteger, {KORB_ARRAY(lambda, Real, "n", "(0, inf)")},
     {KORB_METHOD(POISSONV_POISNORM, 0, "poisnorm")}, "one mean per variate");
@@ -92,11 +99,45 @@ constexpr Entry kConstants =
                 KORB_PARAM(y, Real, "( -7 ,x ]", "--y", -1)},
                {KORB_METHOD(STD, 0, "std")}, "bounds written in several ways");
 
-// Such a kernel is reached through its own prototype: its uniform caller is null.
-int array_kernel(int, BixStream *, int, double *, int, const double *) {
-    return BIX_ERROR_OK;
+// A kernel with arrays behind the uniform signature: the scalars converted from values, the
+// arrays passed as they are.
+int g_seen_int = 0;
+const float *g_seen_array = nullptr;
+float g_seen_real = 0;
+int array_kernel(int, BixStream *, int, float *, int k, const float *x, float y) {
+    g_seen_int = k;
+    g_seen_array = x;
+    g_seen_real = y;
+    return 7;
 }
-static_assert(uniform_caller<kDouble, &array_kernel>() == nullptr);
+
+TEST(UniformCaller, PassesScalarsByValueAndArraysByPointer) {
+    const float array[2] = {1, 2};
+    const double values[3] = {3, -1, 0.5};
+    const void *arrays[3] = {nullptr, array, nullptr};
+    const SingleKernel kernel = uniform_caller<kSingle, &array_kernel>();
+    EXPECT_EQ(kernel(0, nullptr, 1, nullptr, Params(values, arrays)), 7);
+    EXPECT_EQ(g_seen_int, 3);
+    EXPECT_EQ(g_seen_array, array);
+    EXPECT_EQ(g_seen_real, 0.5f);
+}
+
+TEST(DomainShapes, CheckOnlyTheElementsAKernelReads) {
+    // A full 3 x 3 factor: the NaN above the diagonal is never read, the one below is.
+    const double nan = kNaN;
+    const double full[9] = {1, nan, nan, 2, 3, nan, 4, 5, 6};
+    const double v_full[4] = {3, 0, 0, 0};
+    const Param &t = kGaussianMV.params[3];
+    EXPECT_EQ(refused_element(t, full, 9, v_full), -1);
+    double below[9] = {1, 0, 0, 2, 3, 0, 4, nan, 6};
+    EXPECT_EQ(refused_element(t, below, 9, v_full), 7);
+    // Packed and diagonal storage read every element.
+    const double v_packed[4] = {3, 1, 0, 0};
+    const float packed[6] = {1, 2, 3, 4, 5, std::numeric_limits<float>::infinity()};
+    EXPECT_EQ(refused_element(t, packed, 6, v_packed), 5);
+    const double v_diagonal[4] = {3, 2, 0, 0};
+    EXPECT_EQ(refused_element(t, full, 3, v_diagonal), 1);
+}
 
 TEST(DomainShapes, RelateIntegerParametersToEachOther) {
     const auto refused_of = [](std::vector<double> v) {
@@ -141,8 +182,8 @@ TEST(DomainShapes, ReadBoundsWithExponentsSpacesAndClosedEnds) {
     EXPECT_FALSE(admits(y, -7, v));
 }
 
-// Every kernel is declared in korb/kernel/rng.h with the type its list entry implies, and every method
-// constant has the listed id.
+// Every kernel is declared in korb/kernel/rng.h with the type its list entry implies, and every
+// method constant has the listed id.
 consteval bool all(std::initializer_list<bool> checks) {
     for (bool c : checks) {
         if (!c) return false;
@@ -152,7 +193,7 @@ consteval bool all(std::initializer_list<bool> checks) {
 #define KORB_DIST_DECLARED_AS_LISTED(letter, P, Id, Kernel)                                \
     static_assert(                                                                         \
         std::is_same_v<decltype(&_bix##letter##Rng##Kernel), Signature<index_of(#Id), P>>, \
-        "korb/kernel/rng.h declares _bix" #letter "Rng" #Kernel                                   \
+        "korb/kernel/rng.h declares _bix" #letter "Rng" #Kernel                            \
         " otherwise than distributions.def implies");
 // (Last in this file: KORB_METHOD is redefined for it.)
 #undef KORB_METHOD

@@ -461,6 +461,62 @@ KORB_API int _bixdRngGumbel(int method, BixStream *stream, int n, double r[], do
 KORB_API int _bixsRngGumbel(int method, BixStream *stream, int n, float r[], float a, float beta);
 
 /*
+ * Rejection kernels: each variate takes a varying number of uniforms, so the variates are a
+ * fixed function of the stream's state, n and the parameters (same inputs, same bits), but n
+ * drawn in two calls need not give the variates of one call of n. They decide in double
+ * whatever the output precision. A stream that lets no candidate through in 64 rounds in a row
+ * (which no registered generator does) ends the call with BIX_ERROR_BADARGS. The accurate
+ * method clamps the results into the support.
+ *
+ * Gamma(alpha, a, beta): shape alpha > 0, displacement a, scale beta > 0; a + beta X, X of
+ *   density x^(alpha-1) e^-x / Gamma(alpha). SQUEEZE: Marsaglia and Tsang's method on normals
+ *   of the Gaussian kernel's BOXMULLER2 method from the same stream (alpha > 1); for
+ *   alpha < 1 their boost Y U^(1/alpha), Y of shape alpha + 1; alpha = 1 is the exponential
+ *   kernel (clamped to a under both ids). ACCURATE: results clamped to at least a.
+ * Beta(p, q, a, beta): shapes p, q > 0, displacement a, scale beta > 0; values in
+ *   [a, a + beta]. REJECTION: inversion when q = 1 (U^(1/p)) or p = 1 (1 - U^(1/q)), one
+ *   uniform each; Johnk's method when both shapes are below 1, Cheng's BB when both are above,
+ *   Cheng's BC otherwise, a pair of uniforms per candidate. ACCURATE: clamped into
+ *   [a, a + beta].
+ */
+#define BIX_RNG_METHOD_GAMMA_SQUEEZE 0
+#define BIX_RNG_METHOD_GAMMA_SQUEEZE_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG
+KORB_API int _bixdRngGamma(int method, BixStream *stream, int n, double r[], double alpha,
+                           double a, double beta);
+KORB_API int _bixsRngGamma(int method, BixStream *stream, int n, float r[], float alpha, float a,
+                           float beta);
+#define BIX_RNG_METHOD_BETA_REJECTION 0
+#define BIX_RNG_METHOD_BETA_REJECTION_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG
+KORB_API int _bixdRngBeta(int method, BixStream *stream, int n, double r[], double p, double q,
+                          double a, double beta);
+KORB_API int _bixsRngBeta(int method, BixStream *stream, int n, float r[], float p, float q,
+                          float a, float beta);
+
+/*
+ * Multivariate normal: n vectors of dimension dimen >= 1 into r[i * dimen + j], mean a (dimen
+ * elements) and covariance T T', T lower triangular in storage mstorage:
+ *   BIX_RNG_MATRIX_FULL      dimen x dimen row-major, the part above the diagonal not read
+ *   BIX_RNG_MATRIX_PACKED    the lower triangle row by row, dimen (dimen + 1) / 2 elements
+ *   BIX_RNG_MATRIX_DIAGONAL  the dimen diagonal elements
+ * The n * dimen standard normals come from the Gaussian kernel's method of the same id, vector
+ * after vector (the BOXMULLER2 pending variate kept in the stream as that method keeps it), so
+ * n vectors in two calls are those of one call. Element i of a vector is
+ * a_i + T_i0 z_0 + ... + T_ii z_i, summed in that order on every processor. A method other than
+ * these three gives BIX_ERROR_BADMETHOD, a dimension below 1 or another storage code
+ * BIX_ERROR_BADARGS, with nothing drawn.
+ */
+#define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER 0
+#define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER2 1
+#define BIX_RNG_METHOD_GAUSSIANMV_ICDF 2
+#define BIX_RNG_MATRIX_FULL 0
+#define BIX_RNG_MATRIX_PACKED 1
+#define BIX_RNG_MATRIX_DIAGONAL 2
+KORB_API int _bixdRngGaussianMV(int method, BixStream *stream, int n, double r[], int dimen,
+                                int mstorage, const double *a, const double *t);
+KORB_API int _bixsRngGaussianMV(int method, BixStream *stream, int n, float r[], int dimen,
+                                int mstorage, const float *a, const float *t);
+
+/*
  * Integer distributions, one method each (id 0). r holds n 32-bit signed integers.
  *   Uniform(a, b)     integers a..b-1: the floor of a double uniform on [a, b)
  *   Bernoulli(p)      1 where a float uniform is below (float)p; p <= 0 gives only zeros
