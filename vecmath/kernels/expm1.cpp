@@ -97,6 +97,7 @@ double element_d(double x, int &status) {
     status = ARQ_STATUS_OK;
     if (!unusual_d(x)) return expm1_double(x);
     if (abs_b > kPlusInfBits) return double_from(b | kQuietBit);
+    if (b == kPlusInfBits) return x;
     if (abs_b < 0x0010000000000000) {
         if (abs_b != 0) status = ARQ_STATUS_UNDERFLOW;
         return x;
@@ -114,6 +115,7 @@ float element_s(float x, int &status) {
     status = ARQ_STATUS_OK;
     if (!unusual_s(x)) return static_cast<float>(expm1_single(static_cast<double>(x)));
     if (abs_b > 0x7F800000) return float_from(b | 0x00400000);
+    if (b == 0x7F800000) return x;
     if (abs_b < 0x00800000) {
         if (abs_b != 0) status = ARQ_STATUS_UNDERFLOW;
         return x;
