@@ -51,6 +51,8 @@ def ln_single():
 def cbrt():
     # cbrt(m) on [1, 2] in m - 3/2: the start of the cube-root kernels, rounded to 17 bits after
     show("cbrt", *fit(mp.cbrt, 1, 2, 5, mp.mpf(3) / 2))
+    # 1/cbrt(m) on [1, 2] in m - 3/2: the start of the single-precision kernels' Newton step
+    show("inverse cbrt", *fit(lambda m: 1 / mp.cbrt(m), 1, 2, 5, mp.mpf(3) / 2))
 
 
 # erfinv(x) = x·C(x²) for |x| <= 1/2, and T_j(v - centre_j) with v = sqrt(-ln(1 - |x|)) beyond,

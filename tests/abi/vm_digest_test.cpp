@@ -213,6 +213,16 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
                                                                                        out);
                             break;
                         }
+                        case KernelKind::two: {
+                            // The second arguments from further along the same source.
+                            std::vector<T> b(n);
+                            for (int i = 0; i < n; ++i) {
+                                b[i] = static_cast<T>(source[(at + 557 + i) % source.size()]);
+                            }
+                            reinterpret_cast<void (*)(int, const T *, const T *, T *)>(kernel)(
+                                n, in, b.data(), out);
+                            break;
+                        }
                         default:
                             ADD_FAILURE() << "no sweep for the kind of " << f.name;
                             return 0;

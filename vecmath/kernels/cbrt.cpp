@@ -12,8 +12,8 @@
 // rounding error e = 1 - t·v is found exactly and joins the correction. The scaling by 2^q (2^-q,
 // 2^2q) is exact: every result of a finite non-zero argument is a normal number.
 //
-// The single-precision kernels compute the same in double on the widened arguments and round
-// once to float.
+// The single-precision kernels compute in double on the widened arguments, without a division:
+// a polynomial for m'^(-1/3) and one Newton step (see cube_power_single), rounded once to float.
 //
 // Vectors of finite, normal, non-zero arguments take the vector path; any other vector, and the
 // last elements that fill no vector, go element by element with the same operations: a subnormal
@@ -35,6 +35,11 @@ constexpr double kP[] = {0.005072953325277491,  -0.010271170742079951, 0.0208863
                          -0.05643629468272744, 0.25438164562453464,   1.144712948162971};
 constexpr double kCbrt2 = 1.2599210498948732;   // 2^(1/3)
 constexpr double kCbrt4 = 1.5874010519681994;   // 2^(2/3)
+// 1/cbrt(m) on [1, 2] in m - 3/2 (tools/fit_poly.py cbrt, relative error 6.9e-6).
+constexpr double kQ[] = {-0.016511679091286462, 0.028411971197569164, -0.044529554849620206,
+                         0.08593584269932265,   -0.1941318962123832,  0.873585263192336};
+constexpr double kInvCbrt2 = 0.79370052598409979;  // 2^(-1/3)
+constexpr double kInvCbrt4 = 0.62996052494743658;  // 2^(-2/3)
 constexpr double kShifter = 6755399441055744.0;  // 1.5·2^52: rounds to an integer
 constexpr double kGrid = 103079215104.0;         // 1.5·2^36: rounds [1, 2] to multiples of 2^-16
 constexpr std::uint64_t kExponentOne = 1023;
@@ -97,6 +102,37 @@ template <Power kPower, class V>
     }
 }
 
+// The single-precision kernels' value, in double on widened arguments (x normal as a double):
+// w ≈ m'^(-1/3) from a polynomial (6.9e-6) and one Newton step w + w·(1 - m'·w³)/3 without a
+// division (relative error below 2^-33), then w, m'·w² or m'·w for the three powers: within
+// 2^-32 before the one rounding to float.
+template <Power kPower, class V>
+[[gnu::always_inline]] inline V cube_power_single(V x) {
+    const Bits<V> b = simd::to_bits(x) & kAbsMask;
+    const V e = simd::from_bits<V>((b >> 52) | 0x4330000000000000) - 0x1p52;
+    const V q_t = (e - 1.0) * (1.0 / 3) + kShifter;
+    const V s = e - 3.0 * (q_t - kShifter);
+    const Bits<V> q_bits = simd::to_bits(q_t);
+    const Bits<V> mantissa = b & kMantissa;
+    const V m = simd::from_bits<V>(mantissa | (kExponentOne << 52));
+    const V m3 =
+        simd::from_bits<V>(mantissa | ((simd::to_bits(s + kShifter) + kExponentOne) << 52));
+    const V u = m - 1.5;
+    V p = V{} + kQ[0];
+    for (int i = 1; i < 6; ++i) p = p * u + kQ[i];
+    const V c_s = select(simd::mask<V>(s == 1.0), V{} + kInvCbrt2,
+                         select(simd::mask<V>(s == 2.0), V{} + kInvCbrt4, V{} + 1.0));
+    V w = p * c_s;
+    w = w + w * ((1.0 - m3 * (w * w * w)) * (1.0 / 3));
+    if constexpr (kPower == Power::root) {
+        return (m3 * (w * w)) * simd::from_bits<V>((q_bits + (kExponentOne - 341)) << 52);
+    } else if constexpr (kPower == Power::inverse) {
+        return w * simd::from_bits<V>((Bits<V>{} + (0x4338000000000000 + 1364) - q_bits) << 52);
+    } else {
+        return (m3 * w) * simd::from_bits<V>(((q_bits << 1) + (kExponentOne - 682)) << 52);
+    }
+}
+
 // The same for one element of any finite non-zero magnitude: subnormals scaled by 2^54.
 template <Power kPower>
 double cube_power_any(double abs_x) {
@@ -111,7 +147,7 @@ double cube_power_any(double abs_x) {
     }
 }
 
-template <Power kPower>
+template <Power kPower, bool kSingle>
 double cube_element(double x, int &status) {
     const std::uint64_t b = bits_of(x);
     const std::uint64_t sign = b & kSignBit;
@@ -131,7 +167,8 @@ double cube_element(double x, int &status) {
         }
         return 0.0;
     }
-    const double y = cube_power_any<kPower>(double_from(abs_b));
+    const double y = kSingle ? cube_power_single<kPower>(double_from(abs_b))
+                             : cube_power_any<kPower>(double_from(abs_b));
     return kPower == Power::two_thirds ? y : double_from(bits_of(y) | sign);
 }
 
@@ -160,7 +197,7 @@ struct Cube {
     static const Context &context() { return kNoContext; }
 
     static T element(T x, const Context &, int &status) {
-        return static_cast<T>(cube_element<kPower>(x, status));
+        return static_cast<T>(cube_element<kPower, !kDouble>(x, status));
     }
 
     // Zero, subnormal, infinite or NaN, either sign; tested in integer registers.
@@ -175,7 +212,11 @@ struct Cube {
     }
 
     static Vec<double> lanes(Vec<double> x, const T *, const Context &) {
-        return signed_lanes<kPower>(cube_power<kPower>(x), x);
+        if constexpr (kDouble) {
+            return signed_lanes<kPower>(cube_power<kPower>(x), x);
+        } else {
+            return signed_lanes<kPower>(cube_power_single<kPower>(x), x);
+        }
     }
 };
 

@@ -12,7 +12,8 @@
 //          within 2^-66 of an integer before the last rounding.
 //
 // Single: the same in plain double on the widened argument (dLn's value path, 0.58 double ulp;
-// for Log1p, 1 + x and c exactly in double and c/u added), rounded once to float.
+// for Log1p, 1 + x and c exactly in double and c/u added without a division), rounded once to
+// float.
 //
 // Vectors whose arguments take the value path (Log10: positive normal numbers; Log1p: x > -1,
 // finite, |x| at least the smallest normal number) take the vector path; every other vector, and
@@ -108,11 +109,14 @@ template <class V>
     return l.hi + l.lo;
 }
 
-// Single precision in double: 1 + x and c exactly, dLn's value path.
+// Single precision in double: 1 + x and c exactly, dLn's value path, and c/u. For a float x, c
+// is non-zero only where |x| < 2^-29 (u within 2^-29 of 1, where 2 - u is 1/u to 2^-58) or
+// x >= 2^53 (where c/u is far below the last bit of ln u): no division.
 template <class V>
 [[gnu::always_inline]] inline V log1p_single(V x) {
     const Sum<V> u = precise::two_sum(V{} + 1.0, x);
-    return ln_positive_normal(u.hi) + u.lo / u.hi;
+    const V c = simd::select(simd::mask<V>(u.hi < 2.0), u.lo * (2.0 - u.hi), V{});
+    return ln_positive_normal(u.hi) + c;
 }
 
 // The special values of C99's log1p; false where the value path applies.
