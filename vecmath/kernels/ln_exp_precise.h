@@ -68,16 +68,22 @@ template <class V>
 // exact (rcp has 23 significant bits).
 constexpr std::uint64_t kHigh24 = 0xFFFFFFFFE0000000;
 
+// How much of the logarithm's precision a kernel needs: kPowers, relative error below 2^-70
+// (the powers, whose y·ln x amplifies it), or kRounded, below 2^-62 (a result rounded once from
+// hi + lo, where that is below a hundredth of an ulp).
+enum class Precision { kPowers, kRounded };
+
 // ln(x + c) = hi + lo for positive normal x and |c| at most half an ulp of x (nothing is
-// checked), relative error below 2^-70.
+// checked; kLow false: c = 0).
 //
 // x = 2^e·m, rcp ≈ 1/m from dLn's table (row; k is e, or e + 1 where the table's row subtracts
 // ln 2), r = m·rcp - 1 = r_hi + r_lo exactly, c' = c·2^-e·rcp (exact where it matters: near 1,
 // where rcp is 1 or 1/2), and ln(x + c) = k·ln 2 - ln rcp + ln(1 + r + c'), the series to r^7
-// (|r| < 2^-9.9). The terms of the size of the result (k·LN2_HI - ln rcp, which is exact, r, c'
-// and r²/2 by Dekker's product) are added exactly; the rest, each below 2^-19 of the result, in
-// plain double. k is x's exponent as the table splits it (ln_data::exponent), x_bits its pattern.
-template <bool kLow, class V>
+// (|r| < 2^-9.9). The terms of the size of the result (k·LN2_HI - ln rcp, which is exact, r and
+// c') are added exactly, and for kPowers r²/2 too, by Dekker's product; the rest, each below
+// 2^-10 (kPowers: 2^-19) of the result, in plain double. k is x's exponent as the table splits it
+// (ln_data::exponent), x_bits its pattern.
+template <Precision kPrecision, bool kLow, class V>
 [[gnu::always_inline]] inline Sum<V> ln_sum(V k, Bits<V> x_bits, const ln_data::Row<V> &row, V c) {
     const Bits<V> m_bits = (x_bits & kMantissa) | kOneBits;
     const V m = simd::from_bits<V>(m_bits);
@@ -85,16 +91,27 @@ template <bool kLow, class V>
     const V r_hi = m_hi * row.rcp - 1.0;
     const V r_lo = (m - m_hi) * row.rcp;
     const Sum<V> r = two_sum(r_hi, r_lo);
-    const Sum<V> r2 = two_prod(r.hi, r.hi);
     const V a = k * ln_data::kLn2Hi + row.hi;  // exact
     const V b = k * ln_data::kLn2Lo + row.lo;
     const Sum<V> s1 = two_sum(a, r.hi);
-    const Sum<V> s2 = two_sum(s1.hi, r2.hi * -0.5);
-    const V cubic =
-        (r.hi * r2.hi) *
-        (1.0 / 3 + r.hi * (-0.25 + r.hi * (0.2 + r.hi * (-1.0 / 6 + r.hi * (1.0 / 7)))));
-    // -r²/2 = -r2.hi/2 - r2.lo/2 - r.hi·r.lo (r.lo² is far below the last bit).
-    const V small = (((s1.lo + s2.lo) + (r.lo - r.hi * r.lo)) + (b - r2.lo * 0.5)) + cubic;
+    Sum<V> s2;
+    V small;
+    if constexpr (kPrecision == Precision::kPowers) {
+        const Sum<V> r2 = two_prod(r.hi, r.hi);
+        s2 = two_sum(s1.hi, r2.hi * -0.5);
+        const V cubic =
+            (r.hi * r2.hi) *
+            (1.0 / 3 + r.hi * (-0.25 + r.hi * (0.2 + r.hi * (-1.0 / 6 + r.hi * (1.0 / 7)))));
+        // -r²/2 = -r2.hi/2 - r2.lo/2 - r.hi·r.lo (r.lo² is far below the last bit).
+        small = (((s1.lo + s2.lo) + (r.lo - r.hi * r.lo)) + (b - r2.lo * 0.5)) + cubic;
+    } else {
+        s2 = {s1.hi, V{}};
+        const V series =
+            (r.hi * r.hi) *
+            (-0.5 + r.hi * (1.0 / 3 +
+                            r.hi * (-0.25 + r.hi * (0.2 + r.hi * (-1.0 / 6 + r.hi * (1.0 / 7))))));
+        small = ((s1.lo + (r.lo - r.hi * r.lo)) + b) + series;
+    }
     if constexpr (!kLow) {
         return fast_two_sum(s2.hi, small);
     } else {
@@ -108,36 +125,34 @@ template <bool kLow, class V>
     }
 }
 
-template <class V>
-[[gnu::always_inline]] inline Sum<V> ln(V k, Bits<V> x_bits, const ln_data::Row<V> &row) {
-    return ln_sum<false>(k, x_bits, row, V{});
-}
-
-// ln x for one positive normal x.
+// ln x for one positive normal x, or for lanes of them whose elements are at src in memory (the
+// table indices are read from there in integer registers).
+template <Precision kPrecision = Precision::kPowers>
 [[gnu::always_inline]] inline Sum<double> ln(double x) {
     const std::uint32_t hi = high_word(x);
-    return ln(ln_data::exponent(hi), bits_of(x), ln_data::row(hi));
+    return ln_sum<kPrecision, false>(ln_data::exponent(hi), bits_of(x), ln_data::row(hi), 0.0);
 }
-
-// ln x for lanes of positive normal numbers, x's elements at src in memory (the table indices
-// are read from there in integer registers).
+template <Precision kPrecision = Precision::kPowers>
 [[gnu::always_inline]] inline Sum<simd::Vec<double>> ln(simd::Vec<double> x, const double *src) {
     const Bits<simd::Vec<double>> b = simd::to_bits(x);
-    return ln(ln_data::exponent(b), b, ln_data::rows(src));
+    return ln_sum<kPrecision, false>(ln_data::exponent(b), b, ln_data::rows(src),
+                                     simd::Vec<double>{});
 }
 
-// ln(x + c) for positive normal x and |c| at most half an ulp of x: one element, or lanes (which
-// are stored first, the table indices read back in integer registers).
+// ln(x + c) to kRounded for positive normal x and |c| at most half an ulp of x: one element, or
+// lanes (which are stored first, the table indices read back in integer registers).
 [[gnu::always_inline]] inline Sum<double> ln_with_low(double x, double c) {
     const std::uint32_t hi = high_word(x);
-    return ln_sum<true>(ln_data::exponent(hi), bits_of(x), ln_data::row(hi), c);
+    return ln_sum<Precision::kRounded, true>(ln_data::exponent(hi), bits_of(x), ln_data::row(hi),
+                                             c);
 }
 [[gnu::always_inline]] inline Sum<simd::Vec<double>> ln_with_low(simd::Vec<double> x,
                                                                  simd::Vec<double> c) {
     alignas(simd::kNativeBytes) double src[simd::kCount<simd::Vec<double>>];
     simd::store_lanes(src, x);
     const Bits<simd::Vec<double>> b = simd::to_bits(x);
-    return ln_sum<true>(ln_data::exponent(b), b, ln_data::rows(simd::opaque(src)), c);
+    return ln_sum<Precision::kRounded, true>(ln_data::exponent(b), b,
+                                             ln_data::rows(simd::opaque(src)), c);
 }
 
 // ---- Exponential -------------------------------------------------------------------------

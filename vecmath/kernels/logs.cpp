@@ -1,19 +1,19 @@
 // Log1p (ln(1 + x)) and Log10, single and double.
 //
-// Double: both from the logarithm of ln_exp_precise.h (ln as a sum of two doubles, relative error
-// below 2^-70), so that the one rounding at full weight is the last addition (within about
-// 0.5 ulp):
+// Double: both from the logarithm of ln_exp_precise.h (ln as a sum of two doubles, to the
+// precision kRounded: relative error below 2^-62, the series past r in plain double), so that
+// the one rounding at full weight is the last addition (within about 0.5 ulp):
 //
 //   Log1p: u = 1 + x and its rounding error c exactly (two-sum), and ln(u + c) with c joining
 //          the reduced argument: near 0, where u = 1 + x is not exact, c carries what was lost,
 //          and the result is x - x²/2 + ... to the last bit (x itself when |x| < 2^-54).
 //   Log10: ln x times 1/ln 10 as a sum of two doubles (Dekker's product of the high parts):
 //          exact at the powers of ten that are doubles (10^0 .. 10^22), whose logarithm is
-//          within 2^-66 of an integer before the last rounding.
+//          within 2^-56 of an integer before the last rounding (half an ulp of 22 is 2^-49).
 //
-// Single: the same in plain double on the widened argument (dLn's value path, 0.58 double ulp;
-// for Log1p, 1 + x and c exactly in double and c/u added without a division), rounded once to
-// float.
+// Single: in plain double on the widened argument, a logarithm without a table (ln_single,
+// relative error below 2^-34; for Log1p, 1 + x and c exactly in double and c/u added), rounded
+// once to float.
 //
 // Vectors whose arguments take the value path (Log10: positive normal numbers; Log1p: x > -1,
 // finite, |x| at least the smallest normal number) take the vector path; every other vector, and
@@ -32,12 +32,12 @@
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/ln_data.h"
 #include "vecmath/kernels/ln_exp_precise.h"
-#include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
 namespace {
 
 using precise::Sum;
+using simd::Bits;
 using simd::Vec;
 
 constexpr double kLog10eHi = 0.4342944819032518;  // 1/ln 10 = hi + lo
@@ -50,6 +50,28 @@ T bits_to(B b) {
     return std::bit_cast<T>(b);
 }
 
+// ---- Single precision ----------------------------------------------------------------------
+
+// ln u for positive normal double u without a table, for the single-precision kernels:
+// u = 2^k·m with m in [sqrt(1/2), sqrt(2)) split by integer arithmetic on the pattern (biased so
+// that no shift is arithmetic), s = f/(2 + f) for f = m - 1 (|s| < 0.1716) and
+// ln m = 2·atanh(s) = 2s + 2s·(z/3 + z²/5 + ... + z^5/11), z = s²: relative error below 2^-34,
+// far below a float's last bit, in plain double.
+constexpr std::uint64_t kSqrtHalfBits = 0x3FE6A09E667F3BCD;
+constexpr double kLn2 = 0.6931471805599453;
+
+template <class V>
+[[gnu::always_inline]] inline V ln_single(V u) {
+    const Bits<V> ix = simd::to_bits(u) + ((std::uint64_t{0x400} << 52) - kSqrtHalfBits);
+    const V k = simd::from_bits<V>((ix >> 52) | 0x4330000000000000) - (0x1p52 + 1024);
+    const V f = simd::from_bits<V>((ix & kMantissa) + kSqrtHalfBits) - 1.0;
+    const V s = f / (2.0 + f);
+    const V z = s * s;
+    const V twice_s = s + s;
+    const V series = z * (1.0 / 3 + z * (1.0 / 5 + z * (1.0 / 7 + z * (1.0 / 9 + z * (1.0 / 11)))));
+    return k * kLn2 + (twice_s + twice_s * series);
+}
+
 // ---- Log10 -------------------------------------------------------------------------------
 
 template <class V>
@@ -60,8 +82,9 @@ template <class V>
 
 // ln x for positive finite x, subnormals scaled by 2^52 first.
 Sum<double> ln_any(double x) {
-    if (bits_of(x) >= kSmallestNormalBits) return precise::ln(x);
-    const Sum<double> l = precise::ln(x * 0x1p52);
+    using precise::Precision;
+    if (bits_of(x) >= kSmallestNormalBits) return precise::ln<Precision::kRounded>(x);
+    const Sum<double> l = precise::ln<Precision::kRounded>(x * 0x1p52);
     const Sum<double> s = precise::two_sum(l.hi, -52 * ln_data::kLn2Hi);  // 52·LN2_HI is exact
     return precise::fast_two_sum(s.hi, s.lo + (l.lo - 52 * ln_data::kLn2Lo));
 }
@@ -116,7 +139,7 @@ template <class V>
 [[gnu::always_inline]] inline V log1p_single(V x) {
     const Sum<V> u = precise::two_sum(V{} + 1.0, x);
     const V c = simd::select(simd::mask<V>(u.hi < 2.0), u.lo * (2.0 - u.hi), V{});
-    return ln_positive_normal(u.hi) + c;
+    return ln_single(u.hi) + c;
 }
 
 // The special values of C99's log1p; false where the value path applies.
@@ -176,8 +199,7 @@ struct Log10 {
         if constexpr (kDouble) {
             return log10_of(ln_any(x));
         } else {
-            return static_cast<float>(ln_positive_normal(static_cast<double>(x)) *
-                                      kLog10eHi);
+            return static_cast<float>(ln_single(static_cast<double>(x)) * kLog10eHi);
         }
     }
 
@@ -192,9 +214,9 @@ struct Log10 {
 
     static Vec<double> lanes(Vec<double> x, const T *src, const Context &) {
         if constexpr (kDouble) {
-            return log10_of(precise::ln(x, src));
+            return log10_of(precise::ln<precise::Precision::kRounded>(x, src));
         } else {
-            return ln_positive_normal(x) * kLog10eHi;
+            return ln_single(x) * kLog10eHi;
         }
     }
 };

@@ -133,9 +133,9 @@ double magnitude_single(double abs_a, const Exponent &e, int &status) {
     const double t = z * kInvL + kShifter;
     const std::uint64_t t_bits = bits_of(t);
     const double y = exp_single(z, t - kShifter, exp_data::row(t_bits).hi);
-    return y * double_from(static_cast<std::uint64_t>((static_cast<std::int32_t>(t_bits) >> 6) +
-                                                      1023)
-                           << 52);
+    return y *
+           double_from(static_cast<std::uint64_t>((static_cast<std::int32_t>(t_bits) >> 6) + 1023)
+                       << 52);
 }
 
 template <auto Magnitude>
@@ -212,7 +212,8 @@ template <class V>
 [[gnu::always_inline]] inline V magnitude_lanes(V a, const double *src, V b, const Sum<V> &b_split,
                                                 bool &refused) {
     const Bits<V> abs_bits = simd::to_bits(a) & kAbsMask;
-    const Sum<V> l = precise::ln(ln_data::exponent(abs_bits), abs_bits, ln_data::rows(src));
+    const Sum<V> l = precise::ln_sum<precise::Precision::kPowers, false>(
+        ln_data::exponent(abs_bits), abs_bits, ln_data::rows(src), V{});
     const Sum<V> z = times(l, b, b_split);
     refused = simd::any(simd::mask<V>(simd::abs(z.hi) >= kFastZ));
     return precise::scale_normal(precise::exp(z));
