@@ -38,14 +38,19 @@ def exp_single():
     # (e^r - 1 - r) / r^2 on |r| <= ln 2 / 2
     f = lambda r: (mp.exp(r) - 1 - r) / r**2 if r else mp.mpf(1) / 2
     half = mp.log(2) / 2 * mp.mpf("1.0002")
-    show("exp P", *fit(f, -half, half, 5))
+    show("exp P", *fit(f, -half, half, 4))
 
 
 def ln_single():
-    # (ln(1 + f) - f) / f^2 on [sqrt(1/2) - 1, sqrt(2) - 1]
-    q = lambda f: (mp.log(1 + f) - f) / f**2 if f else -mp.mpf(1) / 2
-    lo, hi = (mp.sqrt(0.5) - 1) * mp.mpf("1.0002"), (mp.sqrt(2) - 1) * mp.mpf("1.0002")
-    show("ln Q", *fit(q, lo, hi, 9))
+    # (2 atanh(s) - 2s) / (s z) in z = s^2, s = f / (2 + f) for f in [sqrt(1/2) - 1, sqrt(2) - 1]:
+    # |s| <= (sqrt(2) - 1) / (sqrt(2) + 1)
+    def r(z):
+        if not z:
+            return mp.mpf(2) / 3
+        s = mp.sqrt(z)
+        return (2 * mp.atanh(s) - 2 * s) / (s * z)
+    top = ((mp.sqrt(2) - 1) / (mp.sqrt(2) + 1)) ** 2 * mp.mpf("1.0004")
+    show("ln R", *fit(r, 0, top, 2))
 
 
 def cbrt():
