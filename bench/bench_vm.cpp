@@ -363,8 +363,8 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
                 {"glibc", single ? scalar_loop<float>(f.kind, p) : scalar_loop<double>(f.kind, p)});
         }
         const std::string args = f.kind == KernelKind::scalar || f.kind == KernelKind::two ? "vv"
-                                 : f.kind == KernelKind::pair                             ? "vvv"
-                                                                                          : "v";
+                                 : f.kind == KernelKind::pair                              ? "vvv"
+                                                                                           : "v";
         const std::string vname = (single ? "_ZGVbN4" : "_ZGVbN2") + args + "_" + libm + suffix;
         if (void *p = find(libmvec, vname)) {
             Loop l = f.kind == KernelKind::pair ? (single ? nullptr : libmvec_pair_loop(p))
@@ -393,8 +393,8 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
         std::vector<std::pair<std::string, void *>> roots = {
             {"libmvec", find(libmvec, single ? "_ZGVbN4v_cbrtf" : "_ZGVbN2v_cbrt")}};
 #ifdef KORB_HAVE_SLEEF
-        roots.emplace_back("sleef_u10",
-                           dlsym(RTLD_DEFAULT, single ? "Sleef_cbrtf4_u10sse2" : "Sleef_cbrtd2_u10sse2"));
+        roots.emplace_back("sleef_u10", dlsym(RTLD_DEFAULT, single ? "Sleef_cbrtf4_u10sse2"
+                                                                   : "Sleef_cbrtd2_u10sse2"));
 #endif
         for (const auto &[peer, root] : roots) {
             if (root == nullptr) continue;

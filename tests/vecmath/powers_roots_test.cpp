@@ -86,8 +86,8 @@ void check_pow(Kernel2<T> k, const char *name, const std::vector<Row> &rows) {
         } else {
             EXPECT_EQ(bits(r), expected_bits<T>(row)) << name << " " << row.x << "^" << row.y;
         }
-        ASSERT_EQ(t_reports.size(), row.status == 0 ? 0u : 1u) << name << " " << row.x << "^"
-                                                               << row.y;
+        ASSERT_EQ(t_reports.size(), row.status == 0 ? 0u : 1u)
+            << name << " " << row.x << "^" << row.y;
         if (row.status != 0) {
             EXPECT_EQ(t_reports[0].code, row.status) << name << " " << row.x << "^" << row.y;
             EXPECT_EQ(bits(static_cast<T>(t_reports[0].a2)), bits(y)) << name;
@@ -104,22 +104,24 @@ TEST_F(Kernels, ExpLogFamilySpecialValues) {
                                     {-800.0, 0, -1.0, 0},
                                     {1e-310, 0, 1e-310, ARQ_STATUS_UNDERFLOW},
                                     {1e300, 0, kInf, ARQ_STATUS_OVERFLOW}};
-    check<double>(_arqdExpm1, "dExpm1",
-                  [&] {
-                      auto v = expm1;
-                      v.push_back({709.7827128933841, 0, kInf, ARQ_STATUS_OVERFLOW});
-                      return v;
-                  }(),
-                  0.5);
-    check<float>(_arqsExpm1, "sExpm1",
-                 [&] {
-                     auto v = expm1;
-                     v[6] = {1e-40, 0, static_cast<float>(1e-40), ARQ_STATUS_UNDERFLOW};
-                     v[7] = {1e30, 0, kInf, ARQ_STATUS_OVERFLOW};
-                     v.push_back({89.0, 0, kInf, ARQ_STATUS_OVERFLOW});
-                     return v;
-                 }(),
-                 0.5f);
+    check<double>(
+        _arqdExpm1, "dExpm1",
+        [&] {
+            auto v = expm1;
+            v.push_back({709.7827128933841, 0, kInf, ARQ_STATUS_OVERFLOW});
+            return v;
+        }(),
+        0.5);
+    check<float>(
+        _arqsExpm1, "sExpm1",
+        [&] {
+            auto v = expm1;
+            v[6] = {1e-40, 0, static_cast<float>(1e-40), ARQ_STATUS_UNDERFLOW};
+            v[7] = {1e30, 0, kInf, ARQ_STATUS_OVERFLOW};
+            v.push_back({89.0, 0, kInf, ARQ_STATUS_OVERFLOW});
+            return v;
+        }(),
+        0.5f);
 
     const std::vector<Row> log1p = {{0.0, 0, 0.0, 0},
                                     {-0.0, 0, -0.0, 0},
@@ -130,13 +132,14 @@ TEST_F(Kernels, ExpLogFamilySpecialValues) {
                                     {-kInf, 0, 0, ARQ_STATUS_ERRDOM, true},
                                     {1e-310, 0, 1e-310, ARQ_STATUS_UNDERFLOW}};
     check<double>(_arqdLog1p, "dLog1p", log1p, 0.5);
-    check<float>(_arqsLog1p, "sLog1p",
-                 [&] {
-                     auto v = log1p;
-                     v[7] = {-1e-40, 0, static_cast<float>(-1e-40), ARQ_STATUS_UNDERFLOW};
-                     return v;
-                 }(),
-                 0.5f);
+    check<float>(
+        _arqsLog1p, "sLog1p",
+        [&] {
+            auto v = log1p;
+            v[7] = {-1e-40, 0, static_cast<float>(-1e-40), ARQ_STATUS_UNDERFLOW};
+            return v;
+        }(),
+        0.5f);
 
     const std::vector<Row> log10 = {{1.0, 0, 0.0, 0},
                                     {kInf, 0, kInf, 0},
@@ -145,27 +148,29 @@ TEST_F(Kernels, ExpLogFamilySpecialValues) {
                                     {-1.0, 0, 0, ARQ_STATUS_ERRDOM, true},
                                     {-kInf, 0, 0, ARQ_STATUS_ERRDOM, true},
                                     {kNaN, 0, kNaN, 0}};
-    check<double>(_arqdLog10, "dLog10",
-                  [&] {
-                      auto v = log10;
-                      v.push_back({-4.9406564584124654e-324, 0, 0, ARQ_STATUS_ERRDOM, true});
-                      v.push_back({4.9406564584124654e-324, 0, -323.30621534311581, 0});
-                      return v;
-                  }(),
-                  2.0);
-    check<float>(_arqsLog10, "sLog10",
-                 [&] {
-                     auto v = log10;
-                     v.push_back({1e-45, 0, -44.8534693539332, 0});  // log10(2^-149)
-                     return v;
-                 }(),
-                 2.0f);
+    check<double>(
+        _arqdLog10, "dLog10",
+        [&] {
+            auto v = log10;
+            v.push_back({-4.9406564584124654e-324, 0, 0, ARQ_STATUS_ERRDOM, true});
+            v.push_back({4.9406564584124654e-324, 0, -323.30621534311581, 0});
+            return v;
+        }(),
+        2.0);
+    check<float>(
+        _arqsLog10, "sLog10",
+        [&] {
+            auto v = log10;
+            v.push_back({1e-45, 0, -44.8534693539332, 0});  // log10(2^-149)
+            return v;
+        }(),
+        2.0f);
 }
 
 TEST_F(Kernels, RootFamilySpecialValues) {
-    const std::vector<Row> cbrt = {{0.0, 0, 0.0, 0},    {-0.0, 0, -0.0, 0},   {kInf, 0, kInf, 0},
-                                   {-kInf, 0, -kInf, 0}, {kNaN, 0, kNaN, 0},   {-27.0, 0, -3.0, 0},
-                                   {0x1p-1071, 0, 0x1p-357, 0}};
+    const std::vector<Row> cbrt = {
+        {0.0, 0, 0.0, 0},   {-0.0, 0, -0.0, 0},  {kInf, 0, kInf, 0},         {-kInf, 0, -kInf, 0},
+        {kNaN, 0, kNaN, 0}, {-27.0, 0, -3.0, 0}, {0x1p-1071, 0, 0x1p-357, 0}};
     check<double>(_arqdCbrt, "dCbrt", cbrt, 2.0);
     const std::vector<Row> inv_cbrt = {{0.0, 0, kInf, ARQ_STATUS_SING},
                                        {-0.0, 0, -kInf, ARQ_STATUS_SING},
@@ -175,9 +180,9 @@ TEST_F(Kernels, RootFamilySpecialValues) {
                                        {-8.0, 0, -0.5, 0},
                                        {0x1p-1071, 0, 0x1p357, 0}};
     check<double>(_arqdInvCbrt, "dInvCbrt", inv_cbrt, 2.0);
-    const std::vector<Row> pow2o3 = {{0.0, 0, 0.0, 0},    {-0.0, 0, 0.0, 0},  {kInf, 0, kInf, 0},
-                                     {-kInf, 0, kInf, 0}, {kNaN, 0, kNaN, 0}, {-8.0, 0, 4.0, 0},
-                                     {0x1p-1071, 0, 0x1p-714, 0}};
+    const std::vector<Row> pow2o3 = {
+        {0.0, 0, 0.0, 0},   {-0.0, 0, 0.0, 0}, {kInf, 0, kInf, 0},         {-kInf, 0, kInf, 0},
+        {kNaN, 0, kNaN, 0}, {-8.0, 0, 4.0, 0}, {0x1p-1071, 0, 0x1p-714, 0}};
     check<double>(_arqdPow2o3, "dPow2o3", pow2o3, 2.0);
     const std::vector<Row> inv_sqrt = {{0.0, 0, kInf, ARQ_STATUS_SING},
                                        {-0.0, 0, -kInf, ARQ_STATUS_SING},

@@ -31,17 +31,17 @@ namespace {
 using simd::Bits;
 using simd::Vec;
 
-constexpr double kP[] = {0.005072953325277491,  -0.010271170742079951, 0.020886322742377506,
+constexpr double kP[] = {0.005072953325277491, -0.010271170742079951, 0.020886322742377506,
                          -0.05643629468272744, 0.25438164562453464,   1.144712948162971};
-constexpr double kCbrt2 = 1.2599210498948732;   // 2^(1/3)
-constexpr double kCbrt4 = 1.5874010519681994;   // 2^(2/3)
+constexpr double kCbrt2 = 1.2599210498948732;  // 2^(1/3)
+constexpr double kCbrt4 = 1.5874010519681994;  // 2^(2/3)
 // 1/cbrt(m) on [1, 2] in m - 3/2 (tools/fit_poly.py cbrt, relative error 6.9e-6).
 constexpr double kQ[] = {-0.016511679091286462, 0.028411971197569164, -0.044529554849620206,
                          0.08593584269932265,   -0.1941318962123832,  0.873585263192336};
 constexpr double kInvCbrt2 = 0.79370052598409979;  // 2^(-1/3)
 constexpr double kInvCbrt4 = 0.62996052494743658;  // 2^(-2/3)
-constexpr double kShifter = 6755399441055744.0;  // 1.5·2^52: rounds to an integer
-constexpr double kGrid = 103079215104.0;         // 1.5·2^36: rounds [1, 2] to multiples of 2^-16
+constexpr double kShifter = 6755399441055744.0;    // 1.5·2^52: rounds to an integer
+constexpr double kGrid = 103079215104.0;           // 1.5·2^36: rounds [1, 2] to multiples of 2^-16
 constexpr std::uint64_t kExponentOne = 1023;
 constexpr std::uint64_t kQuietBit = 0x0008000000000000;
 constexpr std::uint64_t kSmallestNormalBits = 0x0010000000000000;
@@ -222,10 +222,10 @@ struct Cube {
 
 }  // namespace
 
-#define KORB_CUBE_KERNEL(p, T, F, kPower)                                          \
-    extern "C" __attribute__((visibility("hidden"))) void korb_vm_##p##F##_A(      \
-        int n, const T *a, T *r) {                                                 \
-        run_one<Cube<T, Power::kPower>>(n, a, r);                                  \
+#define KORB_CUBE_KERNEL(p, T, F, kPower)                                                        \
+    extern "C"                                                                                   \
+        __attribute__((visibility("hidden"))) void korb_vm_##p##F##_A(int n, const T *a, T *r) { \
+        run_one<Cube<T, Power::kPower>>(n, a, r);                                                \
     }
 KORB_CUBE_KERNEL(s, float, Cbrt, root)
 KORB_CUBE_KERNEL(d, double, Cbrt, root)

@@ -54,9 +54,9 @@ template <class V>
     const V r_hi = x - k * kLHi;  // exact
     const V r_lo = -(k * kLLo);
     const V r = r_hi + r_lo;
-    const V q =
-        (r * r) *
-        (0.5 + r * (1.0 / 6 + r * (1.0 / 24 + r * (1.0 / 120 + r * (1.0 / 720 + r * (1.0 / 5040))))));
+    const V q = (r * r) *
+                (0.5 + r * (1.0 / 6 +
+                            r * (1.0 / 24 + r * (1.0 / 120 + r * (1.0 / 720 + r * (1.0 / 5040))))));
     const Sum<V> a = precise::two_sum(s * e.hi, V{} - 1.0);
     const Sum<V> u = precise::two_prod(e.hi, r_hi);
     const Sum<V> b = precise::two_sum(a.hi, s * u.hi);

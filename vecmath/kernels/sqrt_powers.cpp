@@ -138,11 +138,13 @@ constexpr char kNames[2][2][11] = {{"vsInvSqrt", "vdInvSqrt"}, {"vsPow3o2", "vdP
 // (double) and the positive normal floats; Pow3o2 [2^-600, 2^600] (double) and [2^-80, 2^80]
 // (single: normal float results).
 template <class T, Power kPower>
-constexpr std::uint64_t kLow = sizeof(T) == 8 ? (kPower == Power::inverse ? 0x03F00000 : 0x1A700000)
-                                              : (kPower == Power::inverse ? 0x00800000 : 0x17800000);
+constexpr std::uint64_t kLow = sizeof(T) == 8
+                                   ? (kPower == Power::inverse ? 0x03F00000 : 0x1A700000)
+                                   : (kPower == Power::inverse ? 0x00800000 : 0x17800000);
 template <class T, Power kPower>
-constexpr std::uint64_t kHigh = sizeof(T) == 8 ? (kPower == Power::inverse ? 0x7BF00000 : 0x65700000)
-                                               : (kPower == Power::inverse ? 0x7F800000 : 0x67800000);
+constexpr std::uint64_t kHigh = sizeof(T) == 8
+                                    ? (kPower == Power::inverse ? 0x7BF00000 : 0x65700000)
+                                    : (kPower == Power::inverse ? 0x7F800000 : 0x67800000);
 
 template <class T, Power kPower>
 struct SqrtPower {
@@ -166,8 +168,8 @@ struct SqrtPower {
     // Outside the vector path's range, negative, infinite or NaN; in integer registers on the
     // high word (double) or the pattern (single).
     static bool unusual(T x, const Context &) {
-        const std::uint32_t w = kDouble ? high_word(static_cast<double>(x))
-                                        : bits_of(static_cast<float>(x));
+        const std::uint32_t w =
+            kDouble ? high_word(static_cast<double>(x)) : bits_of(static_cast<float>(x));
         constexpr std::uint32_t lo = static_cast<std::uint32_t>(kLow<T, kPower>);
         constexpr std::uint32_t hi = static_cast<std::uint32_t>(kHigh<T, kPower>);
         return w - lo >= hi - lo;
@@ -188,10 +190,10 @@ struct SqrtPower {
 
 }  // namespace
 
-#define KORB_SQRT_POWER_KERNEL(p, T, F, kPower)                                \
-    extern "C" __attribute__((visibility("hidden"))) void korb_vm_##p##F##_A(  \
-        int n, const T *a, T *r) {                                             \
-        run_one<SqrtPower<T, Power::kPower>>(n, a, r);                         \
+#define KORB_SQRT_POWER_KERNEL(p, T, F, kPower)                                                  \
+    extern "C"                                                                                   \
+        __attribute__((visibility("hidden"))) void korb_vm_##p##F##_A(int n, const T *a, T *r) { \
+        run_one<SqrtPower<T, Power::kPower>>(n, a, r);                                           \
     }
 KORB_SQRT_POWER_KERNEL(s, float, InvSqrt, inverse)
 KORB_SQRT_POWER_KERNEL(d, double, InvSqrt, inverse)
