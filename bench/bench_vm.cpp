@@ -10,7 +10,9 @@
 //              SLEEF's SSE2 variants of 1 and 3.5 ulp, when SLEEF is installed
 //   copy       a plain loop copying the same vector: the cost unit of the cost tables
 // plus peers written here for functions the C library lacks or does differently: the bare
-// square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv.
+// square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv, and
+// InvSqrt, InvCbrt, Pow2o3 and Pow3o2 composed of the C library's functions (and of libmvec's and
+// SLEEF's cube roots, and of the square-root instructions).
 // The C library's and SLEEF's functions are found by name, so a new function of the list is
 // benchmarked against them without an edit here. Items are elements; each benchmark reports a
 // checksum of its results.
@@ -286,6 +288,57 @@ void rational_erfinv_loop(int n, const void *a, const void *, void *r, void *) {
     for (int i = 0; i < n; ++i) y[i] = rational_erfinv(x[i]);
 }
 
+// The roots and powers the C library lacks, composed of its functions: glibc's scalar ones one
+// element at a time, and the same compositions on libmvec's and SLEEF's cube roots of two doubles
+// or four floats (with the division, square and product in SSE2), and on the square-root
+// instructions.
+enum class Composed { inv_sqrt, inv_cbrt, pow2o3, pow3o2 };
+
+template <class T, Composed kC>
+void composed_scalar_loop(int n, const void *a, const void *, void *r, void *) {
+    const T *x = static_cast<const T *>(a);
+    T *y = static_cast<T *>(r);
+    for (int i = 0; i < n; ++i) {
+        if constexpr (kC == Composed::inv_sqrt) {
+            y[i] = T(1) / std::sqrt(x[i]);
+        } else if constexpr (kC == Composed::inv_cbrt) {
+            y[i] = T(1) / std::cbrt(x[i]);
+        } else if constexpr (kC == Composed::pow2o3) {
+            const T c = std::cbrt(x[i]);
+            y[i] = c * c;
+        } else {
+            y[i] = x[i] * std::sqrt(x[i]);
+        }
+    }
+}
+
+// The vector compositions: cbrt is the peer's vector cube root (null for the square-root ones).
+template <class T, class V, Composed kC>
+Loop composed_vector_loop(void *cbrt) {
+    constexpr int kLanes = 16 / sizeof(T);
+    return [f = reinterpret_cast<V (*)(V)>(cbrt)](int n, const void *a, const void *, void *r,
+                                                  void *) {
+        const T *x = static_cast<const T *>(a);
+        T *y = static_cast<T *>(r);
+        const V one = broadcast<T, V>(T(1));
+        for (int i = 0; i < n; i += kLanes) {
+            const V v = load<T, V>(x + i);
+            V out;
+            if constexpr (kC == Composed::inv_cbrt) {
+                out = one / f(v);
+            } else if constexpr (kC == Composed::pow2o3) {
+                const V c = f(v);
+                out = c * c;
+            } else if constexpr (sizeof(T) == 8) {
+                out = kC == Composed::inv_sqrt ? one / _mm_sqrt_pd(v) : v * _mm_sqrt_pd(v);
+            } else {
+                out = kC == Composed::inv_sqrt ? one / _mm_sqrt_ps(v) : v * _mm_sqrt_ps(v);
+            }
+            store<T, V>(y + i, out);
+        }
+    };
+}
+
 struct Subject {
     std::string name;
     Loop loop;
@@ -299,6 +352,22 @@ const std::map<std::string, std::vector<Subject>> &peers_written_here() {
         {"sSqrt", {{"sqrtps", sqrtps_loop}}},
         {"dErfInv", {{"rational", rational_erfinv_loop<double>}}},
         {"sErfInv", {{"rational", rational_erfinv_loop<float>}}},
+        {"dInvSqrt",
+         {{"glibc", composed_scalar_loop<double, Composed::inv_sqrt>},
+          {"sqrtpd", composed_vector_loop<double, __m128d, Composed::inv_sqrt>(nullptr)}}},
+        {"sInvSqrt",
+         {{"glibc", composed_scalar_loop<float, Composed::inv_sqrt>},
+          {"sqrtps", composed_vector_loop<float, __m128, Composed::inv_sqrt>(nullptr)}}},
+        {"dPow3o2",
+         {{"glibc", composed_scalar_loop<double, Composed::pow3o2>},
+          {"sqrtpd", composed_vector_loop<double, __m128d, Composed::pow3o2>(nullptr)}}},
+        {"sPow3o2",
+         {{"glibc", composed_scalar_loop<float, Composed::pow3o2>},
+          {"sqrtps", composed_vector_loop<float, __m128, Composed::pow3o2>(nullptr)}}},
+        {"dInvCbrt", {{"glibc", composed_scalar_loop<double, Composed::inv_cbrt>}}},
+        {"sInvCbrt", {{"glibc", composed_scalar_loop<float, Composed::inv_cbrt>}}},
+        {"dPow2o3", {{"glibc", composed_scalar_loop<double, Composed::pow2o3>}}},
+        {"sPow2o3", {{"glibc", composed_scalar_loop<float, Composed::pow2o3>}}},
     };
     return peers;
 }
@@ -333,9 +402,9 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
             out.push_back(
                 {"glibc", single ? scalar_loop<float>(f.kind, p) : scalar_loop<double>(f.kind, p)});
         }
-        const std::string args = f.kind == KernelKind::scalar ? "vv"
-                                 : f.kind == KernelKind::pair ? "vvv"
-                                                              : "v";
+        const std::string args = f.kind == KernelKind::scalar || f.kind == KernelKind::two ? "vv"
+                                 : f.kind == KernelKind::pair                              ? "vvv"
+                                                                                           : "v";
         const std::string vname = (single ? "_ZGVbN4" : "_ZGVbN2") + args + "_" + libm + suffix;
         if (void *p = find(libmvec, vname)) {
             Loop l = f.kind == KernelKind::pair ? (single ? nullptr : libmvec_pair_loop(p))
@@ -356,6 +425,25 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
             if (l) out.push_back({std::string("sleef_") + accuracy, l});
         }
 #endif
+    }
+    // InvCbrt and Pow2o3 on the vector cube roots of libmvec and SLEEF.
+    if (func.ends_with("InvCbrt") || func.ends_with("Pow2o3")) {
+        static void *const libmvec = dlopen("libmvec.so.1", RTLD_NOW);
+        const bool inv = func.ends_with("InvCbrt");
+        std::vector<std::pair<std::string, void *>> roots = {
+            {"libmvec", find(libmvec, single ? "_ZGVbN4v_cbrtf" : "_ZGVbN2v_cbrt")}};
+#ifdef KORB_HAVE_SLEEF
+        roots.emplace_back("sleef_u10", dlsym(RTLD_DEFAULT, single ? "Sleef_cbrtf4_u10sse2"
+                                                                   : "Sleef_cbrtd2_u10sse2"));
+#endif
+        for (const auto &[peer, root] : roots) {
+            if (root == nullptr) continue;
+            Loop l = single ? (inv ? composed_vector_loop<float, __m128, Composed::inv_cbrt>(root)
+                                   : composed_vector_loop<float, __m128, Composed::pow2o3>(root))
+                            : (inv ? composed_vector_loop<double, __m128d, Composed::inv_cbrt>(root)
+                                   : composed_vector_loop<double, __m128d, Composed::pow2o3>(root));
+            out.push_back({peer, l});
+        }
     }
     const auto &written = peers_written_here();
     if (auto it = written.find(func); it != written.end()) {

@@ -206,6 +206,31 @@ int erfinv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t) {
 }
 const Reference erfinv_reference{.one = erfinv_mpfr, .estimate = erfinv_estimate};
 
+// The roots and powers MPFR lacks, composed at 160 bits (two roundings far below a double's
+// last bit), with double-precision estimates for the walk over every float.
+int invcbrt_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t rnd) {
+    mpfr_cbrt(out, in, rnd);
+    return mpfr_ui_div(out, 1, out, rnd);
+}
+int pow2o3_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t rnd) {
+    mpfr_cbrt(out, in, rnd);
+    return mpfr_sqr(out, out, rnd);
+}
+int pow3o2_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t rnd) {
+    mpfr_sqrt(out, in, rnd);
+    return mpfr_mul(out, out, in, rnd);
+}
+const Reference invcbrt_reference{.one = invcbrt_mpfr,
+                                  .estimate = [](double x) { return 1.0 / std::cbrt(x); }};
+const Reference pow2o3_reference{.one = pow2o3_mpfr, .estimate = [](double x) {
+                                     const double c = std::cbrt(x);
+                                     return c * c;
+                                 }};
+const Reference pow3o2_reference{.one = pow3o2_mpfr,
+                                 .estimate = [](double x) { return x * std::sqrt(x); }};
+const Reference invsqrt_reference{.one = mpfr_rec_sqrt,
+                                  .estimate = [](double x) { return 1.0 / std::sqrt(x); }};
+
 // The reference of every built function, by its name in the list.
 struct Named {
     const char *name;

@@ -248,6 +248,145 @@ KORB_API void _arqdPowx_26(int n, const double *a, double b, double *r);
 KORB_API extern const ArqKernelScalarD korb_arq_kernel_dPowx_ttab[3];
 KORB_API extern const float korb_arq_kernel_dPowx_ctab[3];
 
+/* Kernels of two argument vectors, r[i] = f(a[i], b[i]). */
+typedef void (*ArqKernelTwoD)(int n, const double *a, const double *b, double *r);
+typedef void (*ArqKernelTwoS)(int n, const float *a, const float *b, float *r);
+
+/* Cbrt: the real cube root, any sign; +-0, +-Inf and NaN (quiet) come back. No status. */
+KORB_API void _arqsCbrt(int n, const float *a, float *r);
+KORB_API void _arqsCbrt_HA(int n, const float *a, float *r);
+KORB_API void _arqsCbrt_21(int n, const float *a, float *r);
+KORB_API void _arqsCbrt_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sCbrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_sCbrt_ctab[3];
+KORB_API void _arqdCbrt(int n, const double *a, double *r);
+KORB_API void _arqdCbrt_HA(int n, const double *a, double *r);
+KORB_API void _arqdCbrt_50(int n, const double *a, double *r);
+KORB_API void _arqdCbrt_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dCbrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_dCbrt_ctab[3];
+
+/* Expm1: e^a - 1, accurate near 0. +-0 gives +-0, -Inf gives -1, +Inf +Inf, a NaN comes back
+ * quiet; a result that rounds to +Inf ARQ_STATUS_OVERFLOW, a subnormal result (a subnormal a)
+ * ARQ_STATUS_UNDERFLOW. */
+KORB_API void _arqsExpm1(int n, const float *a, float *r);
+KORB_API void _arqsExpm1_HA(int n, const float *a, float *r);
+KORB_API void _arqsExpm1_21(int n, const float *a, float *r);
+KORB_API void _arqsExpm1_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sExpm1_ttab[3];
+KORB_API extern const float korb_arq_kernel_sExpm1_ctab[3];
+KORB_API void _arqdExpm1(int n, const double *a, double *r);
+KORB_API void _arqdExpm1_HA(int n, const double *a, double *r);
+KORB_API void _arqdExpm1_50(int n, const double *a, double *r);
+KORB_API void _arqdExpm1_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dExpm1_ttab[3];
+KORB_API extern const float korb_arq_kernel_dExpm1_ctab[3];
+
+/* InvCbrt: 1/cbrt(a). +-0 gives +-Inf with ARQ_STATUS_SING, +-Inf +-0, a NaN comes back quiet. */
+KORB_API void _arqsInvCbrt(int n, const float *a, float *r);
+KORB_API void _arqsInvCbrt_HA(int n, const float *a, float *r);
+KORB_API void _arqsInvCbrt_21(int n, const float *a, float *r);
+KORB_API void _arqsInvCbrt_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sInvCbrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_sInvCbrt_ctab[3];
+KORB_API void _arqdInvCbrt(int n, const double *a, double *r);
+KORB_API void _arqdInvCbrt_HA(int n, const double *a, double *r);
+KORB_API void _arqdInvCbrt_50(int n, const double *a, double *r);
+KORB_API void _arqdInvCbrt_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dInvCbrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_dInvCbrt_ctab[3];
+
+/* InvSqrt: 1/sqrt(a). +0 gives +Inf and -0 -Inf with ARQ_STATUS_SING, a negative argument (also
+ * -Inf) the NaN 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, +Inf +0, a NaN quiet. */
+KORB_API void _arqsInvSqrt(int n, const float *a, float *r);
+KORB_API void _arqsInvSqrt_HA(int n, const float *a, float *r);
+KORB_API void _arqsInvSqrt_21(int n, const float *a, float *r);
+KORB_API void _arqsInvSqrt_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sInvSqrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_sInvSqrt_ctab[3];
+KORB_API void _arqdInvSqrt(int n, const double *a, double *r);
+KORB_API void _arqdInvSqrt_HA(int n, const double *a, double *r);
+KORB_API void _arqdInvSqrt_50(int n, const double *a, double *r);
+KORB_API void _arqdInvSqrt_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dInvSqrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_dInvSqrt_ctab[3];
+
+/* Log10: base-10 logarithm, exact at the powers of ten that are exactly representable. The
+ * special values and statuses of Ln. */
+KORB_API void _arqsLog10(int n, const float *a, float *r);
+KORB_API void _arqsLog10_HA(int n, const float *a, float *r);
+KORB_API void _arqsLog10_21(int n, const float *a, float *r);
+KORB_API void _arqsLog10_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sLog10_ttab[3];
+KORB_API extern const float korb_arq_kernel_sLog10_ctab[3];
+KORB_API void _arqdLog10(int n, const double *a, double *r);
+KORB_API void _arqdLog10_HA(int n, const double *a, double *r);
+KORB_API void _arqdLog10_50(int n, const double *a, double *r);
+KORB_API void _arqdLog10_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dLog10_ttab[3];
+KORB_API extern const float korb_arq_kernel_dLog10_ctab[3];
+
+/* Log1p: ln(1 + a), accurate near 0. +-0 gives +-0, -1 gives -Inf with ARQ_STATUS_SING, a below
+ * -1 (also -Inf) the NaN 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, +Inf +Inf, a NaN
+ * comes back quiet; a subnormal result ARQ_STATUS_UNDERFLOW. */
+KORB_API void _arqsLog1p(int n, const float *a, float *r);
+KORB_API void _arqsLog1p_HA(int n, const float *a, float *r);
+KORB_API void _arqsLog1p_21(int n, const float *a, float *r);
+KORB_API void _arqsLog1p_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sLog1p_ttab[3];
+KORB_API extern const float korb_arq_kernel_sLog1p_ctab[3];
+KORB_API void _arqdLog1p(int n, const double *a, double *r);
+KORB_API void _arqdLog1p_HA(int n, const double *a, double *r);
+KORB_API void _arqdLog1p_50(int n, const double *a, double *r);
+KORB_API void _arqdLog1p_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dLog1p_ttab[3];
+KORB_API extern const float korb_arq_kernel_dLog1p_ctab[3];
+
+/* Pow: a^b element by element, with the special values and statuses of Powx below. */
+KORB_API void _arqsPow(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsPow_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsPow_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsPow_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelTwoS korb_arq_kernel_sPow_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPow_ctab[3];
+KORB_API void _arqdPow(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdPow_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdPow_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdPow_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelTwoD korb_arq_kernel_dPow_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPow_ctab[3];
+
+/* Pow2o3: a^(2/3) as the square of the real cube root, defined for negative a. +-0 gives +0,
+ * +-Inf +Inf, a NaN comes back quiet. No status. */
+KORB_API void _arqsPow2o3(int n, const float *a, float *r);
+KORB_API void _arqsPow2o3_HA(int n, const float *a, float *r);
+KORB_API void _arqsPow2o3_21(int n, const float *a, float *r);
+KORB_API void _arqsPow2o3_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sPow2o3_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPow2o3_ctab[3];
+KORB_API void _arqdPow2o3(int n, const double *a, double *r);
+KORB_API void _arqdPow2o3_HA(int n, const double *a, double *r);
+KORB_API void _arqdPow2o3_50(int n, const double *a, double *r);
+KORB_API void _arqdPow2o3_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dPow2o3_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPow2o3_ctab[3];
+
+/* Pow3o2: a^(3/2). +-0 gives +0, +Inf +Inf, a negative argument (also -Inf) the NaN 0xFFC00000 /
+ * 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet; a result that rounds to +Inf
+ * ARQ_STATUS_OVERFLOW, one below the smallest normal number ARQ_STATUS_UNDERFLOW. */
+KORB_API void _arqsPow3o2(int n, const float *a, float *r);
+KORB_API void _arqsPow3o2_HA(int n, const float *a, float *r);
+KORB_API void _arqsPow3o2_21(int n, const float *a, float *r);
+KORB_API void _arqsPow3o2_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sPow3o2_ttab[3];
+KORB_API extern const float korb_arq_kernel_sPow3o2_ctab[3];
+KORB_API void _arqdPow3o2(int n, const double *a, double *r);
+KORB_API void _arqdPow3o2_HA(int n, const double *a, double *r);
+KORB_API void _arqdPow3o2_50(int n, const double *a, double *r);
+KORB_API void _arqdPow3o2_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dPow3o2_ttab[3];
+KORB_API extern const float korb_arq_kernel_dPow3o2_ctab[3];
+
 /* Sqrt: square root, correctly rounded. -0 gives -0; a negative argument (also -Inf) the NaN
  * 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM. */
 KORB_API void _arqsSqrt(int n, const float *a, float *r);

@@ -25,6 +25,7 @@
 #include "vecmath/kernels/exp_data.h"
 #include "vecmath/kernels/frame.h"
 #include "vecmath/kernels/ln_data.h"
+#include "vecmath/kernels/ln_exp_precise.h"
 #include "vecmath/kernels/ln_value.h"
 
 namespace korb::vecmath {
@@ -34,15 +35,11 @@ using exp_data::kInvL;
 using exp_data::kLHi;
 using exp_data::kLLo;
 using exp_data::kShifter;
-using ln_data::kHighHalf;
-using ln_data::kLn2Hi;
-using ln_data::kLn2Lo;
 using simd::Bits;
 using simd::Vec;
 
 constexpr std::uint64_t kSmallestNormalBits = 0x0010000000000000;
 constexpr std::uint64_t kQuietBit = 0x0008000000000000;
-constexpr double kSplitter = 134217729.0;  // 2^27 + 1
 
 // |z| below this keeps a double result normal (the vector path's scaling needs that).
 constexpr double kFastZ = 708.39;
@@ -50,99 +47,46 @@ constexpr double kFastZ = 708.39;
 constexpr double kOverflowZ = 709.79;
 constexpr double kUnderflowZ = -745.2;
 
-template <class V>
-struct Sum {
-    V hi, lo;
-};
+using precise::Sum;
 
-template <class V>
-V split_high(V a) {
-    const V c = a * kSplitter;
-    return c - (c - a);
-}
-
-// ln of 2^k·m as hi + lo, from k (as a double), m in [1, 2), its high half and the table row.
-template <class V>
-Sum<V> ln_sum(V k, V m, V m_hi, V rcp, V l_hi, V l_lo) {
-    const V r_hi = m_hi * rcp - 1.0;
-    const V r_lo = (m - m_hi) * rcp;
-    const V r = r_hi + r_lo;
-    const V a = k * kLn2Hi + l_hi;  // exact
-    const V b = k * kLn2Lo + l_lo;
-    const V poly =
-        (r * r) * (-0.5 + r * (1.0 / 3 + r * (-0.25 + r * (0.2 + r * (-1.0 / 6 + r * (1.0 / 7))))));
-    const V s_hi = a + r_hi;  // a + r_hi = s_hi + s_lo exactly
-    const V bb = s_hi - a;
-    const V s_lo = (a - (s_hi - bb)) + (r_hi - bb);
-    const V lo = s_lo + (r_lo + (poly + b));
-    const V hi = s_hi + lo;
-    return {hi, (s_hi - hi) + lo};
-}
-
-// The exponent b, classified once per call.
+// The exponent b, classified once per call (Powx) or per element (Pow's element path).
 struct Exponent {
     double b;
-    double b_hi, b_lo;            // Dekker's split, when |b| < 2^64
+    Sum<double> split;            // Dekker's split, when |b| < 2^64
     bool integer, odd, ordinary;  // ordinary: finite, non-zero, |b| < 2^64
 };
 
 Exponent classify(double b) {
-    Exponent e{b, 0.0, 0.0, false, false, false};
+    Exponent e{b, {0.0, 0.0}, false, false, false};
     const double abs_b = std::fabs(b);
     e.integer = abs_b < 0x1p53 ? std::nearbyint(b) == b : std::isfinite(b);
     e.odd = e.integer && abs_b < 0x1p53 && std::fmod(abs_b, 2.0) == 1.0;
     e.ordinary = b != 0.0 && abs_b < 0x1p64;
-    if (e.ordinary) {
-        e.b_hi = split_high(b);
-        e.b_lo = b - e.b_hi;
-    }
+    if (e.ordinary) e.split = precise::split(b);
     return e;
 }
 
-// z = b·(hi + lo) as z_hi + z_lo.
+// z = b·(l.hi + l.lo) as z.hi + z.lo, b given with its split: Dekker's product of the high parts
+// and the low part's product added.
 template <class V>
-Sum<V> times_b(Sum<V> l, const Exponent &e) {
-    const V z = l.hi * e.b;
-    const V l_hh = split_high(l.hi);
-    const V l_hl = l.hi - l_hh;
-    const V err = ((l_hh * e.b_hi - z) + l_hl * e.b_hi + l_hh * e.b_lo) + l_hl * e.b_lo;
-    return {z, err + l.lo * e.b};
-}
-
-// e^(z_hi + z_lo) / 2^floor(N/64), from the reduced argument and the table row of N mod 64.
-template <class V>
-V exp_reduced(Sum<V> z, V k, V t_hi, V t_lo) {
-    const V r = ((z.hi - k * kLHi) - k * kLLo) + z.lo;
-    const V p =
-        r + (r * r) * (0.5 + r * (1.0 / 6 + r * (1.0 / 24 + r * (1.0 / 120 + r * (1.0 / 720)))));
-    return (p * (t_hi + t_lo) + t_lo) + t_hi;
+[[gnu::always_inline]] inline Sum<V> times(const Sum<V> &l, V b, const Sum<V> &b_split) {
+    const Sum<V> p = precise::two_prod(l.hi, precise::split(l.hi), b, b_split);
+    return {p.hi, p.lo + l.lo * b};
 }
 
 // ---- One element -------------------------------------------------------------------------
 
+// ln |a| for finite non-zero |a|, subnormal ones scaled by 2^52 first.
 Sum<double> ln_element(double abs_a) {
-    int shift = 0;
-    if (bits_of(abs_a) < kSmallestNormalBits) {
-        abs_a *= 0x1p52;  // subnormal
-        shift = 52;
-    }
-    const std::uint64_t b = bits_of(abs_a);
-    const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
-    const double k =
-        static_cast<double>((static_cast<std::int32_t>(hi - ln_data::kSplit) >> 20) - shift);
-    const double m = double_from((b & kMantissa) | kOneBits);
-    const double m_hi = double_from(bits_of(m) & kHighHalf);
-    const ln_data::Row<double> row = ln_data::row(hi);
-    return ln_sum(k, m, m_hi, row.rcp, row.hi, row.lo);
-}
-
-double power_of_two(std::int64_t e) {
-    return double_from(static_cast<std::uint64_t>(e + 1023) << 52);
+    if (bits_of(abs_a) >= kSmallestNormalBits) return precise::ln(abs_a);
+    const Sum<double> l = precise::ln(abs_a * 0x1p52);
+    const Sum<double> s = precise::two_sum(l.hi, -52 * ln_data::kLn2Hi);  // 52·LN2_HI is exact
+    return precise::fast_two_sum(s.hi, s.lo + (l.lo - 52 * ln_data::kLn2Lo));
 }
 
 // |a|^b for finite non-zero |a| != 1 and ordinary b; rounds once into the subnormal range.
 double magnitude_element(double abs_a, const Exponent &e, int &status) {
-    const Sum<double> z = times_b(ln_element(abs_a), e);
+    const Sum<double> z = times(ln_element(abs_a), e.b, e.split);
     if (z.hi > kOverflowZ) {
         status = ARQ_STATUS_OVERFLOW;
         return double_from(kPlusInfBits);
@@ -151,15 +95,7 @@ double magnitude_element(double abs_a, const Exponent &e, int &status) {
         status = ARQ_STATUS_UNDERFLOW;
         return 0.0;
     }
-    const double t = z.hi * kInvL + kShifter;
-    const std::uint64_t t_bits = bits_of(t);
-    const exp_data::Row<double> row = exp_data::row(t_bits);
-    const double y = exp_reduced(z, t - kShifter, row.hi, row.lo);
-    // floor(N/64) from t's low bits, then two exact scalings by normal powers of two.
-    const std::int64_t n = static_cast<std::int64_t>(static_cast<std::int32_t>(t_bits));
-    const std::int64_t e2 = n >> 6;
-    const std::int64_t half = e2 >> 1;
-    const double result = (y * power_of_two(half)) * power_of_two(e2 - half);
+    const double result = precise::scale_any(precise::exp(z));
     if (bits_of(result) == kPlusInfBits) {
         status = ARQ_STATUS_OVERFLOW;
     } else if (bits_of(result) < kSmallestNormalBits) {
@@ -197,7 +133,9 @@ double magnitude_single(double abs_a, const Exponent &e, int &status) {
     const double t = z * kInvL + kShifter;
     const std::uint64_t t_bits = bits_of(t);
     const double y = exp_single(z, t - kShifter, exp_data::row(t_bits).hi);
-    return y * power_of_two(static_cast<std::int32_t>(t_bits) >> 6);
+    return y *
+           double_from(static_cast<std::uint64_t>((static_cast<std::int32_t>(t_bits) >> 6) + 1023)
+                       << 52);
 }
 
 template <auto Magnitude>
@@ -268,28 +206,25 @@ Vec<double> scaled(Vec<double> y, Vec<double> t) {
     return simd::from_bits<Vec<double>>(simd::to_bits(y) + power);
 }
 
-// The double kernel: |a|^b on lanes of normal non-zero a (at src), with the lanes whose z leaves
-// the range of normal results refused.
-[[gnu::always_inline]] inline Vec<double> magnitude_lanes(Vec<double> a, const double *src,
-                                                          const Exponent &e, bool &refused) {
-    using V = Vec<double>;
-    const Bits<V> b = simd::to_bits(a) & kAbsMask;
-    const V m = simd::from_bits<V>((b & kMantissa) | kOneBits);
-    const V m_hi = simd::from_bits<V>(simd::to_bits(m) & kHighHalf);
-    const ln_data::Row<V> row = ln_data::rows(src);
-    const Sum<V> z = times_b(ln_sum(ln_data::exponent(b), m, m_hi, row.rcp, row.hi, row.lo), e);
+// The double kernel: |a|^b on lanes of normal non-zero a (at src), b with its split, with the
+// lanes whose z leaves the range of normal results refused.
+template <class V>
+[[gnu::always_inline]] inline V magnitude_lanes(V a, const double *src, V b, const Sum<V> &b_split,
+                                                bool &refused) {
+    const Bits<V> abs_bits = simd::to_bits(a) & kAbsMask;
+    const Sum<V> l = precise::ln_sum<precise::Precision::kPowers, false>(
+        ln_data::exponent(abs_bits), abs_bits, ln_data::rows(src), V{});
+    const Sum<V> z = times(l, b, b_split);
     refused = simd::any(simd::mask<V>(simd::abs(z.hi) >= kFastZ));
-    const V t = z.hi * kInvL + kShifter;
-    const exp_data::Row<V> power = exp_data::row(simd::to_bits(t));
-    return scaled(exp_reduced(z, t - kShifter, power.hi, power.lo), t);
+    return precise::scale_normal(precise::exp(z));
 }
 
 // The same as magnitude_single() on lanes of normal non-zero a, with the lanes whose z leaves
 // the range of normal float results refused.
-[[gnu::always_inline]] inline Vec<double> magnitude_single_lanes(Vec<double> a, const Exponent &e,
+[[gnu::always_inline]] inline Vec<double> magnitude_single_lanes(Vec<double> a, Vec<double> b,
                                                                  bool &refused) {
     using V = Vec<double>;
-    const V z = ln_positive_normal(simd::abs(a)) * e.b;
+    const V z = ln_positive_normal(simd::abs(a)) * b;
     refused = simd::any(simd::mask<V>(simd::abs(z) >= kFastZSingle));
     const V t = z * kInvL + kShifter;
     return scaled(exp_single(z, t - kShifter, exp_data::row(simd::to_bits(t)).hi), t);
@@ -339,9 +274,57 @@ struct Powx {
 
     static Vec<double> lanes(Vec<double> x, const T *src, const Exponent &e, bool &refused) {
         if constexpr (kDouble) {
-            return with_sign(magnitude_lanes(x, src, e, refused), x, e);
+            const Vec<double> b = Vec<double>{} + e.b;
+            const Sum<Vec<double>> b_split = {Vec<double>{} + e.split.hi,
+                                              Vec<double>{} + e.split.lo};
+            return with_sign(magnitude_lanes(x, src, b, b_split, refused), x, e);
         } else {
-            return with_sign(magnitude_single_lanes(x, e, refused), x, e);
+            return with_sign(magnitude_single_lanes(x, Vec<double>{} + e.b, refused), x, e);
+        }
+    }
+};
+
+// Powers with an exponent per element. The vector path takes positive normal bases and exponents
+// below 2^64 in magnitude; everything else goes element by element as Powx's element path with
+// that element's exponent.
+template <class T>
+struct Pow {
+    static constexpr bool kDouble = sizeof(T) == sizeof(double);
+    using Element = T;
+    using Compute = double;
+    using Context = NoContext;
+    static constexpr const char *kName = kDouble ? "vdPow" : "vsPow";
+    static constexpr int kVectors = 1;
+
+    static const Context &context() { return kNoContext; }
+
+    static T element(T x, T y, const Context &, int &status) {
+        if constexpr (kDouble) {
+            return powx_element<magnitude_element>(x, classify(y), status);
+        } else {
+            return powx_element_s(x, classify(y), status);
+        }
+    }
+
+    static bool unusual(T x, T y, const Context &) {
+        if constexpr (kDouble) {
+            const std::uint64_t bx = bits_of(x), by = bits_of(y) & kAbsMask;
+            constexpr std::uint64_t kBigExponentBits = 0x43F0000000000000;  // 2^64
+            return bx - kSmallestNormalBits >= kPlusInfBits - kSmallestNormalBits ||
+                   by >= kBigExponentBits;
+        } else {
+            const std::uint32_t bx = bits_of(x), by = bits_of(y) & 0x7FFFFFFF;
+            return bx - 0x00800000u >= 0x7F800000u - 0x00800000u || by >= 0x7F800000u;
+        }
+    }
+
+    static Vec<double> lanes(Vec<double> x, Vec<double> y, const Context &, bool &refused) {
+        if constexpr (kDouble) {
+            alignas(simd::kNativeBytes) double src[simd::kCount<Vec<double>>];
+            simd::store_lanes(src, x);
+            return magnitude_lanes(x, simd::opaque(src), y, precise::split(y), refused);
+        } else {
+            return magnitude_single_lanes(x, y, refused);
         }
     }
 };
@@ -356,6 +339,16 @@ extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPowx_A(int n, con
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPowx_A(int n, const float *a,
                                                                       float b, float *r) {
     run_scalar<Powx<float>>(n, a, b, r);
+}
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_dPow_A(int n, const double *a,
+                                                                     const double *b, double *r) {
+    run_two<Pow<double>>(n, a, b, r);
+}
+
+extern "C" __attribute__((visibility("hidden"))) void korb_vm_sPow_A(int n, const float *a,
+                                                                     const float *b, float *r) {
+    run_two<Pow<float>>(n, a, b, r);
 }
 
 }  // namespace korb::vecmath
