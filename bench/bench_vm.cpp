@@ -293,9 +293,9 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
             out.push_back(
                 {"glibc", single ? scalar_loop<float>(f.kind, p) : scalar_loop<double>(f.kind, p)});
         }
-        const std::string args = f.kind == KernelKind::scalar ? "vv"
-                                 : f.kind == KernelKind::pair ? "vvv"
-                                                              : "v";
+        const std::string args = f.kind == KernelKind::scalar || f.kind == KernelKind::two ? "vv"
+                                 : f.kind == KernelKind::pair                              ? "vvv"
+                                                                                           : "v";
         const std::string vname = (single ? "_ZGVbN4" : "_ZGVbN2") + args + "_" + libm + suffix;
         if (void *p = find(libmvec, vname)) {
             Loop l = f.kind == KernelKind::pair ? (single ? nullptr : libmvec_pair_loop(p))

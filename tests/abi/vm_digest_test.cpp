@@ -194,8 +194,15 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
             for (int offset = 0; offset < 4; ++offset) {
                 for (bool in_place : {false, true}) {
                     at = (at + 977) % (source.size() - 1100);
-                    std::vector<T> a(n + offset), r1(n + offset, T(-7)), r2(n + offset, T(-7));
-                    for (int i = 0; i < n + offset; ++i) a[i] = static_cast<T>(source[at + i]);
+                    std::vector<T> a(n + offset), b(n + offset), r1(n + offset, T(-7)),
+                        r2(n + offset, T(-7));
+                    // The second arguments of a two-argument kernel come from further on in
+                    // the pool, so that each run meets runs of every kind.
+                    const std::size_t other = (at + 557) % (source.size() - 1100);
+                    for (int i = 0; i < n + offset; ++i) {
+                        a[i] = static_cast<T>(source[at + i]);
+                        b[i] = static_cast<T>(source[other + i]);
+                    }
                     T *out = in_place ? a.data() + offset : r1.data() + offset;
                     const T *in = a.data() + offset;
                     lib.clear_status();
@@ -213,6 +220,10 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
                                                                                        out);
                             break;
                         }
+                        case KernelKind::two:
+                            reinterpret_cast<void (*)(int, const T *, const T *, T *)>(kernel)(
+                                n, in, b.data() + offset, out);
+                            break;
                         default:
                             ADD_FAILURE() << "no sweep for the kind of " << f.name;
                             return 0;
