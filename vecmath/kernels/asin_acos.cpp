@@ -9,7 +9,7 @@
 // found exactly with Dekker's product: the root's own error would reach the result doubled. The
 // high parts K_hi + m·u are summed exactly (two-sum) and the rest added before the one rounding
 // at full weight, so the double kernels stay within about 0.7 ulp. The single kernels compute
-// the same on doubles without u_lo and round the double result to float once.
+// the same on doubles without u_lo and the two-sum, and round the double result to float once.
 //
 // Vectors whose elements are all of magnitude below 1 go through the lanes, which compute both
 // reductions and choose per lane; any other vector, and the last elements that fill no vector,
@@ -94,8 +94,13 @@ template <Func F, bool kSingle, class V>
         // 2 for x > 1/2, -2 for x < -1/2, -1 for 0 <= x <= 1/2, 1 for -1/2 <= x < 0.
         m = simd::from_bits<V>(simd::to_bits(choose<V>(large, V{} + 2.0, V{} - 1.0)) ^ sign);
     }
-    const dd::Pair<V> head = dd::two_sum(k_hi, m * u);
-    const V y = head.hi + (head.lo + (k_lo + m * q));
+    V y;
+    if constexpr (kSingle) {
+        y = (k_hi + m * u) + (k_lo + m * q);
+    } else {
+        const dd::Pair<V> head = dd::two_sum(k_hi, m * u);
+        y = head.hi + (head.lo + (k_lo + m * q));
+    }
     if constexpr (F == Func::asin) {
         return simd::from_bits<V>(simd::to_bits(y) ^ sign);
     } else {

@@ -13,10 +13,11 @@
 // w_hi's top 9 significand bits, r = m·rcp - 1 + w_lo·2^-E·rcp in three parts, and ln(1 + r) - r
 // from dLn's degree-5 polynomial (|r| <= 2^-10, error below 2^-67). The large terms are summed
 // exactly (two-sum) and everything else added before the one rounding, so the double results stay
-// within about 0.58 ulp; the single kernels compute the same on doubles and round once to float.
+// within about 0.58 ulp; the single kernels round their double result once to float.
 //
-// Below 2^-28 in magnitude asinh and atanh return x itself (the next term is below half an ulp)
-// without any status. The lanes take asinh for |x| < 2^500, acosh for 1 < x < 2^500 and atanh
+// Below 2^-28 in magnitude (single: 2^-13) asinh and atanh return x itself (the next term is
+// below half an ulp) without any status. The single kernels form w in plain double arithmetic
+// (see argument()). The lanes take asinh for |x| < 2^500, acosh for 1 < x < 2^500 and atanh
 // for |x| < 1; the element path handles the rest as C99 Annex F says: a NaN comes back quiet;
 // asinh(±Inf) = ±Inf, acosh(+Inf) = +Inf, acosh(1) = +0; acosh(x < 1) (also -Inf) and
 // atanh(|x| > 1) (also ±Inf) give the NaN 0xFFF8000000000000 (0xFFC00000) with
@@ -44,12 +45,14 @@ constexpr double kLnG4 = -0.2500001988694339;
 constexpr double kLnG5 = 0.2000001934420511;
 constexpr double kLn2 = 0.6931471805599453;
 constexpr double kTiny = 0x1p-28;
+constexpr double kTinyS = 0x1p-13;                       // single: x³/3 is below 2^-26 of x
 constexpr std::uint64_t kHugeBits = 0x5F30000000000000;  // 2^500
 
 enum class Func { asinh, acosh, atanh };
 
-// ln(w_hi + w_lo) for w_hi >= 1 (finite), the table rows of w_hi given.
-template <class V>
+// ln(w_hi + w_lo) for w_hi >= 1 (finite), the table rows of w_hi given; w_lo is taken as 0 with
+// kPlain.
+template <bool kPlain, class V>
 [[gnu::always_inline]] inline V ln_pair(dd::Pair<V> w, V k, const ln_data::Row<V> &e) {
     const Bits<V> w_bits = simd::to_bits(w.hi);
     const Bits<V> m_bits = (w_bits & kMantissa) | kOneBits;
@@ -63,7 +66,8 @@ template <class V>
     // is r itself), both summed exactly with the table's high part.
     const V r_hi = m_hi * e.rcp - 1.0;
     const V r_m = m_lo * e.rcp;
-    const V r_w = (w.lo * inverse) * e.rcp;
+    V r_w = V{} + 0.0;
+    if constexpr (!kPlain) r_w = (w.lo * inverse) * e.rcp;
     const V r = r_hi + (r_m + r_w);
     const V big = k * ln_data::kLn2Hi + e.hi;
     const dd::Pair<V> s = dd::two_sum(big, r_hi);
@@ -72,10 +76,22 @@ template <class V>
     return t.hi + ((s.lo + t.lo) + ((k * ln_data::kLn2Lo + e.lo) + (r_w + poly)));
 }
 
-// w for the function, a = |x| (acosh: x itself), in the lanes' range.
-template <Func F, class V>
+// w for the function, a = |x| (acosh: x itself), in the lanes' range. The single kernels (x a
+// float) take w rounded to double: its error, 2^-52 relative, is below 2^-38 of the result
+// where they do not return x itself, and x² - 1 = (x - 1)(x + 1) rounds once.
+template <Func F, bool kSingle, class V>
 [[gnu::always_inline]] inline dd::Pair<V> argument(V a) {
-    if constexpr (F == Func::atanh) {
+    if constexpr (kSingle) {
+        V w;
+        if constexpr (F == Func::atanh) {
+            w = (1.0 + a) / (1.0 - a);
+        } else if constexpr (F == Func::asinh) {
+            w = a + simd::sqrt(a * a + 1.0);
+        } else {
+            w = a + simd::sqrt((a - 1.0) * (a + 1.0));
+        }
+        return {w, V{} + 0.0};
+    } else if constexpr (F == Func::atanh) {
         const dd::Pair<V> num = dd::fast_two_sum(V{} + 1.0, a);
         const dd::Pair<V> den = dd::fast_two_sum(V{} + 1.0, V{} - a);
         return dd::divide(num, den);
@@ -96,29 +112,30 @@ template <class V>
 }
 
 // The function's value for x in the lanes' range, one element.
-template <Func F>
+template <Func F, bool kSingle>
 double inverse_value(double x) {
     const double a = F == Func::acosh ? x : std::fabs(x);
-    const dd::Pair<double> w = argument<F>(a);
+    const dd::Pair<double> w = argument<F, kSingle>(a);
     const std::uint32_t hi = high_word(w.hi);
-    double y = ln_pair(w, ln_data::exponent(hi), ln_data::row(hi));
+    double y = ln_pair<kSingle>(w, ln_data::exponent(hi), ln_data::row(hi));
     if constexpr (F == Func::acosh) return y;
     if constexpr (F == Func::atanh) y = y * 0.5;
-    return with_sign_of(a < kTiny ? a : y, x);
+    return with_sign_of(a < (kSingle ? kTinyS : kTiny) ? a : y, x);
 }
 
 // The same on a vector.
-template <Func F>
+template <Func F, bool kSingle>
 [[gnu::always_inline]] inline Vec<double> inverse_value(Vec<double> x) {
     const Vec<double> a = F == Func::acosh ? x : simd::abs(x);
-    const dd::Pair<Vec<double>> w = argument<F>(a);
+    const dd::Pair<Vec<double>> w = argument<F, kSingle>(a);
     alignas(simd::kNativeBytes) double stored[simd::kCount<Vec<double>>];
     simd::store_lanes(stored, w.hi);
-    Vec<double> y =
-        ln_pair(w, ln_data::exponent(simd::to_bits(w.hi)), ln_data::rows(simd::opaque(stored)));
+    Vec<double> y = ln_pair<kSingle>(w, ln_data::exponent(simd::to_bits(w.hi)),
+                                     ln_data::rows(simd::opaque(stored)));
     if constexpr (F == Func::acosh) return y;
     if constexpr (F == Func::atanh) y = y * 0.5;
-    return with_sign_of(simd::select(simd::mask<Vec<double>>(a < kTiny), a, y), x);
+    const Bits<Vec<double>> tiny = simd::mask<Vec<double>>(a < (kSingle ? kTinyS : kTiny));
+    return with_sign_of(simd::select(tiny, a, y), x);
 }
 
 // asinh or acosh of a >= 2^500: ln a + ln 2.
@@ -127,7 +144,7 @@ double inverse_huge(double x) {
     const double a = std::fabs(x);
     const std::uint32_t hi = high_word(a);
     const dd::Pair<double> w{a, 0.0};
-    const double y = ln_pair(w, ln_data::exponent(hi) + 1.0, ln_data::row(hi));
+    const double y = ln_pair<false>(w, ln_data::exponent(hi) + 1.0, ln_data::row(hi));
     return F == Func::asinh ? with_sign_of(y, x) : y;
 }
 
@@ -177,7 +194,7 @@ struct InverseHyperbolic {
         }
         if (abs_bits == kPlusInfBits) return x;  // asinh(±Inf), acosh(+Inf)
         if (F != Func::atanh && abs_bits >= kHugeBits) return static_cast<T>(inverse_huge<F>(d));
-        return static_cast<T>(inverse_value<F>(d));
+        return static_cast<T>(inverse_value<F, kSingle>(d));
     }
 
     static bool unusual(T x, const Context &) {
@@ -192,7 +209,7 @@ struct InverseHyperbolic {
     }
 
     static Vec<double> lanes(Vec<double> x, const T *, const Context &) {
-        return inverse_value<F>(x);
+        return inverse_value<F, kSingle>(x);
     }
 };
 
