@@ -6,7 +6,7 @@ set -u
 out=$(mktemp)
 trap 'rm -f "$out"' EXIT
 if ! /usr/bin/python3 "$1" >"$out" 2>/dev/null; then
-    echo "cannot run $1 (are python3-numpy and python3-scipy installed?)"
+    echo "cannot run $1 (are python3-numpy, python3-scipy and python3-mpmath installed?)"
     exit 77
 fi
 cmp "$out" "$2"

@@ -158,6 +158,10 @@ typedef void (*ArqKernelS)(int n, const float *a, float *r);
 typedef void (*ArqKernelScalarD)(int n, const double *a, double b, double *r);
 typedef void (*ArqKernelScalarS)(int n, const float *a, float b, float *r);
 
+/* Kernels of two vectors: r[i] = f(a[i], b[i]). */
+typedef void (*ArqKernelBinaryD)(int n, const double *a, const double *b, double *r);
+typedef void (*ArqKernelBinaryS)(int n, const float *a, const float *b, float *r);
+
 /* Kernels with two results, r1[i] and r2[i] for a[i]. */
 typedef void (*ArqKernelD2)(int n, const double *a, double *r1, double *r2);
 typedef void (*ArqKernelS2)(int n, const float *a, float *r1, float *r2);
@@ -470,8 +474,6 @@ typedef int (*ArqBitKernelD)(int n, const double *a, double *r);
 typedef int (*ArqBitKernelS)(int n, const float *a, float *r);
 typedef int (*ArqBitKernelD2)(int n, const double *a, double *r1, double *r2);
 typedef int (*ArqBitKernelS2)(int n, const float *a, float *r1, float *r2);
-typedef void (*ArqKernelTwoD)(int n, const double *a, const double *b, double *r);
-typedef void (*ArqKernelTwoS)(int n, const float *a, const float *b, float *r);
 
 /*
  * LinearFrac: r[i] = (scalea * a[i] + shifta) / (scaleb * b[i] + shiftb), each operation rounded
@@ -1102,6 +1104,143 @@ KORB_API void _arqzCIS_50(int n, const double *a, ArqComplexDouble *r);
 KORB_API void _arqzCIS_26(int n, const double *a, ArqComplexDouble *r);
 KORB_API extern const ArqKernelFromRealZ korb_arq_kernel_zCIS_ttab[3];
 KORB_API extern const float korb_arq_kernel_zCIS_ctab[3];
+/* Acos, Asin: arccosine in [0, pi] and arcsine in [-pi/2, pi/2]. |a| > 1 (also +-Inf) gives the
+ * NaN 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM; asin(+-1) = +-pi/2, acos(1) = +0,
+ * acos(-1) = pi, asin(+-0) = +-0, a NaN comes back quiet. */
+KORB_API void _arqsAcos(int n, const float *a, float *r);
+KORB_API void _arqsAcos_HA(int n, const float *a, float *r);
+KORB_API void _arqsAcos_21(int n, const float *a, float *r);
+KORB_API void _arqsAcos_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sAcos_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAcos_ctab[3];
+KORB_API void _arqdAcos(int n, const double *a, double *r);
+KORB_API void _arqdAcos_HA(int n, const double *a, double *r);
+KORB_API void _arqdAcos_50(int n, const double *a, double *r);
+KORB_API void _arqdAcos_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dAcos_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAcos_ctab[3];
+KORB_API void _arqsAsin(int n, const float *a, float *r);
+KORB_API void _arqsAsin_HA(int n, const float *a, float *r);
+KORB_API void _arqsAsin_21(int n, const float *a, float *r);
+KORB_API void _arqsAsin_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sAsin_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAsin_ctab[3];
+KORB_API void _arqdAsin(int n, const double *a, double *r);
+KORB_API void _arqdAsin_HA(int n, const double *a, double *r);
+KORB_API void _arqdAsin_50(int n, const double *a, double *r);
+KORB_API void _arqdAsin_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dAsin_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAsin_ctab[3];
+
+/* Atan: arctangent, in (-pi/2, pi/2); atan(+-Inf) = +-pi/2, atan(+-0) = +-0, a NaN comes back
+ * quiet. Atan2: r = atan2(a, b), the angle of the point (b, a) in [-pi, pi], with the signed zeros
+ * and infinities of C99 (atan2(+-0, -0) = +-pi, atan2(+-Inf, -Inf) = +-3pi/4, ...); a result below
+ * the smallest normal number reports ARQ_STATUS_UNDERFLOW. No other status. */
+KORB_API void _arqsAtan(int n, const float *a, float *r);
+KORB_API void _arqsAtan_HA(int n, const float *a, float *r);
+KORB_API void _arqsAtan_21(int n, const float *a, float *r);
+KORB_API void _arqsAtan_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sAtan_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAtan_ctab[3];
+KORB_API void _arqdAtan(int n, const double *a, double *r);
+KORB_API void _arqdAtan_HA(int n, const double *a, double *r);
+KORB_API void _arqdAtan_50(int n, const double *a, double *r);
+KORB_API void _arqdAtan_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dAtan_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAtan_ctab[3];
+KORB_API void _arqsAtan2(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsAtan2_HA(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsAtan2_21(int n, const float *a, const float *b, float *r);
+KORB_API void _arqsAtan2_11(int n, const float *a, const float *b, float *r);
+KORB_API extern const ArqKernelBinaryS korb_arq_kernel_sAtan2_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAtan2_ctab[3];
+KORB_API void _arqdAtan2(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdAtan2_HA(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdAtan2_50(int n, const double *a, const double *b, double *r);
+KORB_API void _arqdAtan2_26(int n, const double *a, const double *b, double *r);
+KORB_API extern const ArqKernelBinaryD korb_arq_kernel_dAtan2_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAtan2_ctab[3];
+
+/* Cosh, Sinh, Tanh: the hyperbolic functions. cosh(+-Inf) = +Inf, sinh(+-Inf) = +-Inf,
+ * tanh(+-Inf) = +-1, a NaN comes back quiet; a finite argument whose cosh or sinh exceeds the
+ * largest finite number gives +-Inf with ARQ_STATUS_OVERFLOW. No other status. */
+KORB_API void _arqsCosh(int n, const float *a, float *r);
+KORB_API void _arqsCosh_HA(int n, const float *a, float *r);
+KORB_API void _arqsCosh_21(int n, const float *a, float *r);
+KORB_API void _arqsCosh_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sCosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_sCosh_ctab[3];
+KORB_API void _arqdCosh(int n, const double *a, double *r);
+KORB_API void _arqdCosh_HA(int n, const double *a, double *r);
+KORB_API void _arqdCosh_50(int n, const double *a, double *r);
+KORB_API void _arqdCosh_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dCosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_dCosh_ctab[3];
+KORB_API void _arqsSinh(int n, const float *a, float *r);
+KORB_API void _arqsSinh_HA(int n, const float *a, float *r);
+KORB_API void _arqsSinh_21(int n, const float *a, float *r);
+KORB_API void _arqsSinh_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sSinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_sSinh_ctab[3];
+KORB_API void _arqdSinh(int n, const double *a, double *r);
+KORB_API void _arqdSinh_HA(int n, const double *a, double *r);
+KORB_API void _arqdSinh_50(int n, const double *a, double *r);
+KORB_API void _arqdSinh_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dSinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_dSinh_ctab[3];
+KORB_API void _arqsTanh(int n, const float *a, float *r);
+KORB_API void _arqsTanh_HA(int n, const float *a, float *r);
+KORB_API void _arqsTanh_21(int n, const float *a, float *r);
+KORB_API void _arqsTanh_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sTanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_sTanh_ctab[3];
+KORB_API void _arqdTanh(int n, const double *a, double *r);
+KORB_API void _arqdTanh_HA(int n, const double *a, double *r);
+KORB_API void _arqdTanh_50(int n, const double *a, double *r);
+KORB_API void _arqdTanh_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dTanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_dTanh_ctab[3];
+
+/* Acosh, Asinh, Atanh: the inverse hyperbolic functions. acosh(x < 1) (also -Inf) and
+ * atanh(|x| > 1) (also +-Inf) give the NaN 0xFFC00000 / 0xFFF8000000000000 with
+ * ARQ_STATUS_ERRDOM; atanh(+-1) = +-Inf with ARQ_STATUS_SING; acosh(1) = +0, asinh(+-0) =
+ * atanh(+-0) = +-0, asinh(+-Inf) = +-Inf, acosh(+Inf) = +Inf, a NaN comes back quiet. */
+KORB_API void _arqsAcosh(int n, const float *a, float *r);
+KORB_API void _arqsAcosh_HA(int n, const float *a, float *r);
+KORB_API void _arqsAcosh_21(int n, const float *a, float *r);
+KORB_API void _arqsAcosh_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sAcosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAcosh_ctab[3];
+KORB_API void _arqdAcosh(int n, const double *a, double *r);
+KORB_API void _arqdAcosh_HA(int n, const double *a, double *r);
+KORB_API void _arqdAcosh_50(int n, const double *a, double *r);
+KORB_API void _arqdAcosh_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dAcosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAcosh_ctab[3];
+KORB_API void _arqsAsinh(int n, const float *a, float *r);
+KORB_API void _arqsAsinh_HA(int n, const float *a, float *r);
+KORB_API void _arqsAsinh_21(int n, const float *a, float *r);
+KORB_API void _arqsAsinh_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sAsinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAsinh_ctab[3];
+KORB_API void _arqdAsinh(int n, const double *a, double *r);
+KORB_API void _arqdAsinh_HA(int n, const double *a, double *r);
+KORB_API void _arqdAsinh_50(int n, const double *a, double *r);
+KORB_API void _arqdAsinh_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dAsinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAsinh_ctab[3];
+KORB_API void _arqsAtanh(int n, const float *a, float *r);
+KORB_API void _arqsAtanh_HA(int n, const float *a, float *r);
+KORB_API void _arqsAtanh_21(int n, const float *a, float *r);
+KORB_API void _arqsAtanh_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sAtanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_sAtanh_ctab[3];
+KORB_API void _arqdAtanh(int n, const double *a, double *r);
+KORB_API void _arqdAtanh_HA(int n, const double *a, double *r);
+KORB_API void _arqdAtanh_50(int n, const double *a, double *r);
+KORB_API void _arqdAtanh_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dAtanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_dAtanh_ctab[3];
 
 #ifdef __cplusplus
 }
