@@ -4,10 +4,17 @@
 //   korb       the HA entry point _arq<p><Func>
 //   slot0..2   the kernel of each slot of the kernel table at n = 1000 (tools/arq_costs.py divides
 //              their times by copy's); a slot whose kernel is not the HA one also at 1,000,000
+//   korb_avx2, korb_avx512
+//              the same entry point of the class-3 and class-4 libraries (bench/class_libraries.h),
+//              when this processor runs them
 //   glibc      the C library's function of the list's libm column, one element at a time
 //   libmvec    its SSE2-width vector variant, where the C library has one
+//   libmvec_avx2, libmvec_avx512
+//              its AVX2 and AVX-512 variants (_ZGVdN4v_, _ZGVeN8v_, ...; one-argument functions)
 //   sleef_u10, sleef_u35
 //              SLEEF's SSE2 variants of 1 and 3.5 ulp, when SLEEF is installed
+//   sleef_u10_avx2, sleef_u35_avx2, sleef_u10_avx512, sleef_u35_avx512
+//              its AVX2 and AVX-512 variants (one-argument functions)
 //   copy       a plain loop copying the same vector: the cost unit of the cost tables
 // plus peers written here for functions the C library lacks or does differently: the bare
 // square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv, and
@@ -24,6 +31,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <random>
@@ -35,6 +43,7 @@
 #endif
 
 #include "bench/vm_plain.h"
+#include "bench/class_libraries.h"
 #include "tests/vecmath/call.h"
 #include "tests/vecmath/sample.h"
 #include "vecmath/functions.h"
@@ -192,6 +201,56 @@ Loop vector_loop(KernelKind kind, void *p) {
         default:
             return nullptr;
     }
+}
+
+// The variants of wider vectors (kBytes 32: AVX2, 64: AVX-512) of the one-argument functions,
+// compiled for their instruction set; a tail that fills no vector goes through a padded copy.
+template <class T, int kBytes>
+struct Wide {
+    typedef T type __attribute__((vector_size(kBytes)));
+};
+
+template <class T, int kBytes>
+[[gnu::always_inline]] inline void wide_apply(void *p, int n, const T *x, T *y) {
+    using V = typename Wide<T, kBytes>::type;
+    constexpr int kLanes = kBytes / static_cast<int>(sizeof(T));
+    const auto f = reinterpret_cast<V (*)(V)>(p);
+    int i = 0;
+    for (; i + kLanes <= n; i += kLanes) {
+        V v;
+        std::memcpy(&v, x + i, sizeof v);
+        v = f(v);
+        std::memcpy(y + i, &v, sizeof v);
+    }
+    if (i < n) {
+        T pad[kLanes] = {};
+        std::memcpy(pad, x + i, sizeof(T) * (n - i));
+        V v;
+        std::memcpy(&v, pad, sizeof v);
+        v = f(v);
+        std::memcpy(pad, &v, sizeof v);
+        std::memcpy(y + i, pad, sizeof(T) * (n - i));
+    }
+}
+template <class T>
+[[gnu::target("avx2")]] void avx2_apply(void *p, int n, const T *x, T *y) {
+    wide_apply<T, 32>(p, n, x, y);
+}
+template <class T>
+[[gnu::target("avx512f,avx512dq,avx512bw,avx512vl")]] void avx512_apply(void *p, int n, const T *x,
+                                                                        T *y) {
+    wide_apply<T, 64>(p, n, x, y);
+}
+
+template <class T>
+Loop wide_loop(int bytes, void *p) {
+    return [bytes, p](int n, const void *a, const void *, void *r, void *) {
+        if (bytes == 32) {
+            avx2_apply<T>(p, n, static_cast<const T *>(a), static_cast<T *>(r));
+        } else {
+            avx512_apply<T>(p, n, static_cast<const T *>(a), static_cast<T *>(r));
+        }
+    };
 }
 
 // libmvec's sine-and-cosine of two doubles writes through two lanes of pointers.
@@ -393,6 +452,9 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
         out.push_back(
             {"slot" + std::to_string(slot), kernel(table[slot]), table[slot] != table[1]});
     }
+    for (const korb::bench::ClassLibrary &c : korb::bench::class_libraries()) {
+        if (void *p = dlsym(c.handle, ("_arq" + func).c_str())) out.push_back({c.name, kernel(p)});
+    }
 
     const std::string libm = f.libm;
     if (libm != "none" && !is_complex(f)) {
@@ -411,6 +473,31 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
                      : single                   ? vector_loop<float, __m128>(f.kind, p)
                                                 : vector_loop<double, __m128d>(f.kind, p);
             if (l) out.push_back({"libmvec", l});
+        }
+        // The AVX2 and AVX-512 variants, the peers of the class libraries (one-argument
+        // functions; the processor must run them).
+        const int lanes_per_16 = single ? 4 : 2;
+        for (int bytes : {32, 64}) {
+            if (f.kind != KernelKind::one) break;
+            if (!korb::bench::processor_runs_class(bytes == 32 ? 3 : 4)) continue;
+            const std::string lanes = std::to_string(lanes_per_16 * bytes / 16);
+            const std::string wname =
+                std::string(bytes == 32 ? "_ZGVdN" : "_ZGVeN") + lanes + "v_" + libm + suffix;
+            if (void *p = find(libmvec, wname)) {
+                out.push_back({bytes == 32 ? "libmvec_avx2" : "libmvec_avx512",
+                               single ? wide_loop<float>(bytes, p) : wide_loop<double>(bytes, p)});
+            }
+#ifdef KORB_HAVE_SLEEF
+            for (const char *accuracy : {"u10", "u35"}) {
+                const std::string sname = "Sleef_" + libm + (single ? "f" : "d") + lanes + "_" +
+                                          accuracy + (bytes == 32 ? "avx2" : "avx512f");
+                if (void *p = dlsym(RTLD_DEFAULT, sname.c_str())) {
+                    out.push_back(
+                        {std::string("sleef_") + accuracy + (bytes == 32 ? "_avx2" : "_avx512"),
+                         single ? wide_loop<float>(bytes, p) : wide_loop<double>(bytes, p)});
+                }
+            }
+#endif
         }
 #ifdef KORB_HAVE_SLEEF
         for (const char *accuracy : {"u10", "u35"}) {

@@ -85,12 +85,50 @@ void print_vm_functions() {
     std::printf("vector-math functions: %d of %d built\n", built, korb::vecmath::kFunctionCount);
 }
 
+// The kernel libraries of each processor class, by file name.
+struct ClassLibrary {
+    const char *file;
+    int cls;
+};
+constexpr ClassLibrary kClassLibraries[] = {
+    {"libkorb_def.so", KORB_CPU_GENERIC},
+    {"libkorb_avx2.so", KORB_CPU_X86_64_V3},
+    {"libkorb_avx512.so", KORB_CPU_X86_64_V4},
+};
+
+// The kernel libraries in the directory of the loaded one, with the class each serves and
+// whether this processor runs it. A library is not loaded to ask: one of a class the processor
+// lacks may not even initialise.
+void print_class_libraries(int processor) {
+    Dl_info info{};
+    std::string dir = ".";
+    if (dladdr(reinterpret_cast<void *>(&dll_cpu_version), &info) != 0 &&
+        info.dli_fname != nullptr) {
+        dir = info.dli_fname;
+        const std::size_t slash = dir.rfind('/');
+        dir = slash == std::string::npos ? "." : dir.substr(0, slash);
+    }
+    std::printf("kernel libraries in %s:\n", dir.c_str());
+    for (const ClassLibrary &l : kClassLibraries) {
+        const std::string path = dir + "/" + l.file;
+        std::FILE *f = std::fopen(path.c_str(), "rb");
+        if (f == nullptr) {
+            std::printf("  %-18s class %d (%s), not found\n", l.file, l.cls, class_name(l.cls));
+            continue;
+        }
+        std::fclose(f);
+        std::printf("  %-18s class %d (%s), %s\n", l.file, l.cls, class_name(l.cls),
+                    l.cls <= processor ? "runs here" : "needs a newer processor");
+    }
+}
+
 int cmd_info(int argc, char **argv) {
     if (wants_help(argc, argv)) {
         std::puts(
             "usage: korb info\n"
             "Prints the library version, the class the kernel library serves and the\n"
             "processor class decided for this process (KORB_DEBUG_CPU_TYPE=0..5 forces it),\n"
+            "the kernel libraries found beside the loaded one and the class each serves,\n"
             "and this thread's vector-math mode word (KORB_ARQ_MODE sets the initial one).");
         return 0;
     }
@@ -102,6 +140,7 @@ int cmd_info(int argc, char **argv) {
     std::printf("kernel library class: %d (%s)\n", lib, class_name(lib));
     std::printf("processor class: %d (%s), %s\n", cls, class_name(cls),
                 forced ? "forced by KORB_DEBUG_CPU_TYPE" : "detected");
+    print_class_libraries(cls);
     std::printf("vector-math mode: 0x%x\n", korb_arq_kernel_GetMode());
     print_vm_functions();
     print_rng_registry();

@@ -3,13 +3,18 @@
 #include "korb/kernel/frame.h"
 #include "services.h"
 
+// The class this library's build serves (KORB_CPU_*), set by the build of each class library.
+#ifndef KORB_KERNEL_CLASS
+#define KORB_KERNEL_CLASS KORB_CPU_GENERIC
+#endif
+
 #define KORB_STR2(x) #x
 #define KORB_STR(x) KORB_STR2(x)
 
 extern "C" {
 
 int dll_cpu_version(void) {
-    return KORB_CPU_GENERIC;
+    return KORB_KERNEL_CLASS;
 }
 
 const char *korbGetVersion(void) {

@@ -5,10 +5,11 @@
 // special values, so that every path of the block driver (blocks, single vectors, the tail, the
 // redone vectors) runs at every offset.
 //
-// The digests hold a kernel library to the bits of the one that made them: a build of another
-// processor class must give the same (KORB_DIGEST_LIB names another library file to check), and
-// a change to a kernel that moves a result shows here. When a kernel changes on purpose, run with
-// KORB_DIGEST_PRINT=1 and commit the printed table.
+// The digests hold a kernel library to the bits of the one that made them: every processor
+// class's library must give the same (KORB_DIGEST_LIB and KORB_DIGEST_CLASS name another library
+// file and its class; the build registers one run per class library), and a change to a kernel
+// that moves a result shows here. Every call also leaves the caller's control register as it
+// found it. When a kernel changes on purpose, `make digests` rewrites the committed table.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -23,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "abi/class_library.h"
 #include "korb/kernel/vm.h"
 #include "vecmath/functions.h"
 
@@ -142,6 +144,7 @@ using SetCallBack = ArqErrorCallBack (*)(ArqErrorCallBack);
 using ErrStatus = int (*)(void);
 
 struct Library {
+    korb::test::ClassLibrary loaded;
     void *handle = nullptr;
     SetMode set_mode = nullptr;
     SetCallBack set_callback = nullptr;
@@ -150,12 +153,9 @@ struct Library {
 };
 
 Library open_library() {
-    const char *other = std::getenv("KORB_DIGEST_LIB");
-    const std::string path =
-        other != nullptr ? other
-                         : (std::filesystem::path(KORB_LIB_DIR) / "libkorb_def.so").string();
     Library lib;
-    lib.handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    lib.loaded = korb::test::open_class_library();
+    lib.handle = lib.loaded.handle;
     if (lib.handle == nullptr) return lib;
     lib.set_mode = reinterpret_cast<SetMode>(dlsym(lib.handle, "korb_arq_kernel_SetMode"));
     lib.set_callback =
@@ -221,10 +221,12 @@ int call_any(const korb::vecmath::FunctionInfo &f, void *kernel, int n, const T 
     return 0;
 }
 
-// The digest of one kernel over the sweeps. T is the type of the parts: complex elements are
+// The digest of one kernel over the sweeps; control_changed counts the calls after which the
+// caller's control register was not as before. T is the type of the parts: complex elements are
 // pairs of them, taken from the pool as consecutive values.
 template <class T>
-std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, void *kernel) {
+std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, void *kernel,
+                    int &control_changed) {
     using korb::vecmath::KernelKind;
     const std::vector<double> source = pool(sizeof(T) == 4);
     const bool complex = f.precision == 'c' || f.precision == 'z';
@@ -254,8 +256,12 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
                     T *out = here ? a.data() + m_in * offset : r1.data() + m_out * offset;
                     const T *in = a.data() + m_in * offset;
                     lib.clear_status();
+                    const std::uint32_t saved_control = _mm_getcsr();
+                    _mm_setcsr(korb::test::kCallerControl);
                     const int returned = call_any(f, kernel, n, in, b.data() + m_in * offset, out,
                                                   r2.data() + m_out * offset, kExponents[at % 10]);
+                    control_changed += _mm_getcsr() != korb::test::kCallerControl;
+                    _mm_setcsr(saved_control);
                     // The count of the pack kernels (the others' return value is not hashed:
                     // the kernels that compute return nothing).
                     if (moves) h.add(static_cast<std::uint64_t>(returned));
@@ -272,15 +278,20 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
 
 TEST(VmSweepDigests, EveryKernelGivesTheCommittedBitsAndReports) {
     const Library lib = open_library();
-    ASSERT_NE(lib.handle, nullptr) << dlerror();
+    if (!lib.loaded.skip.empty()) GTEST_SKIP() << lib.loaded.skip;
+    ASSERT_NE(lib.handle, nullptr) << lib.loaded.error;
+    const auto cpu_version = reinterpret_cast<int (*)()>(dlsym(lib.handle, "dll_cpu_version"));
+    ASSERT_NE(cpu_version, nullptr);
+    EXPECT_EQ(cpu_version(), lib.loaded.cls) << lib.loaded.path;
     const unsigned saved = lib.set_mode(ARQ_HA);
     const ArqErrorCallBack saved_callback = lib.set_callback(hash_report);
     std::map<std::string, std::uint64_t> committed;
     for (const Digest &d : kDigests) {
         committed[std::string(d.function) + "/" + std::to_string(d.slot)] = d.value;
     }
-    const bool print = std::getenv("KORB_DIGEST_PRINT") != nullptr;
+    korb::test::DigestTable table("vm_sweep_digests.inc", "vm_digest_test.cpp");
     int checked = 0;
+    int control_changed = 0;
     for (const korb::vecmath::FunctionInfo &f : korb::vecmath::kFunctions) {
         if (!f.built) continue;
         const std::string func = std::string(1, f.precision) + f.name;
@@ -291,12 +302,10 @@ TEST(VmSweepDigests, EveryKernelGivesTheCommittedBitsAndReports) {
             // A slot served by the kernel of an earlier one was checked there.
             if (std::string(f.slots, slot).find(f.slots[slot]) != std::string::npos) continue;
             const bool single = f.precision == 's' || f.precision == 'c';
-            const std::uint64_t got =
-                single ? sweep<float>(lib, f, slots[slot]) : sweep<double>(lib, f, slots[slot]);
+            const std::uint64_t got = single ? sweep<float>(lib, f, slots[slot], control_changed)
+                                             : sweep<double>(lib, f, slots[slot], control_changed);
             const std::string key = func + "/" + std::to_string(slot);
-            if (print)
-                std::printf("{\"%s\", %d, 0x%016llxull},\n", func.c_str(), slot,
-                            static_cast<unsigned long long>(got));
+            table.row("\"" + func + "\", " + std::to_string(slot), got);
             const auto want = committed.find(key);
             if (want == committed.end()) {
                 ADD_FAILURE() << "no committed digest for " << key;
@@ -306,6 +315,7 @@ TEST(VmSweepDigests, EveryKernelGivesTheCommittedBitsAndReports) {
             ++checked;
         }
     }
+    EXPECT_EQ(control_changed, 0) << "calls that changed the caller's control register";
     EXPECT_EQ(checked, static_cast<int>(committed.size()))
         << "committed digests of kernels that are not built";
     lib.set_callback(saved_callback);

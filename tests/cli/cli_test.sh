@@ -40,6 +40,10 @@ check "info version" 0 '^korb [0-9]+\.[0-9]+\.[0-9]+$' "$korb" info
 check "info detected" 0 '^processor class: [0-4] \(.*\), detected$' "$korb" info
 check "forced class" 0 '^processor class: 2 \(avx\), forced by KORB_DEBUG_CPU_TYPE$' \
     env KORB_DEBUG_CPU_TYPE=2 "$korb" info
+check "class libraries" 0 '^  libkorb_avx512\.so +class 4 \(x86-64-v4\), (runs here|needs a newer processor)$' \
+    "$korb" info
+check "class of the processor decides" 0 '^  libkorb_avx2\.so +class 3 \(x86-64-v3\), needs a newer' \
+    env KORB_DEBUG_CPU_TYPE=0 "$korb" info
 check "abc does not force" 0 'detected$' env KORB_DEBUG_CPU_TYPE=abc "$korb" info
 check "7 is ignored" 0 'detected$' env KORB_DEBUG_CPU_TYPE=7 "$korb" info
 check "vector-math mode default" 0 '^vector-math mode: 0x1a02$' env -u KORB_ARQ_MODE "$korb" info

@@ -15,9 +15,13 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 libdir=$(dirname "$(find "$prefix" -name libkorb_def.so | head -n 1)")
 [ -f "$libdir/libkorb_core.so" ] || { echo "libkorb_core.so not installed beside the kernel"; exit 1; }
 [ -f "$prefix/include/korb/kernel/frame.h" ] || { echo "headers not installed"; exit 1; }
+for lib in libkorb_avx2.so libkorb_avx512.so; do
+    [ -f "$libdir/$lib" ] || { echo "$lib not installed beside the default kernel library"; exit 1; }
+done
 
-# The installed command finds its library through its run path.
+# The installed command finds its library through its run path, and the class libraries beside it.
 "$prefix/bin/korb" info | grep -q '^kernel library class: 0'
+"$prefix/bin/korb" info | grep -qE '^  libkorb_avx2\.so +class 3 .*(runs here|needs a newer processor)$'
 
 # CMake package.
 cmake -S "$src" -B "$scratch/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" \

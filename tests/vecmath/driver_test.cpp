@@ -67,6 +67,28 @@ struct Shift {
     }
 };
 
+// A staged kernel: the first stage doubles x and refuses lanes where x > 500, the second adds 3;
+// the element path gives 2x + 1, and |x| >= 10^6 is unusual (reported as ERRDOM).
+struct Staged {
+    using Element = double;
+    using Compute = double;
+    using Context = NoContext;
+    static constexpr const char *kName = "vdToyStaged";
+    static constexpr int kVectors = 3;
+    static const Context &context() { return korb::vecmath::kNoContext; }
+
+    static double element(double x, const Context &, int &status) {
+        status = x >= 1e6 || x <= -1e6 ? ARQ_STATUS_ERRDOM : ARQ_STATUS_OK;
+        return 2.0 * x + 1.0;
+    }
+    static bool unusual(double x, const Context &) { return x >= 1e6 || x <= -1e6; }
+    static Vec<double> stage(Vec<double> x, const double *, const Context &, bool &refused) {
+        refused = korb::simd::any(korb::simd::mask<Vec<double>>(x > 500.0));
+        return x + x;
+    }
+    static Vec<double> finish(Vec<double> s, const Context &) { return s + 3.0; }
+};
+
 using Driver = korb::test::KernelTest;
 
 constexpr int kDoubleLanes = korb::simd::kCount<Vec<double>>;
@@ -99,6 +121,38 @@ TEST_F(Driver, TwoArgumentsTakeTheLanesUnlessUnusualOrRefusedAndReportInPlace) {
                 const double x = args[i], y = b[i];
                 EXPECT_EQ(out[i], x * y + (by_element[i] ? 1.0 : 2.0)) << "n=" << n << " i=" << i;
                 if (y < 0.0) want.push_back({ARQ_STATUS_ERRDOM, i, x, y, x * y + 1.0, x * y + 1.0});
+            }
+            EXPECT_EQ(t_reports, want) << "n=" << n;
+        }
+    }
+}
+
+// In a block of which one vector was refused the others still take the lanes: every element of
+// a vector with a refused or unusual lane, and only those, comes from the element path.
+TEST_F(Driver, StagedKernelsFinishWhatTheFirstStageAccepted) {
+    constexpr int kBlock = 3 * kDoubleLanes;
+    for (int n : {0, kDoubleLanes - 1, kBlock, 4 * kBlock + kDoubleLanes + 1}) {
+        for (bool in_place : {false, true}) {
+            std::vector<double> a(n), r(n, -1.0);
+            for (int i = 0; i < n; ++i) {
+                a[i] = i % 11 == 4 ? 600.0 + i : (i % 13 == 7 ? 2e6 : i * 0.5);
+            }
+            std::vector<bool> by_element(n, true);
+            for (int v = 0; v + kDoubleLanes <= n; v += kDoubleLanes) {
+                bool odd = false;
+                for (int i = v; i < v + kDoubleLanes; ++i) odd |= a[i] > 500.0;
+                for (int i = v; i < v + kDoubleLanes; ++i) by_element[i] = odd;
+            }
+            const std::vector<double> args = a;
+            double *out = in_place ? a.data() : r.data();
+            t_reports.clear();
+            korb::vecmath::run_one<Staged>(n, a.data(), out);
+            std::vector<Report> want;
+            for (int i = 0; i < n; ++i) {
+                const double x = args[i];
+                EXPECT_EQ(out[i], 2.0 * x + (by_element[i] ? 1.0 : 3.0)) << "n=" << n << " i=" << i;
+                if (x >= 1e6)
+                    want.push_back({ARQ_STATUS_ERRDOM, i, x, x, 2.0 * x + 1.0, 2.0 * x + 1.0});
             }
             EXPECT_EQ(t_reports, want) << "n=" << n;
         }

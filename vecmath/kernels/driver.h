@@ -54,6 +54,17 @@
 //     computed on the way, such as a reduced argument too small to trust): the vector is then
 //     done element by element. It is false on entry.
 //
+//   or, for a kind other than two and Compute the same as Element, the lanes function in two
+//   stages, where the decision to refuse comes early (after an argument reduction, say):
+//
+//   static S stage(V x, const Element *src, const Context &, bool &refused);
+//   static V finish(const S &, const Context &);          (pair: Two<V>)
+//     The driver runs the first stage on all vectors of a block, and the second only when none
+//     was refused. The compiler interleaves the vectors of a block only within one basic block,
+//     and a branch in the lanes (a refusal test, a choice between two reductions) would cut the
+//     block into one piece per vector; with the stages, the second, long one is branch-free
+//     over the whole block.
+//
 // What the driver does: it sets the control register for the call (KernelFrame) and screens
 // blocks of kVectors vectors with the unusual test. A block that passes goes through the lanes
 // function vector by vector; in a block that does not, each vector is screened on its own. A
@@ -120,6 +131,11 @@ struct Call {
     static constexpr bool kWidened = !std::is_same_v<T, typename K::Compute>;
     static constexpr bool kVectorScreen =
         kKind == Kind::two ? ScreensVectorPairs<K, In, Context> : ScreensVectors<K, In, Context>;
+    static constexpr bool kStaged = requires(In x, const T *p, const Context &c, bool &r) {
+        K::stage(x, p, c, r);
+    };
+    static_assert(!kStaged || (!kWidened && kKind != Kind::two),
+                  "a staged kernel computes on its elements' own type, with one argument array");
 
     const T *a;
     const T *b;  // two: the second arguments
@@ -193,10 +209,20 @@ struct Call {
         }
     }
 
+    // The first stage of a staged kernel for the unit at i.
+    [[gnu::always_inline]] auto stage(int i, bool &refused) const {
+        bool r = false;
+        const auto s = K::stage(simd::load_lanes(a + i), a + i, c, r);
+        refused |= r;
+        return s;
+    }
+
     // The lanes' results for the unit at i.
     [[gnu::always_inline]] Out compute(int i, bool &refused) const {
         const In x = simd::load_lanes(a + i);
-        if constexpr (!kWidened) {
+        if constexpr (kStaged) {
+            return K::finish(stage(i, refused), c);
+        } else if constexpr (!kWidened) {
             if constexpr (kKind == Kind::two) {
                 return lanes(refused, x, simd::load_lanes(b + i), c);
             } else {
@@ -243,6 +269,13 @@ struct Call {
         }
     }
 
+    // kVectors units from i, each through the lanes or element by element: a block of which a
+    // vector was refused. Out of line, so that the block loop keeps only its common path.
+    template <int kVectors>
+    [[gnu::noinline, gnu::cold]] void redo(int i) const {
+        for (int v = 0; v < kVectors; ++v) lanes_or_elements(i + v * kUnit);
+    }
+
     // One unit decided on its own: through the lanes, or element by element.
     void unit(int i) const {
         if (screen<kUnit>(i)) {
@@ -261,26 +294,34 @@ template <class K, class C>
     for (; i + kBlock <= n; i += kBlock) {
         if (call.template screen<kBlock>(i)) {
             for (int v = 0; v < K::kVectors; ++v) call.unit(i + v * kUnit);
+        } else if constexpr (C::kStaged) {
+            // Both stages run on the whole block, the second only when the first refused none.
+            using S = decltype(call.stage(i, std::declval<bool &>()));
+            S s[K::kVectors];
+            bool refused = false;
+#pragma GCC unroll 16
+            for (int v = 0; v < K::kVectors; ++v) s[v] = call.stage(i + v * kUnit, refused);
+            if (!refused) {
+                typename C::Out y[K::kVectors];
+#pragma GCC unroll 16
+                for (int v = 0; v < K::kVectors; ++v) y[v] = K::finish(s[v], call.c);
+#pragma GCC unroll 16
+                for (int v = 0; v < K::kVectors; ++v) call.store(i + v * kUnit, y[v]);
+            } else {
+                call.template redo<K::kVectors>(i);
+            }
         } else {  // the common case, straight through
             // The block's lanes are all computed before any result is stored: the vectors'
             // dependency chains interleave, and the block may run in place.
             typename C::Out y[K::kVectors];
-            bool refused[K::kVectors] = {};
+            bool refused = false;
 #pragma GCC unroll 16
-            for (int v = 0; v < K::kVectors; ++v) y[v] = call.compute(i + v * kUnit, refused[v]);
-            bool any_refused = false;
-            for (bool r : refused) any_refused |= r;
-            if (!any_refused) {
+            for (int v = 0; v < K::kVectors; ++v) y[v] = call.compute(i + v * kUnit, refused);
+            if (!refused) {
 #pragma GCC unroll 16
                 for (int v = 0; v < K::kVectors; ++v) call.store(i + v * kUnit, y[v]);
             } else {
-                for (int v = 0; v < K::kVectors; ++v) {
-                    if (refused[v]) {
-                        call.elements(i + v * kUnit, i + (v + 1) * kUnit);
-                    } else {
-                        call.store(i + v * kUnit, y[v]);
-                    }
-                }
+                call.template redo<K::kVectors>(i);
             }
         }
     }

@@ -293,10 +293,15 @@ bool special(double x, double &result, int &status) {
                                                                 const Constants<Vec<double>> &c,
                                                                 bool &refused) {
     using V = Vec<double>;
-    const Reduced<V> quick = reduce_quick(x, c);
     const auto abs = [&c](V v) { return simd::from_bits<V>(simd::to_bits(v) & c.magnitude); };
-    const Bits<V> use_quick =
-        simd::mask<V>(abs(x) < c.quick_limit) & simd::mask<V>(abs(quick.hi) >= c.min_quick);
+    const Bits<V> small = simd::mask<V>(abs(x) < c.quick_limit);
+    if (!simd::any(small)) {  // no lane for the quick reduction
+        const Reduced<V> other = reduce_short(x, c);
+        refused = !simd::all(simd::mask<V>(abs(other.hi) >= c.min_reduced));
+        return other;
+    }
+    const Reduced<V> quick = reduce_quick(x, c);
+    const Bits<V> use_quick = small & simd::mask<V>(abs(quick.hi) >= c.min_quick);
     if (simd::all(use_quick)) return quick;
     const Reduced<V> other = reduce_short(x, c);
     const Bits<V> use_short = simd::mask<V>(abs(other.hi) >= c.min_reduced);
@@ -313,7 +318,9 @@ bool outside_short(double x) {
 }
 
 template <Func F, const char *kFunction>
-struct Trig : Shape<double, double, kVector, 4> {
+struct Trig : Shape<double, double, kVector, F == Func::tan ? 4 : 2> {
+    // The tangent's longer chains take four vectors a block; sine and cosine are faster with two.
+    using Context = Constants<Vec<double>>;
     static constexpr const char *kName = kFunction;
 
     static double element(double x, const Context &, int &status) {
@@ -325,8 +332,12 @@ struct Trig : Shape<double, double, kVector, 4> {
 
     static bool unusual(double x, const Context &) { return outside_short(x); }
 
-    static Vec<double> lanes(Vec<double> x, const double *, const Context &c, bool &refused) {
-        return value<F>(reduce_lanes(x, c, refused), c);
+    static Reduced<Vec<double>> stage(Vec<double> x, const double *, const Context &c,
+                                      bool &refused) {
+        return reduce_lanes(x, c, refused);
+    }
+    static Vec<double> finish(const Reduced<Vec<double>> &red, const Context &c) {
+        return value<F>(red, c);
     }
 };
 
@@ -346,9 +357,13 @@ struct SinCos : Shape<double, double, kVector, 2> {
 
     static bool unusual(double x, const Context &) { return outside_short(x); }
 
-    static Two<Vec<double>> lanes(Vec<double> x, const double *, const Context &c, bool &refused) {
+    static Reduced<Vec<double>> stage(Vec<double> x, const double *, const Context &c,
+                                      bool &refused) {
+        return reduce_lanes(x, c, refused);
+    }
+    static Two<Vec<double>> finish(const Reduced<Vec<double>> &red, const Context &c) {
         Two<Vec<double>> y;
-        sin_cos_value(reduce_lanes(x, c, refused), c, y.first, y.second);
+        sin_cos_value(red, c, y.first, y.second);
         return y;
     }
 };

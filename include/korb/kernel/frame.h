@@ -66,7 +66,8 @@ extern "C" {
 /* Formatted messages longer than this many characters end the process with exit code 8. */
 #define KORB_MSG_BUFFER_SIZE 512
 
-/* The processor class this kernel library serves: always KORB_CPU_GENERIC. */
+/* The processor class this kernel library serves: KORB_CPU_GENERIC (libkorb_def.so),
+   KORB_CPU_X86_64_V3 (libkorb_avx2.so) or KORB_CPU_X86_64_V4 (libkorb_avx512.so). */
 KORB_API int dll_cpu_version(void);
 
 /* The library version as "major.minor.patch". */
