@@ -1,7 +1,9 @@
-// korb fit: a spline through the columns of a data file, printed as its coefficients.
+// korb fit: a spline through the columns of a data file, printed as its coefficients, or
+// evaluated at sites, or integrated.
 //
 //   korb fit FILE [--spline KIND] [--bc not-a-knot|free|periodic]
 //                 [--left first|second=VALUE] [--right first|second=VALUE]
+//                 [--at SITES [--derivative K[,K...]] | --integrate A,B ...]
 #include <korb/kernel/df.h>
 
 #include <cerrno>
@@ -41,6 +43,20 @@ constexpr NamedStatus kStatuses[] = {
     {DF_ERROR_BAD_PARTITION, "DF_ERROR_BAD_PARTITION"},
     {DF_ERROR_BAD_PERIODIC_VAL, "DF_ERROR_BAD_PERIODIC_VAL"},
     {DF_ERROR_TOO_FEW_POINTS, "DF_ERROR_TOO_FEW_POINTS"},
+    {DF_ERROR_BAD_NSITE, "DF_ERROR_BAD_NSITE"},
+    {DF_ERROR_NULL_SITE, "DF_ERROR_NULL_SITE"},
+    {DF_ERROR_BAD_SITE_HINT, "DF_ERROR_BAD_SITE_HINT"},
+    {DF_ERROR_NULL_CELL, "DF_ERROR_NULL_CELL"},
+    {DF_ERROR_BAD_INTERP_TYPE, "DF_ERROR_BAD_INTERP_TYPE"},
+    {DF_ERROR_BAD_NDORDER, "DF_ERROR_BAD_NDORDER"},
+    {DF_ERROR_NULL_DORDER, "DF_ERROR_NULL_DORDER"},
+    {DF_ERROR_NULL_RESULT, "DF_ERROR_NULL_RESULT"},
+    {DF_ERROR_BAD_RESULT_HINT, "DF_ERROR_BAD_RESULT_HINT"},
+    {DF_ERROR_BAD_NLIM, "DF_ERROR_BAD_NLIM"},
+    {DF_ERROR_NULL_LLIM, "DF_ERROR_NULL_LLIM"},
+    {DF_ERROR_BAD_LLIM_HINT, "DF_ERROR_BAD_LLIM_HINT"},
+    {DF_ERROR_NULL_RLIM, "DF_ERROR_NULL_RLIM"},
+    {DF_ERROR_BAD_RLIM_HINT, "DF_ERROR_BAD_RLIM_HINT"},
 };
 
 struct Spline {
@@ -63,6 +79,7 @@ void print_help() {
     std::puts(
         "usage: korb fit FILE [--spline KIND] [--bc not-a-knot|free|periodic]\n"
         "                [--left first|second=VALUE] [--right first|second=VALUE]\n"
+        "                [--at SITES [--derivative K[,K...]] | --integrate A,B ...]\n"
         "Builds a spline through the data in FILE ('-' for standard input) and prints its\n"
         "coefficients. Each line of FILE holds one point: x, then one value per function\n"
         "(whitespace-separated); for --spline hermite a value and a first derivative per\n"
@@ -74,7 +91,94 @@ void print_help() {
         "first or second derivative at each end with --left and --right (the quadratic takes\n"
         "--left only, and without it the parabola through the first three points).\n"
         "Output: one line per cell: function, cell, the cell's left knot, then the\n"
-        "coefficients c0 c1 ... of the polynomial sum c_k (t - knot)^k on the cell.");
+        "coefficients c0 c1 ... of the polynomial sum c_k (t - knot)^k on the cell.\n"
+        "--at SITES evaluates the spline instead: SITES is a comma-separated list of numbers,\n"
+        "or FIRST:LAST:COUNT for COUNT sites placed evenly from FIRST to LAST. One line per\n"
+        "site: the site, its cell (the number of points at or below it), then for each\n"
+        "function the derivatives that --derivative lists (0, the value, by default; a\n"
+        "comma-separated list of orders below the spline's order), lowest first. Outside the\n"
+        "points the end cells' polynomials go on.\n"
+        "--integrate A,B (repeatable) prints A, B and the integral from A to B of each\n"
+        "function instead (negative when B < A).");
+}
+
+// A comma-separated list of numbers, each the whole of its field.
+bool parse_numbers(const char *s, std::vector<double> *out) {
+    for (;;) {
+        char *end = nullptr;
+        errno = 0;
+        const double v = std::strtod(s, &end);
+        if (end == s || errno != 0 || (*end != ',' && *end != '\0')) return false;
+        out->push_back(v);
+        if (*end == '\0') return true;
+        s = end + 1;
+    }
+}
+
+// SITES of --at: a list, or FIRST:LAST:COUNT, which gives the two ends and sets *count.
+bool parse_sites(const char *s, std::vector<double> *sites, long long *count) {
+    const char *colon = std::strchr(s, ':');
+    if (colon == nullptr) {
+        *count = -1;
+        return parse_numbers(s, sites);
+    }
+    const char *second = std::strchr(colon + 1, ':');
+    if (second == nullptr) return false;
+    const std::string first(s, static_cast<size_t>(colon - s));
+    const std::string last(colon + 1, static_cast<size_t>(second - colon - 1));
+    std::vector<double> ends;
+    return parse_numbers(first.c_str(), &ends) && parse_numbers(last.c_str(), &ends) &&
+           ends.size() == 2 && parse_integer(second + 1, 1, 1LL << 40, count) &&
+           (sites->assign(ends.begin(), ends.end()), true);
+}
+
+// Prints the spline's values at the sites, or its integrals; returns the library status.
+int64_t evaluate(DfTask *task, int64_t ny, const std::vector<double> &sites, long long count,
+                 const std::vector<int64_t> &dorder, const std::vector<double> &limits,
+                 const char **where) {
+    if (!limits.empty()) {
+        const int64_t n = static_cast<int64_t>(limits.size()) / 2;
+        std::vector<double> left(n), right(n), r(n * ny);
+        for (int64_t k = 0; k < n; ++k) {
+            left[k] = limits[2 * k];
+            right[k] = limits[2 * k + 1];
+        }
+        *where = "korb_df_kernel_dIntegrate1D";
+        const int64_t status =
+            korb_df_kernel_dIntegrate1D(task, DF_METHOD_STD, n, left.data(), DF_SITES_ANY,
+                                        right.data(), DF_SITES_ANY, r.data(), DF_R_SITE_FUNC_DER);
+        if (status != DF_STATUS_OK) return status;
+        for (int64_t k = 0; k < n; ++k) {
+            std::printf("%.17g %.17g", left[k], right[k]);
+            for (int64_t i = 0; i < ny; ++i) std::printf(" %.17g", r[k * ny + i]);
+            std::putchar('\n');
+        }
+        return DF_STATUS_OK;
+    }
+    const bool uniform = count >= 0;
+    const int64_t n = uniform ? count : static_cast<int64_t>(sites.size());
+    int64_t nd = 0;
+    for (int64_t d : dorder) nd += d != 0 ? 1 : 0;
+    std::vector<double> r(static_cast<size_t>(n * ny * nd));
+    std::vector<int64_t> cell(n);
+    *where = "korb_df_kernel_dInterpolate1D";
+    const int64_t status = korb_df_kernel_dInterpolate1D(
+        task, DF_INTERP_VALUES | DF_INTERP_CELLS, DF_METHOD_STD, n, sites.data(),
+        uniform ? DF_SITES_UNIFORM : DF_SITES_ANY, static_cast<int64_t>(dorder.size()),
+        dorder.data(), r.data(), DF_R_SITE_FUNC_DER, cell.data());
+    if (status != DF_STATUS_OK) return status;
+    const double h = n > 1 && uniform ? (sites[1] - sites[0]) / static_cast<double>(n - 1) : 0.0;
+    for (int64_t j = 0; j < n; ++j) {
+        // The sites as the library places them from the two ends.
+        const double site = !uniform     ? sites[j]
+                            : j == 0     ? sites[0]
+                            : j == n - 1 ? sites[1]
+                                         : sites[0] + static_cast<double>(j) * h;
+        std::printf("%.17g %lld", site, static_cast<long long>(cell[j]));
+        for (int64_t v = 0; v < ny * nd; ++v) std::printf(" %.17g", r[j * ny * nd + v]);
+        std::putchar('\n');
+    }
+    return DF_STATUS_OK;
 }
 
 // Whitespace-separated numbers, the same count on every non-empty line.
@@ -142,12 +246,48 @@ int cmd_fit(int argc, char **argv) {
     const char *bc_name = nullptr;
     bool left_given = false, right_given = false, left_second = false, right_second = false;
     double bc[2] = {0, 0};
+    const char *at = nullptr, *derivative = nullptr;
+    std::vector<double> sites, limits;
+    long long count = -1;
+    std::vector<int64_t> dorder = {1};
     for (int i = 0; i < argc; ++i) {
         const std::string_view opt = argv[i];
-        if (opt == "--spline" || opt == "--bc" || opt == "--left" || opt == "--right") {
+        if (opt == "--spline" || opt == "--bc" || opt == "--left" || opt == "--right" ||
+            opt == "--at" || opt == "--derivative" || opt == "--integrate") {
             if (i + 1 >= argc) return usage_error("fit: missing value after", argv[i]);
             const char *v = argv[++i];
-            if (opt == "--spline") {
+            if (opt == "--at") {
+                sites.clear();
+                if (!parse_sites(v, &sites, &count)) {
+                    return usage_error(
+                        "fit: --at takes numbers separated by commas or "
+                        "FIRST:LAST:COUNT, got",
+                        v);
+                }
+                at = v;
+            } else if (opt == "--derivative") {
+                std::vector<double> orders;
+                dorder.clear();
+                if (!parse_numbers(v, &orders)) {
+                    return usage_error("fit: --derivative takes orders separated by commas, got",
+                                       v);
+                }
+                for (double k : orders) {
+                    if (!(k >= 0 && k <= 64 && k == static_cast<double>(static_cast<int>(k)))) {
+                        return usage_error("fit: --derivative takes orders from 0 to 64, got", v);
+                    }
+                    const size_t q = static_cast<size_t>(k);
+                    if (dorder.size() <= q) dorder.resize(q + 1, 0);
+                    dorder[q] = 1;
+                }
+                derivative = v;
+            } else if (opt == "--integrate") {
+                std::vector<double> pair;
+                if (!parse_numbers(v, &pair) || pair.size() != 2) {
+                    return usage_error("fit: --integrate takes A,B, got", v);
+                }
+                limits.insert(limits.end(), pair.begin(), pair.end());
+            } else if (opt == "--spline") {
                 spline = nullptr;
                 for (const Spline &s : kSplines) {
                     if (std::strcmp(v, s.name) == 0) spline = &s;
@@ -179,6 +319,12 @@ int cmd_fit(int argc, char **argv) {
         }
     }
     if (file == nullptr) return usage_error("fit: missing", "FILE");
+    if (derivative != nullptr && at == nullptr) {
+        return usage_error("fit: --derivative needs --at, got --derivative", derivative);
+    }
+    if (at != nullptr && !limits.empty()) {
+        return usage_error("fit: --at and --integrate exclude each other, got --at", at);
+    }
     if (bc_name != nullptr && (left_given || right_given)) {
         return usage_error("fit: --bc and --left/--right exclude each other, got --bc", bc_name);
     }
@@ -247,11 +393,16 @@ int cmd_fit(int argc, char **argv) {
         where = "korb_df_kernel_dConstruct1D";
         status = korb_df_kernel_dConstruct1D(task, DF_PP_SPLINE, DF_METHOD_STD);
     }
+    const bool evaluating = at != nullptr || !limits.empty();
+    if (status == DF_STATUS_OK && evaluating) {
+        status = evaluate(task, ny, sites, count, dorder, limits, &where);
+    }
     if (task != nullptr) korb_df_kernel_DeleteTask(&task);
     if (status != DF_STATUS_OK) {
         const std::string what = std::string("fit: ") + where;
         return library_error(what.c_str(), static_cast<int>(status), kStatuses);
     }
+    if (evaluating) return std::fflush(stdout) == 0 ? 0 : kExitStatus;
     for (int64_t i = 0; i < ny; ++i) {
         for (int64_t j = 0; j < cells; ++j) {
             const double knot = !subbotin || j == 0 ? x[j] : 0.5 * x[j - 1] + 0.5 * x[j];

@@ -279,6 +279,26 @@ check "fit unsorted" 1 'DF_ERROR_BAD_PARTITION \(-1023\)$' \
     sh -c "printf '0 1\n2 3\n1 4\n' | '$korb' fit - --spline akima"
 check "fit periodic values" 1 'DF_ERROR_BAD_PERIODIC_VAL' "$korb" fit "$points" --bc periodic
 check "fit help" 0 '^usage: korb fit' "$korb" fit --help
+check "fit at" 0 '^0\.5 1 2 5\.5$' "$korb" fit "$points" --spline linear --at 0.5,4.5,7
+check "fit at extends the end cells" 0 '^7 5 -8 -2$' "$korb" fit "$points" --spline linear --at 0.5,7
+check "fit at even sites" 0 '^6$' sh -c "'$korb' fit '$points' --at 0:5:6 | wc -l"
+check "fit at even sites last" 0 '^5 5 0 ' "$korb" fit "$points" --at 0:5:6
+check "fit derivative" 0 '^0\.5 1 2 1$' "$korb" fit "$points" --spline linear --at 0.5 --derivative 1
+check "fit derivatives" 0 '^1 2 3 -1 6 1$' \
+    "$korb" fit "$points" --spline linear --at 1 --derivative 1,0
+check "fit nan site" 0 '^nan 0 nan nan$' "$korb" fit "$points" --spline linear --at nan
+check "fit derivative beyond the order" 1 'DF_ERROR_BAD_NDORDER \(-1031\)$' \
+    "$korb" fit "$points" --spline linear --at 1 --derivative 2
+check "fit integrate" 0 '^0 5 12\.5 20\.5$' "$korb" fit "$points" --spline linear --integrate 0,5
+check "fit integrate reversed" 0 '^5 0 -12\.5 -20\.5$' \
+    "$korb" fit "$points" --spline linear --integrate 0,5 --integrate 5,0
+for args in "$points --derivative 1" "$points --at 1:2" "$points --at x" "$points --at 1," \
+    "$points --at 0:1:0" "$points --integrate 1" "$points --integrate 1,2,3" \
+    "$points --at 1 --integrate 0,1" "$points --at 1 --derivative -1" \
+    "$points --at 1 --derivative 1.5" "$points --at"; do
+    # shellcheck disable=SC2086
+    one_line_error "fit $args" "$korb" fit $args
+done
 for args in "" "$points --spline spiral" "$points --bc clamped" "$points --left first=1" \
     "$points --left third=1 --right first=1" "$points --left first=x --right first=1" \
     "$points --bc free --left first=1 --right first=1" "$points $points" "$points --frobnicate" \

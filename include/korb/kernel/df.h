@@ -49,6 +49,21 @@ extern "C" {
 #define DF_ERROR_BAD_PARTITION (-1023)    /* partition not strictly increasing, or not finite */
 #define DF_ERROR_BAD_PERIODIC_VAL (-1024) /* periodic spline: first and last values differ */
 #define DF_ERROR_TOO_FEW_POINTS (-1025)   /* nx too small for the spline and its condition */
+/* Refusals of the search, interpolation and integration kernels. */
+#define DF_ERROR_BAD_NSITE (-1026)       /* nsite < 0, or more results than any array can hold */
+#define DF_ERROR_NULL_SITE (-1027)       /* sites null */
+#define DF_ERROR_BAD_SITE_HINT (-1028)   /* site hint other than 0, 1 or 4 */
+#define DF_ERROR_NULL_CELL (-1029)       /* cell array null where cells are to be written */
+#define DF_ERROR_BAD_INTERP_TYPE (-1030) /* interpolation type other than 1, 2 or 3 */
+#define DF_ERROR_BAD_NDORDER (-1031)     /* ndorder < 1 or larger than the spline order */
+#define DF_ERROR_NULL_DORDER (-1032)     /* derivative orders null */
+#define DF_ERROR_NULL_RESULT (-1033)     /* result array null */
+#define DF_ERROR_BAD_RESULT_HINT (-1034) /* result layout not accepted */
+#define DF_ERROR_BAD_NLIM (-1035)        /* nlim < 0, or more results than any array can hold */
+#define DF_ERROR_NULL_LLIM (-1036)       /* left limits null */
+#define DF_ERROR_BAD_LLIM_HINT (-1037)   /* left-limit hint other than 0, 1 or 4 */
+#define DF_ERROR_NULL_RLIM (-1038)       /* right limits null */
+#define DF_ERROR_BAD_RLIM_HINT (-1039)   /* right-limit hint other than 0, 1 or 4 */
 
 /* Pointer attributes of korb_df_kernel_[d|s]EditPtr (and ids 2 and 5 of EditIdxPtr). */
 #define DF_PTR_X 1
@@ -122,6 +137,42 @@ extern "C" {
 /* The construction format (piecewise-polynomial coefficients) and method. */
 #define DF_PP_SPLINE 1
 #define DF_METHOD_STD 0
+
+/*
+ * x hints: what the caller knows of the partition. The points must increase strictly whatever
+ * the hint; the hint chooses how the search kernels find a site's cell.
+ */
+#define DF_X_ANY 0            /* increasing points: branch-free binary search */
+#define DF_X_SORTED 1         /* the same as DF_X_ANY */
+#define DF_X_NEARLY_UNIFORM 2 /* cells of similar widths: a guess from the ends, a local walk */
+#define DF_X_UNIFORM 4        /* x holds the two ends; the nx points lie evenly between them */
+
+/*
+ * Site hints of the search and interpolation kernels, and limit hints of the integration kernel.
+ * They change the speed, never the result: sites that break a hint's promise are found all the
+ * same, only more slowly.
+ */
+#define DF_SITES_ANY 0     /* no order */
+#define DF_SITES_SORTED 1  /* ascending: one merging walk along the partition */
+#define DF_SITES_UNIFORM 4 /* the array holds two ends a, b; the n sites lie evenly from a to b */
+
+/* Interpolation type bits: values and derivatives, cells, or both. */
+#define DF_INTERP_VALUES 0x1
+#define DF_INTERP_CELLS 0x2
+
+/*
+ * Result layouts of the interpolation kernel (nd requested derivatives, nsite sites, ny
+ * functions): the result of derivative rank q (0 for the lowest requested) of function i at
+ * site j lies at
+ *   DF_R_FUNC_SITE_DER   r[(i * nsite + j) * nd + q]
+ *   DF_R_FUNC_DER_SITE   r[(i * nd + q) * nsite + j]
+ *   DF_R_SITE_FUNC_DER   r[(j * ny + i) * nd + q]
+ * The integration kernel takes the same three with nd = 1: the first two put the integral of
+ * function i over interval k at r[i * nlim + k], the third at r[k * ny + i].
+ */
+#define DF_R_FUNC_SITE_DER 0
+#define DF_R_FUNC_DER_SITE 1
+#define DF_R_SITE_FUNC_DER 2
 
 #define DF_MODEL_PP 4 /* model kind of every task made here */
 #define DF_PRECISION_SINGLE 0
@@ -268,6 +319,93 @@ KORB_API int64_t korb_df_kernel_sEditPPSpline1D(DfTask *task, int64_t order, int
  */
 KORB_API int64_t korb_df_kernel_dConstruct1D(DfTask *task, int64_t format, int64_t method);
 KORB_API int64_t korb_df_kernel_sConstruct1D(DfTask *task, int64_t format, int64_t method);
+
+/*
+ * What the search, interpolation and integration kernels read of the task: the partition (nx, x,
+ * the x hint), and for values and integrals the spline order, type, ny and the coefficient
+ * array. Cell j of a function holds `order` coefficients c[0..order-1] of the polynomial
+ * sum c[k] (t - t_j)^k; the knots t_j are the partition points, or for spline type
+ * DF_PP_SUBBOTIN (whatever the order) x_0, the points halfway between neighbouring points, and
+ * x_{nx-1}. Any order from 1 up is evaluated, so that a caller can hand in coefficients of its
+ * own with EditPPSpline1D. The partition is not checked for order (that costs a pass over it;
+ * the construction kernels check it): on a partition that does not increase every cell index is
+ * still within [0, nx], but which one is unspecified.
+ *
+ * The cell of a site s is the number of partition points at or below s: 0 left of x_0, nx at
+ * x_{nx-1} and beyond, and 0 for a NaN site. Values at s come from the polynomial of the cell
+ * whose knots enclose s, the first cell's left of the partition and the last cell's at its end
+ * and right of it: outside the partition the end cells' polynomials go on. A NaN site gives
+ * NaN results, an infinite one what the end polynomial gives there.
+ *
+ * The d forms read and write doubles, the s forms floats; both compute in double and round each
+ * result once, so an s result is the d result on the same data, rounded. The result and cell
+ * arrays must not overlap the sites, the partition or the coefficients.
+ */
+
+/*
+ * Writes to cell[j] the cell of each site j (see above). method must be DF_METHOD_STD. With
+ * sitehint DF_SITES_UNIFORM, site holds two ends a and b and the nsite sites are
+ * a + j (b - a) / (nsite - 1), the last exactly b (a alone when nsite is 1).
+ *
+ * Checks, in order; nothing is written unless all pass: null task; method; nsite < 0
+ * (DF_ERROR_BAD_NSITE); null site (DF_ERROR_NULL_SITE); site hint; null cell
+ * (DF_ERROR_NULL_CELL); nx < 2 or above 2^44 (DF_ERROR_BAD_NX); x null; x hint; for
+ * DF_X_UNIFORM two ends that are not finite and increasing (DF_ERROR_BAD_PARTITION). With nsite 0
+ * the arrays may be null and nothing is read or written.
+ */
+KORB_API int64_t korb_df_kernel_dSearchCells1D(DfTask *task, int64_t method, int64_t nsite,
+                                               const double site[], int64_t sitehint,
+                                               int64_t cell[]);
+KORB_API int64_t korb_df_kernel_sSearchCells1D(DfTask *task, int64_t method, int64_t nsite,
+                                               const float site[], int64_t sitehint,
+                                               int64_t cell[]);
+
+/*
+ * Interpolation: for each function and site, the value and the derivatives that dorder asks for
+ * (dorder[k] non-zero asks for derivative k; derivative 0 is the value), in the layout rhint
+ * names, and with DF_INTERP_CELLS in type the cells of the sites as SearchCells1D writes them.
+ * type is DF_INTERP_VALUES, DF_INTERP_CELLS or both; method DF_METHOD_STD; sites as for
+ * SearchCells1D. A dorder with no non-zero entry asks for nothing and nothing is written to r.
+ *
+ * Checks, in order; nothing is written unless all pass: null task; type
+ * (DF_ERROR_BAD_INTERP_TYPE); method; nsite < 0; null site; site hint. For values: an order
+ * below 1 (DF_ERROR_BAD_SPLINE_ORDER); a spline type outside 0 to 5; ndorder < 1 or above the
+ * order (DF_ERROR_BAD_NDORDER); null dorder (DF_ERROR_NULL_DORDER); null r
+ * (DF_ERROR_NULL_RESULT); rhint (DF_ERROR_BAD_RESULT_HINT). For cells: null cell. Then the
+ * partition as for SearchCells1D; for values ny < 1 (DF_ERROR_BAD_NY), a function without a
+ * coefficient block (DF_ERROR_NULL_COEFF), and more results than any array can hold
+ * (DF_ERROR_BAD_NSITE). With nsite 0, site, r and cell may be null.
+ */
+KORB_API int64_t korb_df_kernel_dInterpolate1D(DfTask *task, int64_t type, int64_t method,
+                                               int64_t nsite, const double site[], int64_t sitehint,
+                                               int64_t ndorder, const int64_t dorder[], double r[],
+                                               int64_t rhint, int64_t cell[]);
+KORB_API int64_t korb_df_kernel_sInterpolate1D(DfTask *task, int64_t type, int64_t method,
+                                               int64_t nsite, const float site[], int64_t sitehint,
+                                               int64_t ndorder, const int64_t dorder[], float r[],
+                                               int64_t rhint, int64_t cell[]);
+
+/*
+ * Integration: for each function i and interval k, the integral of the spline from llim[k] to
+ * rlim[k], negative when rlim[k] < llim[k], at r[i * nlim + k] (rhint DF_R_FUNC_SITE_DER or
+ * DF_R_FUNC_DER_SITE) or r[k * ny + i] (DF_R_SITE_FUNC_DER). Limits outside the partition take
+ * the end cells' polynomials, as interpolation does; a NaN limit gives NaN. The limit hints are
+ * site hints: DF_SITES_UNIFORM makes nlim limits from the two ends held in the array.
+ *
+ * Checks, in order; nothing is written unless all pass: null task; method; nlim < 0
+ * (DF_ERROR_BAD_NLIM); null llim; llim hint; null rlim; rlim hint; null r; rhint; the spline
+ * order and type; the partition; ny < 1; a function without a coefficient block; more results
+ * than any array can hold (DF_ERROR_BAD_NLIM); work memory (DF_ERROR_MEM_FAILURE). With nlim 0
+ * the arrays may be null.
+ */
+KORB_API int64_t korb_df_kernel_dIntegrate1D(DfTask *task, int64_t method, int64_t nlim,
+                                             const double llim[], int64_t llimhint,
+                                             const double rlim[], int64_t rlimhint, double r[],
+                                             int64_t rhint);
+KORB_API int64_t korb_df_kernel_sIntegrate1D(DfTask *task, int64_t method, int64_t nlim,
+                                             const float llim[], int64_t llimhint,
+                                             const float rlim[], int64_t rlimhint, float r[],
+                                             int64_t rhint);
 
 /*
  * Releases the task's arrays and the record and sets *task to null. A null task or *task:
