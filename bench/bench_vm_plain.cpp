@@ -85,9 +85,10 @@ void complex2(int n, const void *a, const void *b, void *r, F f) {
     C *y = static_cast<C *>(r);
     for (int i = 0; i < n; ++i) y[i] = f(x[i], z[i]);
 }
-#define KORB_PLAIN_COMPLEX(name, T, expr)                                                   \
-    void name(int n, const void *a, const void *b, void *r, void *) {                       \
-        complex2<T>(n, a, b, r, [](std::complex<T> x, [[maybe_unused]] std::complex<T> y) { return expr; }); \
+#define KORB_PLAIN_COMPLEX(name, T, expr)                                                        \
+    void name(int n, const void *a, const void *b, void *r, void *) {                            \
+        complex2<T>(n, a, b, r,                                                                  \
+                    [](std::complex<T> x, [[maybe_unused]] std::complex<T> y) { return expr; }); \
     }
 KORB_PLAIN_COMPLEX(c_add, float, x + y)
 KORB_PLAIN_COMPLEX(z_add, double, x + y)

@@ -23,6 +23,8 @@
 // result is written, with its arguments as read before.
 #pragma once
 
+#include <bit>
+#include <cstdint>
 #include <type_traits>
 
 #include "frame/simd.h"
@@ -67,6 +69,25 @@ template <class T>
 }
 [[gnu::always_inline]] inline bool has_nan(Cx<double> z) {
     return is_nan(z.re) || is_nan(z.im);
+}
+
+constexpr std::uint64_t kQuietBit = 0x0008000000000000;
+
+// The NaN a result part takes when the arguments carry NaNs: the first NaN among x.re, x.im,
+// y.re, y.im, quieted. Which NaN an operation on two NaNs returns depends on the order of its
+// operands, which the compiler chooses differently for each processor class; settling it here
+// keeps the bits of every class the same.
+inline double first_nan(Cx<double> x, Cx<double> y) {
+    const double parts[4] = {x.re, x.im, y.re, y.im};
+    for (double v : parts) {
+        if (is_nan(v)) return std::bit_cast<double>(std::bit_cast<std::uint64_t>(v) | kQuietBit);
+    }
+    return x.re;
+}
+inline Cx<double> settle_nans(Cx<double> z, Cx<double> x, Cx<double> y) {
+    if (!has_nan(z) || !(has_nan(x) || has_nan(y))) return z;
+    const double n = first_nan(x, y);
+    return {is_nan(z.re) ? n : z.re, is_nan(z.im) ? n : z.im};
 }
 
 // The status of a complex result of the arguments x and y (x twice for one argument), as the

@@ -137,7 +137,7 @@ constexpr double kHigh = 0x1p500, kLow = 0x1p-500;
 // atan2(y, x) for any x, y: the special values, the scaling, then argument().
 template <bool kSingle>
 double element_argument(double x, double y) {
-    if (__builtin_isnan(x) || __builtin_isnan(y)) return x + y;
+    if (__builtin_isnan(x) || __builtin_isnan(y)) return cx::first_nan({x, y}, {x, y});
     const double sign = std::copysign(1.0, y);
     if (__builtin_isinf(y)) {
         if (__builtin_isinf(x)) return sign * (x > 0 ? kQuarterPi : kThreeQuarterPi);

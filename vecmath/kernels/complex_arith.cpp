@@ -90,8 +90,18 @@ struct Componentwise {
     static constexpr const char *kName = kFunction;
     static constexpr bool kReports = kReport;
 
+    // Two NaNs give the first one, quieted (see cx::first_nan).
+    static T part(T x, T y) {
+        if (__builtin_isnan(x) && __builtin_isnan(y)) {
+            using U = typename simd::LaneOf<T>::Bits;
+            constexpr U kQuiet = U{1} << (sizeof(T) == 4 ? 22 : 51);
+            return simd::from_bits<T>(simd::to_bits(x) | kQuiet);
+        }
+        return Op::value(x, y);
+    }
+
     static Complex<T> element(Complex<T> x, Complex<T> y, int &status) {
-        const Complex<T> r = {Op::value(x.re, y.re), Op::value(x.im, y.im)};
+        const Complex<T> r = {part(x.re, y.re), part(x.im, y.im)};
         const int re = part_status(r.re, x.re, y.re), im = part_status(r.im, x.im, y.im);
         status = re == ARQ_STATUS_ERRDOM || im == ARQ_STATUS_ERRDOM ? ARQ_STATUS_ERRDOM
                  : re != ARQ_STATUS_OK                              ? re
@@ -238,6 +248,7 @@ struct Multiply {
         } else {
             z = multiply<true>(x, y);
         }
+        z = cx::settle_nans(z, x, y0);
         status = cx::complex_status(as_stored(z, kSingle), x, y);
         return z;
     }
@@ -345,6 +356,7 @@ struct Divide {
         } else {
             z = divide_accurately(x, y);
         }
+        z = cx::settle_nans(z, x, y);
         status = cx::complex_status(as_stored(z, kSingle), x, y);
         if (zero_divisor && cx::finite(x) && (x.re != 0.0 || x.im != 0.0)) {
             status = ARQ_STATUS_SING;
@@ -379,11 +391,13 @@ struct Abs {
     static constexpr const char *kName = kFunction;
 
     static double element(Cx<double> x, int &status) {
+        double r;
         if constexpr (sizeof(T) == 4) {
-            return hypot::element(static_cast<float>(x.re), static_cast<float>(x.im), status);
+            r = hypot::element(static_cast<float>(x.re), static_cast<float>(x.im), status);
         } else {
-            return hypot::element(x.re, x.im, status);
+            r = hypot::element(x.re, x.im, status);
         }
+        return cx::is_nan(r) ? cx::first_nan(x, x) : r;
     }
 
     static Vec<double> lanes(Lanes x, bool &refused) {
