@@ -4,8 +4,9 @@
 #
 #   tools/quality.sh run [GEN ...]   run the battery on each named generator (default: all of
 #                                    the list below), one after the other, writing OUT/GEN.txt
-#   tools/quality.sh summary         count PASSED, WEAK and FAILED per finished result file and
-#                                    list the tests that were not PASSED (markdown)
+#   tools/quality.sh summary         count PASSED, WEAK and FAILED per result file and list the
+#                                    tests that were not PASSED (markdown); a run that was
+#                                    stopped or is still going (GEN.txt.part) is marked unfinished
 #
 # OUT is build-quality/ (or $QUALITY_OUT), the seed $QUALITY_SEED (default 20261125). The words:
 # generators with a 32-bit uniform-bits kernel give them (korb rng --dist bits32); R250 and
@@ -49,10 +50,12 @@ run() {
 summary() {
     echo "| generator | seed | PASSED | WEAK | FAILED | not PASSED (test, ntup, p-value) |"
     echo "|---|---|---|---|---|---|"
-    for f in "$OUT"/*.txt; do
+    for f in "$OUT"/*.txt "$OUT"/*.txt.part; do
         [ -e "$f" ] || continue
-        awk -F'|' '
+        case "$f" in *.part) state=" (unfinished)" ;; *) state="" ;; esac
+        awk -F'|' -v state="$state" '
             /^# generator/ { gen = $0; sub(/^# generator /, "", gen); sub(/ seed.*/, "", gen);
+                             gen = gen state;
                              seed = $0; sub(/.* seed /, "", seed); sub(/ .*/, "", seed) }
             NF >= 6 && $6 ~ /PASSED|WEAK|FAILED/ {
                 a = $6; gsub(/ /, "", a); count[a]++
@@ -64,9 +67,6 @@ summary() {
             }
             END { printf "| %s | %s | %d | %d | %d | %s |\n", gen, seed, count["PASSED"],
                          count["WEAK"], count["FAILED"], bad }' "$f"
-    done
-    for f in "$OUT"/*.txt.part; do
-        [ -e "$f" ] && echo "(running: $(basename "$f" .txt.part))"
     done
     return 0
 }
