@@ -3,8 +3,8 @@ JOBS ?= $(shell nproc)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 FUZZ_SECONDS ?= 600
 
-.PHONY: all build run test test-sanitize bench accuracy stream-check costs tables verify-tables digests \
-        fuzz deps format clean
+.PHONY: all build run test test-sanitize test-tsan bench accuracy stream-check costs tables \
+        verify-tables digests fuzz fuzz-smoke quality deps format clean
 
 all: build
 
@@ -29,6 +29,12 @@ test-sanitize: deps
 	cmake --build build-asan -j $(JOBS)
 	cd build-asan && ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 \
 	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest $(CTEST_FLAGS)
+
+# The threaded tests under ThreadSanitizer: the library and only those tests, in build-tsan/.
+test-tsan: deps
+	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKORB_TSAN=ON -DKORB_BUILD_BENCH=OFF
+	cmake --build build-tsan -j $(JOBS) --target korb_threads_tests
+	cd build-tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest $(CTEST_FLAGS)
 
 bench: build
 	@sh .ci/deps bench
@@ -70,23 +76,45 @@ digests: build
 	KORB_DIGEST_WRITE=tests/data ./build/bin/korb_abi_tests \
 	    --gtest_filter='VmSweepDigests.*:RngSweepDigests.*'
 
-# Regenerates the committed kernel tables from their rules.
-# The stream-image loader under libFuzzer (clang), one worker, for FUZZ_SECONDS; the seeds are
-# saved images of every generator that can be made, the corpus grows in build-fuzz/corpus and a
-# crashing input is left in build-fuzz/ as crash-*.
+# The fuzz targets under libFuzzer (clang), one after the other, one worker each, FUZZ_SECONDS
+# apiece: the stream-image loader, the vector-math mode setting, a summary-statistics task and a
+# data-fitting task. Each grows its corpus in build-fuzz/corpus/TARGET from the committed inputs
+# in tests/fuzz/corpus/TARGET (the loader also from saved images of every generator); a failing
+# input is left in build-fuzz/ as crash-* (or leak-*, timeout-*). Keep each failing input in
+# tests/fuzz/corpus/TARGET, where `make test` replays it.
+FUZZ_TARGETS = load_stream vm_mode ss_task df_task
+
 fuzz:
 	@sh .ci/deps fuzz
 	cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
 	    -DCMAKE_CXX_COMPILER=clang++ -DKORB_FUZZ=ON -DKORB_BUILD_TESTS=OFF -DKORB_BUILD_BENCH=OFF
-	cmake --build build-fuzz -j $(JOBS) --target korb_fuzz_load_stream korb_fuzz_seeds
-	rm -rf build-fuzz/seeds && mkdir -p build-fuzz/seeds build-fuzz/corpus
+	cmake --build build-fuzz -j $(JOBS) --target korb_fuzz_seeds \
+	    $(addprefix korb_fuzz_,$(FUZZ_TARGETS))
+	rm -rf build-fuzz/seeds && mkdir -p build-fuzz/seeds
 	./build-fuzz/bin/korb_fuzz_seeds build-fuzz/seeds
-	./build-fuzz/bin/korb_fuzz_load_stream -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
-	    -artifact_prefix=build-fuzz/ build-fuzz/corpus build-fuzz/seeds
+	for t in $(FUZZ_TARGETS); do \
+	    mkdir -p build-fuzz/corpus/$$t && \
+	    seeds=tests/fuzz/corpus/$$t; [ $$t = load_stream ] && seeds="$$seeds build-fuzz/seeds"; \
+	    ./build-fuzz/bin/korb_fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	        -artifact_prefix=build-fuzz/ build-fuzz/corpus/$$t $$seeds || exit 1; \
+	done
+
+# Every fuzz target for a minute.
+fuzz-smoke:
+	$(MAKE) fuzz FUZZ_SECONDS=60
+
+# The statistical quality report's run: dieharder's whole battery on every generator of
+# tools/quality.sh, hours each (never in CI). Results in build-quality/; a summary with
+# `tools/quality.sh summary`.
+quality: build
+	@sh .ci/deps quality
+	sh tools/quality.sh run
+	sh tools/quality.sh summary
 
 # The committed MT2203 parameter table: regenerate it (tens of minutes), or re-check every row.
 MT2203_TABLE = rng/brng/mt2203_params.inc
 
+# Regenerates the committed kernel tables from their rules.
 tables: build
 	./build/bin/exp_ln_tables > vecmath/kernels/exp_ln_tables.inc
 	./build/bin/two_over_pi > vecmath/kernels/two_over_pi.inc
@@ -100,4 +128,4 @@ format:
 	find include frame core rng vecmath stats datafit cli tests bench tools -name '*.[ch]' -o -name '*.[ch]pp' | xargs clang-format -i
 
 clean:
-	rm -rf build build-asan build-fuzz
+	rm -rf build build-asan build-tsan build-fuzz build-quality

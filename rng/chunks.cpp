@@ -5,6 +5,15 @@
 // two table operations or across a call into a generator. The entry count is also read without
 // the lock where a stale value is harmless (the "fewer than 127" test before an append, which
 // re-checks against 128 under the lock).
+//
+// Each entry also remembers the size of its block, set by the chunk that brought it; an entry
+// made by __bixCreateGlobRODataTableEntry (which is told no size) takes the size of the first
+// chunk that refers to it, and its maker vouches for that one. A chunk refers to a shared block only when the
+// block is known to have exactly the chunk's size; otherwise the chunk stays private with its
+// own data and its globalId cleared, so that a stream naming an id with another size (a stray
+// image, a caller's mistake) can never make a later save or copy read past the shared block.
+// Finding an id and appending it when absent is one step under the lock, so that two threads
+// bringing the same new id concurrently end with one entry, not two.
 #include <x86intrin.h>
 
 #include <atomic>
@@ -23,6 +32,9 @@ constexpr int kChunkEntryLimit = 127;
 constexpr size_t kChunkAlign = 64;
 
 BixGlobRODataEntry g_entries[kTableCapacity];
+// The size of each entry's block, kept beside the exported record whose layout is fixed.
+constexpr uint64_t kUnknownSize = UINT64_MAX;
+uint64_t g_sizes[kTableCapacity];
 std::atomic<int32_t> g_count{0};
 std::atomic<uint32_t> g_lock{0};
 
@@ -54,7 +66,7 @@ int find_locked(const uint64_t *id) {
 }
 
 // Appends {id, 1, data} when there is room. Caller holds the lock.
-BixGlobRODataEntry *append_locked(const uint64_t *id, void *data) {
+BixGlobRODataEntry *append_locked(const uint64_t *id, void *data, uint64_t size) {
     const int count = g_count.load(std::memory_order_relaxed);
     if (count >= kTableCapacity) return nullptr;
     BixGlobRODataEntry &e = g_entries[count];
@@ -62,17 +74,25 @@ BixGlobRODataEntry *append_locked(const uint64_t *id, void *data) {
     e.id[1] = id[1];
     e.refCount = 1;
     e.data = data;
+    g_sizes[count] = size;
     g_count.store(count + 1, std::memory_order_relaxed);
     return &e;
 }
 
-// Takes one more reference to the entry with this id; its data, or null when there is none.
-void *acquire_shared(const uint64_t *id) {
+// What a chunk of `size` bytes found for its id.
+enum class Lookup { absent, shared, mismatch };
+
+// Takes one more reference to the entry with this id when its block has `size` bytes; *data is
+// then the block. An entry of unknown size takes `size` as its own.
+Lookup acquire_shared(const uint64_t *id, uint64_t size, void **data) {
     TableLock lock;
     const int i = find_locked(id);
-    if (i < 0) return nullptr;
+    if (i < 0) return Lookup::absent;
+    if (g_sizes[i] == kUnknownSize) g_sizes[i] = size;
+    if (g_sizes[i] != size) return Lookup::mismatch;
     ++g_entries[i].refCount;
-    return g_entries[i].data;
+    *data = g_entries[i].data;
+    return Lookup::shared;
 }
 
 // Drops one reference; the last one frees the block and moves the last entry into the slot.
@@ -87,6 +107,7 @@ bool release_shared(const uint64_t *id) {
             to_free = g_entries[i].data;
             const int last = g_count.load(std::memory_order_relaxed) - 1;
             g_entries[i] = g_entries[last];
+            g_sizes[i] = g_sizes[last];
             g_entries[last] = BixGlobRODataEntry{};
             g_count.store(last, std::memory_order_relaxed);
         }
@@ -99,15 +120,30 @@ bool table_has_room_for_chunk() {
     return g_count.load(std::memory_order_relaxed) < kChunkEntryLimit;
 }
 
-// Makes `chunk` shared under `id` when the table can take a new entry for it; otherwise the
-// chunk stays private and owns its data.
-void share_new(BixChunk *chunk, const uint64_t *id) {
-    bool added = false;
-    if (table_has_room_for_chunk()) {
+// Attaches `chunk` (its own data in hand) to the entry `id`: shares the entry's block when the
+// table holds it with the chunk's size (freeing the chunk's data, which is then not needed),
+// appends {id, 1, the chunk's data} when the id is absent and the table can take a chunk's
+// entry, and otherwise leaves the chunk private with its globalId cleared.
+void attach(BixChunk *chunk, const uint64_t *id) {
+    void *to_free = nullptr;
+    bool shared = false;
+    {
         TableLock lock;
-        added = append_locked(id, chunk->data) != nullptr;
+        const int i = find_locked(id);
+        if (i >= 0) {
+            if (g_sizes[i] == kUnknownSize) g_sizes[i] = chunk->size;
+            if (g_sizes[i] == chunk->size) {
+                ++g_entries[i].refCount;
+                if (chunk->data != g_entries[i].data) to_free = chunk->data;
+                chunk->data = g_entries[i].data;
+                shared = true;
+            }
+        } else if (table_has_room_for_chunk()) {
+            shared = append_locked(id, chunk->data, chunk->size) != nullptr;
+        }
     }
-    if (added) {
+    if (to_free != nullptr) korbFree(to_free);
+    if (shared) {
         chunk->globalId[0] = id[0];
         chunk->globalId[1] = id[1];
     } else {
@@ -132,8 +168,8 @@ BixChunk *new_chunk(uint32_t key, uint32_t size, void *data) {
 // it, otherwise duplicates the data (and shares the duplicate when the chunk had an id).
 BixChunk *copy_chunk(const BixChunk *src) {
     const bool has_id = !is_zero_id(src->globalId);
-    void *shared = has_id ? acquire_shared(src->globalId) : nullptr;
-    if (shared != nullptr) {
+    void *shared = nullptr;
+    if (has_id && acquire_shared(src->globalId, src->size, &shared) == Lookup::shared) {
         BixChunk *c = new_chunk(src->key, src->size, shared);
         if (c == nullptr) {
             release_shared(src->globalId);
@@ -151,7 +187,7 @@ BixChunk *copy_chunk(const BixChunk *src) {
         korbFree(data);
         return nullptr;
     }
-    if (has_id) share_new(c, src->globalId);
+    if (has_id) attach(c, src->globalId);
     return c;
 }
 
@@ -171,18 +207,8 @@ int __bixAddChunk(BixStream *stream, uint32_t key, const uint64_t id[2], void *d
                   uint32_t size) {
     BixChunk *c = new_chunk(key, size, data);
     if (c == nullptr) return BIX_ERROR_MEM_FAILURE;
-    if (id != nullptr && !is_zero_id(id)) {
-        void *shared = acquire_shared(id);
-        if (shared != nullptr) {
-            // The table already holds this block; the caller's copy is not kept.
-            if (data != nullptr && data != shared) korbFree(data);
-            c->data = shared;
-            c->globalId[0] = id[0];
-            c->globalId[1] = id[1];
-        } else {
-            share_new(c, id);
-        }
-    }
+    // When the table already holds this block, the caller's copy is not kept.
+    if (id != nullptr && !is_zero_id(id)) attach(c, id);
     c->next = stream->chunks;
     stream->chunks = c;
     return BIX_ERROR_OK;
@@ -239,7 +265,7 @@ int __bixCreateGlobRODataTableEntry(BixGlobRODataEntry **entry, const uint64_t i
     if (id == nullptr || is_zero_id(id)) return BIX_ERROR_GLOBAL_DATA_NOT_FOUND;
     if (entry == nullptr) return BIX_ERROR_NULL_PTR;
     TableLock lock;
-    BixGlobRODataEntry *e = append_locked(id, data);
+    BixGlobRODataEntry *e = append_locked(id, data, kUnknownSize);
     if (e == nullptr) return BIX_ERROR_GLOBAL_DATA_TABLE_FULL;
     *entry = e;
     return BIX_ERROR_OK;
@@ -247,8 +273,9 @@ int __bixCreateGlobRODataTableEntry(BixGlobRODataEntry **entry, const uint64_t i
 
 void __bixRegisterGlobRODataReference(BixChunk *chunk, const uint64_t id[2]) {
     if (chunk == nullptr || id == nullptr || is_zero_id(id)) return;
-    void *shared = acquire_shared(id);
-    if (shared == nullptr) return;
+    // A block of another size is not taken: the chunk is left as it was.
+    void *shared = nullptr;
+    if (acquire_shared(id, chunk->size, &shared) != Lookup::shared) return;
     chunk->data = shared;
     chunk->globalId[0] = id[0];
     chunk->globalId[1] = id[1];

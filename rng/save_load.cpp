@@ -109,27 +109,15 @@ struct Refusals {
 constexpr Refusals kFileRefusals = {BIX_ERROR_BAD_FILE_FORMAT, BIX_ERROR_UNSUPPORTED_FILE_VER};
 constexpr Refusals kMemoryRefusals = {BIX_ERROR_BAD_MEM_FORMAT, BIX_ERROR_BAD_MEM_FORMAT};
 
-// An image whose chunks name one shared id with two sizes cannot be attached: the second chunk
-// would refer to the first one's block and claim more bytes than it has.
-bool conflicts(const BixStream *stream, const ChunkHead &h) {
-    if (h.globalId[0] == 0 && h.globalId[1] == 0) return false;
-    for (const BixChunk *c = stream->chunks; c != nullptr; c = c->next) {
-        if (c->globalId[0] == h.globalId[0] && c->globalId[1] == h.globalId[1] &&
-            c->size != h.size) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // Reads one chunk and attaches it; the data block goes to the chunk (or is freed by
-// __bixAddChunk when the shared table keeps its own), or is freed here on failure.
+// __bixAddChunk when the shared table keeps its own), or is freed here on failure. A chunk whose
+// id the table holds with a block of another size (another stream's, or an earlier chunk of this
+// image) keeps its own block as a private chunk.
 template <class Source>
 int read_chunk(BixStream *stream, Source &source, const Refusals &refuse) {
     unsigned char packed[kChunkHeadBytes];
     if (!source.get(packed, sizeof packed)) return BIX_ERROR_FILE_READ;
     const ChunkHead h = unpack(packed);
-    if (conflicts(stream, h)) return refuse.format;
     if (!source.holds(h.size)) return BIX_ERROR_FILE_READ;
     void *data = korbMalloc(h.size, kChunkDataAlign);
     if (data == nullptr) return BIX_ERROR_MEM_FAILURE;

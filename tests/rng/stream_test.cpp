@@ -308,3 +308,105 @@ TEST(SharedTable, ConcurrentSharingKeepsCountsExact) {
 }
 
 }  // namespace
+
+namespace {
+
+// A chunk that names a shared id with a size other than the entry's block stays private: it
+// keeps its own data and gets globalId (0, 0), so that saving, copying or loading it never reads
+// the shared block past its end, and the entry's references stay as they were.
+TEST(SharedTable, AnIdWithAnotherSizeMakesAPrivateChunk) {
+    const long live = korb_serv_live_blocks();
+    const uint64_t id[2] = {0xB10C, 32};
+    Stream s1 = make_stream(BIX_BRNG_MCG31M1, 1);
+    void *shared = block(32, 1);
+    ASSERT_EQ(__bixAddChunk(s1.get(), 4, id, shared, 32), BIX_ERROR_OK);
+    BixGlobRODataEntry *e = nullptr;
+    ASSERT_EQ(__bixFindGlobRODataTableEntry(&e, id), BIX_ERROR_OK);
+
+    for (uint32_t size : {1000u, 16u, 0u}) {
+        Stream s2 = make_stream(BIX_BRNG_MCG31M1, 2);
+        void *own = block(size, 2);
+        ASSERT_EQ(__bixAddChunk(s2.get(), 4, id, own, size), BIX_ERROR_OK);
+        EXPECT_EQ(s2->chunks->data, own) << size;
+        EXPECT_EQ(s2->chunks->globalId[0], 0u);
+        EXPECT_EQ(s2->chunks->globalId[1], 0u);
+        EXPECT_EQ(e->refCount, 1u);
+
+        // Saved, loaded and copied, it carries its own bytes and nothing of the shared block.
+        std::vector<char> image(static_cast<size_t>(__bixGetStreamSize(s2.get())));
+        EXPECT_EQ(image.size(), 28u + 24 + size);
+        ASSERT_EQ(__bixSaveStreamM(s2.get(), image.data()), BIX_ERROR_OK);
+        BixStream *loaded = nullptr;
+        ASSERT_EQ(__bixLoadStreamM(&loaded, image.data()), BIX_ERROR_OK);
+        EXPECT_EQ(std::memcmp(__bixSearchChunk(loaded, 4), own, size), 0);
+        BixStream *copy = nullptr;
+        ASSERT_EQ(__bixCopyStream(&copy, s2.get()), BIX_ERROR_OK);
+        EXPECT_NE(__bixSearchChunk(copy, 4), own);
+        EXPECT_EQ(std::memcmp(__bixSearchChunk(copy, 4), own, size), 0);
+        EXPECT_EQ(e->refCount, 1u);
+        __bixDeleteStream(&copy);
+        __bixDeleteStream(&loaded);
+    }
+    EXPECT_EQ(shared_table_count(), 1);
+    s1.reset();
+    EXPECT_EQ(shared_table_count(), 0);
+    EXPECT_EQ(korb_serv_live_blocks(), live);
+}
+
+// An image that names an id another stream shares with a smaller block: before, the loaded chunk
+// took the small block and claimed the image's larger size.
+TEST(SharedTable, LoadingAnImageWithAnotherSizeForAHeldId) {
+    const long live = korb_serv_live_blocks();
+    const uint64_t id[2] = {0xB10C, 64};
+    Stream big = make_stream(BIX_BRNG_MCG31M1, 3);
+    ASSERT_EQ(__bixAddChunk(big.get(), 8, id, block(256, 9), 256), BIX_ERROR_OK);
+    std::vector<char> image(static_cast<size_t>(__bixGetStreamSize(big.get())));
+    ASSERT_EQ(__bixSaveStreamM(big.get(), image.data()), BIX_ERROR_OK);
+    big.reset();  // the entry goes with its only holder
+
+    Stream small = make_stream(BIX_BRNG_MCG31M1, 4);
+    void *small_block = block(8, 5);
+    ASSERT_EQ(__bixAddChunk(small.get(), 8, id, small_block, 8), BIX_ERROR_OK);
+    BixStream *loaded = nullptr;
+    ASSERT_EQ(__bixLoadStreamM(&loaded, image.data()), BIX_ERROR_OK);
+    EXPECT_NE(__bixSearchChunk(loaded, 8), small_block);
+    EXPECT_EQ(std::memcmp(__bixSearchChunk(loaded, 8), std::vector<char>(256, 9).data(), 256), 0);
+    std::vector<char> again(static_cast<size_t>(__bixGetStreamSize(loaded)));
+    EXPECT_EQ(__bixSaveStreamM(loaded, again.data()), BIX_ERROR_OK);
+    __bixDeleteStream(&loaded);
+    small.reset();
+    EXPECT_EQ(shared_table_count(), 0);
+    EXPECT_EQ(korb_serv_live_blocks(), live);
+}
+
+// An entry made directly is told no size: the first chunk that refers to it sets it, and later
+// chunks of another size stay private; a reference of another size is not taken.
+TEST(SharedTable, DirectEntriesTakeTheirFirstChunksSize) {
+    const long live = korb_serv_live_blocks();
+    const uint64_t id[2] = {0xD1, 0xEC7};
+    BixGlobRODataEntry *e = nullptr;
+    void *data = block(24, 6);
+    ASSERT_EQ(__bixCreateGlobRODataTableEntry(&e, id, data), BIX_ERROR_OK);
+    Stream s = make_stream(BIX_BRNG_MCG31M1, 5);
+    ASSERT_EQ(__bixAddChunk(s.get(), 1, id, block(24, 0), 24), BIX_ERROR_OK);
+    EXPECT_EQ(__bixSearchChunk(s.get(), 1), data);
+    void *other = block(48, 0);
+    ASSERT_EQ(__bixAddChunk(s.get(), 2, id, other, 48), BIX_ERROR_OK);
+    EXPECT_EQ(__bixSearchChunk(s.get(), 2), other);
+    BixChunk chunk{};
+    chunk.size = 12;
+    __bixRegisterGlobRODataReference(&chunk, id);
+    EXPECT_EQ(chunk.data, nullptr);
+    EXPECT_EQ(chunk.globalId[0], 0u);
+    chunk.size = 24;
+    __bixRegisterGlobRODataReference(&chunk, id);
+    EXPECT_EQ(chunk.data, data);
+    EXPECT_EQ(e->refCount, 3u);
+    __bixUnregisterGlobRODataReference(id);  // the reference the bare chunk took
+    __bixUnregisterGlobRODataReference(id);  // the creator's
+    s.reset();
+    EXPECT_EQ(shared_table_count(), 0);
+    EXPECT_EQ(korb_serv_live_blocks(), live);
+}
+
+}  // namespace
