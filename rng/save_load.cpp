@@ -114,7 +114,7 @@ constexpr Refusals kMemoryRefusals = {BIX_ERROR_BAD_MEM_FORMAT, BIX_ERROR_BAD_ME
 // id the table holds with a block of another size (another stream's, or an earlier chunk of this
 // image) keeps its own block as a private chunk.
 template <class Source>
-int read_chunk(BixStream *stream, Source &source, const Refusals &refuse) {
+int read_chunk(BixStream *stream, Source &source) {
     unsigned char packed[kChunkHeadBytes];
     if (!source.get(packed, sizeof packed)) return BIX_ERROR_FILE_READ;
     const ChunkHead h = unpack(packed);
@@ -153,7 +153,7 @@ int read_image(BixStream **stream, Source &source, const Refusals &refuse) {
     *stream = s;
     if (!source.get(state_of<unsigned char>(s), h.stateLength)) return BIX_ERROR_FILE_READ;
     for (uint32_t i = 0; i < h.numChunks; ++i) {
-        if (int status = read_chunk(s, source, refuse); status != BIX_ERROR_OK) return status;
+        if (int status = read_chunk(s, source); status != BIX_ERROR_OK) return status;
     }
     // A non-deterministic stream needs the processor's random-number instruction.
     if (const GeneratorInfo *g = generator_of(h.brng);
