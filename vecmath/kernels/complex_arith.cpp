@@ -426,6 +426,7 @@ int conjugate(int n, const Complex<T> *a, Complex<T> *r) {
     using U = typename simd::LaneOf<T>::Bits;
     constexpr int kLanes = simd::kCount<Vec<T>>;
     constexpr Bits<Vec<T>> kSigns = imaginary_signs<T>(std::make_integer_sequence<int, kLanes>{});
+    if (n <= 0) return n;  // the vectors may be null then
     const T *pa = &a[0].re;
     T *pr = &r[0].re;
     const long components = 2 * static_cast<long>(n);
