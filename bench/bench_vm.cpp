@@ -10,7 +10,9 @@
 //              SLEEF's SSE2 variants of 1 and 3.5 ulp, when SLEEF is installed
 //   copy       a plain loop copying the same vector: the cost unit of the cost tables
 // plus peers written here for functions the C library lacks or does differently: the bare
-// square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv.
+// square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv, GSL's
+// inverse normal distribution function beside CdfNormInv and Boost's inverse complementary
+// error function (where installed) beside ErfcInv, each in a loop.
 // The C library's and SLEEF's functions are found by name, so a new function of the list is
 // benchmarked against them without an edit here. Items are elements; each benchmark reports a
 // checksum of its results.
@@ -30,6 +32,11 @@
 
 #ifdef KORB_HAVE_SLEEF
 #include <sleef.h>
+#endif
+#include <gsl/gsl_cdf.h>
+#if __has_include(<boost/math/special_functions/erf.hpp>)
+#include <boost/math/special_functions/erf.hpp>
+#define KORB_HAVE_BOOST_ERF 1
 #endif
 
 #include "tests/vecmath/call.h"
@@ -247,6 +254,24 @@ void rational_erfinv_loop(int n, const void *a, const void *, void *r, void *) {
     for (int i = 0; i < n; ++i) y[i] = rational_erfinv(x[i]);
 }
 
+// GSL's inverse of the standard normal distribution function, in the function's precision.
+template <class T>
+void gsl_pinv_loop(int n, const void *a, const void *, void *r, void *) {
+    const T *x = static_cast<const T *>(a);
+    T *y = static_cast<T *>(r);
+    for (int i = 0; i < n; ++i) y[i] = static_cast<T>(gsl_cdf_ugaussian_Pinv(x[i]));
+}
+
+#if KORB_HAVE_BOOST_ERF
+// Boost's inverse complementary error function, in the function's precision.
+template <class T>
+void boost_erfc_inv_loop(int n, const void *a, const void *, void *r, void *) {
+    const T *x = static_cast<const T *>(a);
+    T *y = static_cast<T *>(r);
+    for (int i = 0; i < n; ++i) y[i] = boost::math::erfc_inv(x[i]);
+}
+#endif
+
 struct Subject {
     std::string name;
     Loop loop;
@@ -260,6 +285,12 @@ const std::map<std::string, std::vector<Subject>> &peers_written_here() {
         {"sSqrt", {{"sqrtps", sqrtps_loop}}},
         {"dErfInv", {{"rational", rational_erfinv_loop<double>}}},
         {"sErfInv", {{"rational", rational_erfinv_loop<float>}}},
+        {"dCdfNormInv", {{"gsl", gsl_pinv_loop<double>}}},
+        {"sCdfNormInv", {{"gsl", gsl_pinv_loop<float>}}},
+#if KORB_HAVE_BOOST_ERF
+        {"dErfcInv", {{"boost", boost_erfc_inv_loop<double>}}},
+        {"sErfcInv", {{"boost", boost_erfc_inv_loop<float>}}},
+#endif
     };
     return peers;
 }
