@@ -284,4 +284,21 @@ TEST_F(Kernels, ErfcInvAndCdfNormInvBranchesAgree) {
     EXPECT_TRUE(t_reports.empty());
 }
 
+// Under denormals-are-zero a subnormal argument reads as zero: the pole, not the tail and not a
+// domain error.
+TEST_F(Kernels, ErfcInvAndCdfNormInvReadSubnormalsAsZeroWhenFlushing) {
+    const double tiny[2] = {0x1p-1070, -0x1p-1070};
+    double erfc[2], norm[2];
+    korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_FLUSH);
+    _arqdErfcInv(2, tiny, erfc);
+    _arqdCdfNormInv(2, tiny, norm);
+    korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_KEEP);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(erfc[i], kInf) << i;
+        EXPECT_EQ(norm[i], -kInf) << i;
+    }
+    ASSERT_EQ(t_reports.size(), 4u);
+    for (const Report &r : t_reports) EXPECT_EQ(r.code, ARQ_STATUS_SING);
+}
+
 }  // namespace

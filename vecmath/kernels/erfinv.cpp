@@ -241,7 +241,8 @@ double inverse_element(double x, int &status, const K &k) {
             return double_from(kPlusInfBits | (b & kSignBit));
         }
     } else if constexpr (F == Inverse::erfc) {
-        if (abs_bits == 0) {
+        // A floating compare: under denormals-are-zero a subnormal argument is a zero here too.
+        if (x == 0.0) {
             status = ARQ_STATUS_SING;
             return double_from(kPlusInfBits);
         }
@@ -253,7 +254,7 @@ double inverse_element(double x, int &status, const K &k) {
         if (x > 0.0 && x < 0.5) return tail_value<kAllBounds, kExact>(x, k);
         if (x > 1.5 && x < 2.0) return with_sign(tail_value<kAllBounds, kExact>(2.0 - x, k), true);
     } else {
-        if (abs_bits == 0) {
+        if (x == 0.0) {
             status = ARQ_STATUS_SING;
             return double_from(kPlusInfBits | kSignBit);
         }
