@@ -17,9 +17,11 @@
 //              its AVX2 and AVX-512 variants (one-argument functions)
 //   copy       a plain loop copying the same vector: the cost unit of the cost tables
 // plus peers written here for functions the C library lacks or does differently: the bare
-// square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv, and
+// square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv,
 // InvSqrt, InvCbrt, Pow2o3 and Pow3o2 composed of the C library's functions (and of libmvec's and
-// SLEEF's cube roots, and of the square-root instructions).
+// SLEEF's cube roots, and of the square-root instructions), GSL's inverse normal distribution
+// function beside CdfNormInv and Boost's inverse complementary error function (where installed)
+// beside ErfcInv, each in a loop.
 // The C library's and SLEEF's functions are found by name, so a new function of the list is
 // benchmarked against them without an edit here. Items are elements; each benchmark reports a
 // checksum of its results.
@@ -40,6 +42,11 @@
 
 #ifdef KORB_HAVE_SLEEF
 #include <sleef.h>
+#endif
+#include <gsl/gsl_cdf.h>
+#if __has_include(<boost/math/special_functions/erf.hpp>)
+#include <boost/math/special_functions/erf.hpp>
+#define KORB_HAVE_BOOST_ERF 1
 #endif
 
 #include "bench/vm_plain.h"
@@ -397,6 +404,23 @@ Loop composed_vector_loop(void *cbrt) {
         }
     };
 }
+// GSL's inverse of the standard normal distribution function, in the function's precision.
+template <class T>
+void gsl_pinv_loop(int n, const void *a, const void *, void *r, void *) {
+    const T *x = static_cast<const T *>(a);
+    T *y = static_cast<T *>(r);
+    for (int i = 0; i < n; ++i) y[i] = static_cast<T>(gsl_cdf_ugaussian_Pinv(x[i]));
+}
+
+#if KORB_HAVE_BOOST_ERF
+// Boost's inverse complementary error function, in the function's precision.
+template <class T>
+void boost_erfc_inv_loop(int n, const void *a, const void *, void *r, void *) {
+    const T *x = static_cast<const T *>(a);
+    T *y = static_cast<T *>(r);
+    for (int i = 0; i < n; ++i) y[i] = boost::math::erfc_inv(x[i]);
+}
+#endif
 
 struct Subject {
     std::string name;
@@ -427,6 +451,12 @@ const std::map<std::string, std::vector<Subject>> &peers_written_here() {
         {"sInvCbrt", {{"glibc", composed_scalar_loop<float, Composed::inv_cbrt>}}},
         {"dPow2o3", {{"glibc", composed_scalar_loop<double, Composed::pow2o3>}}},
         {"sPow2o3", {{"glibc", composed_scalar_loop<float, Composed::pow2o3>}}},
+        {"dCdfNormInv", {{"gsl", gsl_pinv_loop<double>}}},
+        {"sCdfNormInv", {{"gsl", gsl_pinv_loop<float>}}},
+#if KORB_HAVE_BOOST_ERF
+        {"dErfcInv", {{"boost", boost_erfc_inv_loop<double>}}},
+        {"sErfcInv", {{"boost", boost_erfc_inv_loop<float>}}},
+#endif
     };
     return peers;
 }

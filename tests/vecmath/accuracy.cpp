@@ -139,28 +139,40 @@ const Reference inv_reference{.one = inv_mpfr};
 // The functions that only move data: no accuracy run.
 const Reference none{};
 
-// The inverse error function in long double: Newton's method on erf(y) = x, or on erfc(y) = 1 - x
-// beyond 1/2 (1 - x is exact there), from a rough start, until the step no longer shrinks. About
-// 2^-60 relative: the start of the MPFR reference and the screen of the walk over every float.
-long double erfinv_long(double x) {
-    const long double ax = std::fabs(x);
-    const bool tail = ax > 0.5L;
-    const long double target = tail ? 1.0L - ax : ax;
-    long double y =
-        tail ? std::sqrt(-std::log(target)) : ax * 0.886226925L * (1 + 0.2617994L * ax * ax);
-    if (tail) y -= std::log(y * 1.7724538509055159L) / (2 * y);
+// The inverse of erf (complement false: erf(t) = target, target <= 1/2) or of erfc (complement
+// true: erfc(t) = target, 0 < target <= 1/2) in long double: Newton's method from a rough start
+// until the step no longer shrinks. About 2^-60 relative: the start of the MPFR references.
+long double inverse_long(long double target, bool complement) {
+    long double y = complement ? std::sqrt(-std::log(target))
+                               : target * 0.886226925L * (1 + 0.2617994L * target * target);
+    if (complement) y -= std::log(y * 1.7724538509055159L) / (2 * y);
     long double last = INFINITY;
     for (int it = 0; it < 100; ++it) {
-        const long double value = tail ? target - std::erfc(y) : std::erf(y) - target;
+        const long double value = complement ? target - std::erfc(y) : std::erf(y) - target;
         const long double step = value / (1.1283791670955125739L * std::exp(-y * y));
         y -= step;
         if (!(std::fabs(step) < last) || step == 0) break;
         last = std::fabs(step);
     }
+    return y;
+}
+
+// The inverse error function in long double: beyond 1/2 through erfc, 1 - |x| being exact there.
+long double erfinv_long(double x) {
+    const long double ax = std::fabs(x);
+    const long double y = ax > 0.5L ? inverse_long(1.0L - ax, true) : inverse_long(ax, false);
     return x < 0 ? -y : y;
 }
-// The screen of the walk over every float: Boost's inverse error function where it is installed
-// (a few double ulps, and fast), else the long double one above.
+// The inverse complementary error function in long double, for 0 < y < 2: 1 - y is exact in
+// [1/2, 3/2], 2 - y above.
+long double erfcinv_long(double y) {
+    if (y >= 0.5 && y <= 1.5) return erfinv_long(1.0 - y);
+    if (y < 0.5) return inverse_long(y, true);
+    return -inverse_long(2.0 - y, true);
+}
+
+// The screens of the walk over every float: Boost's inverse error functions where they are
+// installed (a few double ulps, and fast), else the long double ones above.
 double erfinv_estimate(double x) {
     if (!(std::fabs(x) < 1.0)) return NAN;  // ±1 and beyond have special results
 #if KORB_HAVE_BOOST_ERF
@@ -171,25 +183,38 @@ double erfinv_estimate(double x) {
     return static_cast<double>(erfinv_long(x));
 #endif
 }
+double erfcinv_estimate(double y) {
+    if (!(y > 0.0 && y < 2.0)) return NAN;
+#if KORB_HAVE_BOOST_ERF
+    using namespace boost::math::policies;
+    return boost::math::erfc_inv(
+        y, make_policy(domain_error<ignore_error>(), overflow_error<ignore_error>()));
+#else
+    return static_cast<double>(erfcinv_long(y));
+#endif
+}
+double cdfnorminv_estimate(double p) {
+    if (!(p > 0.0 && p < 1.0)) return NAN;
+    return -1.4142135623730950488L * erfcinv_estimate(p + p);
+}
 
-// MPFR has no inverse error function: Newton's method at 90 bits from the long double value (one
-// step as a rule), ample for errors measured to a thousandth of an ulp.
-int erfinv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t) {
+// MPFR has no inverse error functions: Newton's method at 90 bits from the long double value (one
+// step as a rule), ample for errors measured to a thousandth of an ulp. `target` (a double, so
+// exact) is the value of erf (complement false) or erfc (complement true) to invert; the
+// result is positive.
+void inverse_mpfr(mpfr_ptr out, double target, bool complement) {
     constexpr mpfr_prec_t prec = 90;
-    const double x = mpfr_get_d(in, MPFR_RNDN);  // exact: the arguments are doubles
-    const bool tail = std::fabs(x) > 0.5;
-    mpfr_t target, value, slope, step;
-    mpfr_inits2(prec, target, value, slope, step, static_cast<mpfr_ptr>(nullptr));
-    mpfr_set_d(target, std::fabs(x), MPFR_RNDN);
-    if (tail) mpfr_ui_sub(target, 1, target, MPFR_RNDN);  // exact: 1 - |x|
-    mpfr_set_ld(out, std::fabs(erfinv_long(x)), MPFR_RNDN);
+    mpfr_t goal, value, slope, step;
+    mpfr_inits2(prec, goal, value, slope, step, static_cast<mpfr_ptr>(nullptr));
+    mpfr_set_d(goal, target, MPFR_RNDN);
+    mpfr_set_ld(out, inverse_long(target, complement), MPFR_RNDN);
     for (int it = 0; it < 50; ++it) {
-        if (tail) {
+        if (complement) {
             mpfr_erfc(value, out, MPFR_RNDN);
-            mpfr_sub(value, target, value, MPFR_RNDN);  // erf(y) - |x| = (1 - |x|) - erfc(y)
+            mpfr_sub(value, goal, value, MPFR_RNDN);  // increasing in y, as erf(y) is
         } else {
             mpfr_erf(value, out, MPFR_RNDN);
-            mpfr_sub(value, value, target, MPFR_RNDN);
+            mpfr_sub(value, value, goal, MPFR_RNDN);
         }
         mpfr_sqr(slope, out, MPFR_RNDN);
         mpfr_neg(slope, slope, MPFR_RNDN);
@@ -200,8 +225,18 @@ int erfinv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t) {
         // Newton doubles the correct bits: a step below 2^-50 relative leaves more than 90.
         if (mpfr_zero_p(step) || mpfr_get_exp(step) < mpfr_get_exp(out) - 50) break;
     }
+    mpfr_clears(goal, value, slope, step, static_cast<mpfr_ptr>(nullptr));
+}
+
+int erfinv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t) {
+    const double x = mpfr_get_d(in, MPFR_RNDN);  // exact: the arguments are doubles
+    const double ax = std::fabs(x);
+    if (ax > 0.5) {
+        inverse_mpfr(out, 1.0 - ax, true);  // 1 - |x| exact
+    } else {
+        inverse_mpfr(out, ax, false);
+    }
     if (x < 0) mpfr_neg(out, out, MPFR_RNDN);
-    mpfr_clears(target, value, slope, step, static_cast<mpfr_ptr>(nullptr));
     return 0;
 }
 const Reference erfinv_reference{.one = erfinv_mpfr, .estimate = erfinv_estimate};
@@ -230,6 +265,39 @@ const Reference pow3o2_reference{.one = pow3o2_mpfr,
                                  .estimate = [](double x) { return x * std::sqrt(x); }};
 const Reference invsqrt_reference{.one = mpfr_rec_sqrt,
                                   .estimate = [](double x) { return 1.0 / std::sqrt(x); }};
+// erfcinv(y) for 0 < y < 2: erfinv(1 - y) in [1/2, 3/2] (1 - y exact), through erfc below, and
+// -erfcinv(2 - y) above (2 - y exact).
+void erfcinv_of(mpfr_ptr out, double y) {
+    if (y >= 0.5 && y <= 1.5) {
+        const double x = 1.0 - y;
+        inverse_mpfr(out, std::fabs(x), false);
+        if (x < 0) mpfr_neg(out, out, MPFR_RNDN);
+    } else if (y < 0.5) {
+        inverse_mpfr(out, y, true);
+    } else {
+        inverse_mpfr(out, 2.0 - y, true);
+        mpfr_neg(out, out, MPFR_RNDN);
+    }
+}
+int erfcinv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t) {
+    erfcinv_of(out, mpfr_get_d(in, MPFR_RNDN));
+    return 0;
+}
+const Reference erfcinv_reference{.one = erfcinv_mpfr, .estimate = erfcinv_estimate};
+
+// The inverse standard normal distribution function: -sqrt(2)·erfcinv(2p), 2p exact.
+int cdfnorminv_mpfr(mpfr_ptr out, mpfr_srcptr in, mpfr_rnd_t) {
+    const double p = mpfr_get_d(in, MPFR_RNDN);
+    erfcinv_of(out, p + p);
+    mpfr_t root;
+    mpfr_init2(root, mpfr_get_prec(out));
+    mpfr_sqrt_ui(root, 2, MPFR_RNDN);
+    mpfr_mul(out, out, root, MPFR_RNDN);
+    mpfr_neg(out, out, MPFR_RNDN);
+    mpfr_clear(root);
+    return 0;
+}
+const Reference cdfnorminv_reference{.one = cdfnorminv_mpfr, .estimate = cdfnorminv_estimate};
 
 // The reference of every built function, by its name in the list.
 struct Named {

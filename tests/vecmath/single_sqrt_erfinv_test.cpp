@@ -1,7 +1,8 @@
-// sExp, sLn, Sqrt, Powx and ErfInv: special values and statuses in every slot's kernel. The
-// vector path against the element path: paths_test.cpp.
+// sExp, sLn, Sqrt, Powx, ErfInv, ErfcInv and CdfNormInv: special values and statuses in every
+// slot's kernel. The vector path against the element path: paths_test.cpp.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -184,6 +185,120 @@ TEST_F(Kernels, SpecialValuesAndStatuses) {
     EXPECT_EQ(out[2], -y);
     EXPECT_GT(out[3], out[0]);
     EXPECT_TRUE(t_reports.empty());
+}
+
+// The inverse error function on subnormal results: one rounding, not two (the argument is scaled
+// first). Correctly rounded value from MPFR.
+TEST_F(Kernels, ErfInvRoundsSubnormalResultsOnce) {
+    const double x = -3.94619943581255e-309;
+    double r = 0;
+    _arqdErfInv(1, &x, &r);
+    EXPECT_EQ(r, -3.497228193223564e-309);
+    // The whole subnormal range keeps erfinv(x)/x = sqrt(pi)/2 to the results' precision.
+    for (double a : {0x1p-1074, 0x1p-1060, 0x1.8p-1030, 0x1p-1022, 0x1.fffp-1021}) {
+        _arqdErfInv(1, &a, &r);
+        EXPECT_NEAR(r, a * 0.88622692545275801, std::max(0x1p-1074, a * 0x1p-52)) << a;
+    }
+    EXPECT_TRUE(t_reports.empty());
+}
+
+TEST_F(Kernels, ErfcInvAndCdfNormInvSpecialValuesAndStatuses) {
+    const float nanf = std::numeric_limits<float>::quiet_NaN();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const std::uint64_t dnan = 0xFFF8000000000000, snan = 0xFFC00000;
+    check_specials<double>(_arqdErfcInv, "dErfcInv",
+                           {{0.0, bits(kInf), ARQ_STATUS_SING},
+                            {-0.0, bits(kInf), ARQ_STATUS_SING},
+                            {2.0, bits(-kInf), ARQ_STATUS_SING},
+                            {1.0, 0, 0},
+                            {-0x1p-1074, dnan, ARQ_STATUS_ERRDOM},
+                            {std::nextafter(2.0, 3.0), dnan, ARQ_STATUS_ERRDOM},
+                            {kInf, dnan, ARQ_STATUS_ERRDOM},
+                            {-kInf, dnan, ARQ_STATUS_ERRDOM},
+                            {nan, bits(nan), 0}});
+    check_specials<float>(_arqsErfcInv, "sErfcInv",
+                          {{0.0f, bits(kInfF), ARQ_STATUS_SING},
+                           {2.0f, bits(-kInfF), ARQ_STATUS_SING},
+                           {1.0f, 0, 0},
+                           {-1e-45f, snan, ARQ_STATUS_ERRDOM},
+                           {2.0000002f, snan, ARQ_STATUS_ERRDOM},
+                           {nanf, bits(nanf), 0}});
+    check_specials<double>(_arqdCdfNormInv, "dCdfNormInv",
+                           {{0.0, bits(-kInf), ARQ_STATUS_SING},
+                            {-0.0, bits(-kInf), ARQ_STATUS_SING},
+                            {1.0, bits(kInf), ARQ_STATUS_SING},
+                            {0.5, 0, 0},
+                            {-0x1p-1074, dnan, ARQ_STATUS_ERRDOM},
+                            {std::nextafter(1.0, 2.0), dnan, ARQ_STATUS_ERRDOM},
+                            {kInf, dnan, ARQ_STATUS_ERRDOM},
+                            {nan, bits(nan), 0}});
+    check_specials<float>(_arqsCdfNormInv, "sCdfNormInv",
+                          {{0.0f, bits(-kInfF), ARQ_STATUS_SING},
+                           {1.0f, bits(kInfF), ARQ_STATUS_SING},
+                           {0.5f, 0, 0},
+                           {-kInfF, snan, ARQ_STATUS_ERRDOM},
+                           {1.0000001f, snan, ARQ_STATUS_ERRDOM},
+                           {nanf, bits(nanf), 0}});
+}
+
+// The branches agree where they must: the mirrored tails are exact negatives, the centre is
+// ErfInv's, the tails are monotone into the subnormal range (where y is scaled for the
+// logarithm), and published quantiles come out.
+TEST_F(Kernels, ErfcInvAndCdfNormInvBranchesAgree) {
+    const double in[] = {0.25, 1.75, 0.75, 0.125, 0.875};
+    double erfc[5], norm[5], erf[1];
+    _arqdErfcInv(5, in, erfc);
+    const double probabilities[] = {0.25, 0.75, 0.125, 0.875, 0.0625};
+    _arqdCdfNormInv(5, probabilities, norm);
+    EXPECT_EQ(erfc[0], -erfc[1]);
+    EXPECT_GT(erfc[3], erfc[0]);
+    EXPECT_EQ(norm[0], -norm[1]);
+    EXPECT_EQ(norm[2], -norm[3]);
+    EXPECT_LT(norm[4], norm[2]);
+    const double quarter = 0.25;
+    _arqdErfInv(1, &quarter, erf);
+    EXPECT_EQ(erfc[2], erf[0]);  // erfcinv(3/4) = erfinv(1/4), 1 - 3/4 exact
+    // Quantiles of the standard normal distribution.
+    const double p[] = {0.025, 0.975, 1e-10, 0.8413447460685429};
+    double q[4];
+    _arqdCdfNormInv(4, p, q);
+    EXPECT_NEAR(q[0], -1.959963984540054, 4e-16);
+    EXPECT_NEAR(q[1], 1.959963984540054, 4e-16);
+    EXPECT_NEAR(q[2], -6.361340902404056, 2e-15);
+    EXPECT_NEAR(q[3], 1.0, 4e-15);
+    // Down through the normal/subnormal edge of 2p, element by element and as one vector.
+    std::vector<double> tiny;
+    for (double a = 0x1p-1010; a > 0; a /= 2) tiny.push_back(a);
+    std::vector<double> one(tiny.size()), all(tiny.size()), erfc_tiny(tiny.size());
+    for (std::size_t i = 0; i < tiny.size(); ++i) _arqdCdfNormInv(1, &tiny[i], &one[i]);
+    _arqdCdfNormInv(static_cast<int>(tiny.size()), tiny.data(), all.data());
+    _arqdErfcInv(static_cast<int>(tiny.size()), tiny.data(), erfc_tiny.data());
+    for (std::size_t i = 0; i < tiny.size(); ++i) {
+        EXPECT_EQ(bits(one[i]), bits(all[i])) << tiny[i];
+        if (i > 0) {
+            EXPECT_LT(all[i], all[i - 1]) << tiny[i];
+            EXPECT_GT(erfc_tiny[i], erfc_tiny[i - 1]) << tiny[i];
+        }
+    }
+    EXPECT_NEAR(all.back(), -38.467405617144346, 1e-13);  // the smallest subnormal p
+    EXPECT_TRUE(t_reports.empty());
+}
+
+// Under denormals-are-zero a subnormal argument reads as zero: the pole, not the tail and not a
+// domain error.
+TEST_F(Kernels, ErfcInvAndCdfNormInvReadSubnormalsAsZeroWhenFlushing) {
+    const double tiny[2] = {0x1p-1070, -0x1p-1070};
+    double erfc[2], norm[2];
+    korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_FLUSH);
+    _arqdErfcInv(2, tiny, erfc);
+    _arqdCdfNormInv(2, tiny, norm);
+    korb_arq_kernel_SetMode(ARQ_HA | ARQ_ERRMODE_CALLBACK | ARQ_DENORMALS_KEEP);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(erfc[i], kInf) << i;
+        EXPECT_EQ(norm[i], -kInf) << i;
+    }
+    ASSERT_EQ(t_reports.size(), 4u);
+    for (const Report &r : t_reports) EXPECT_EQ(r.code, ARQ_STATUS_SING);
 }
 
 }  // namespace

@@ -217,6 +217,38 @@ KORB_API void _arqdErfInv_26(int n, const double *a, double *r);
 KORB_API extern const ArqKernelD korb_arq_kernel_dErfInv_ttab[3];
 KORB_API extern const float korb_arq_kernel_dErfInv_ctab[3];
 
+/* ErfcInv: inverse complementary error function, for a in (0, 2). 0 gives +Inf and 2 gives
+ * -Inf with ARQ_STATUS_SING, a < 0 or a > 2 the NaN 0xFFC00000 / 0xFFF8000000000000 with
+ * ARQ_STATUS_ERRDOM, a NaN comes back quiet. One kernel per precision. */
+KORB_API void _arqsErfcInv(int n, const float *a, float *r);
+KORB_API void _arqsErfcInv_HA(int n, const float *a, float *r);
+KORB_API void _arqsErfcInv_21(int n, const float *a, float *r);
+KORB_API void _arqsErfcInv_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sErfcInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_sErfcInv_ctab[3];
+KORB_API void _arqdErfcInv(int n, const double *a, double *r);
+KORB_API void _arqdErfcInv_HA(int n, const double *a, double *r);
+KORB_API void _arqdErfcInv_50(int n, const double *a, double *r);
+KORB_API void _arqdErfcInv_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dErfcInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_dErfcInv_ctab[3];
+
+/* CdfNormInv: inverse of the standard normal distribution function, for a in (0, 1). 0 gives
+ * -Inf and 1 gives +Inf with ARQ_STATUS_SING, a < 0 or a > 1 the NaN 0xFFC00000 /
+ * 0xFFF8000000000000 with ARQ_STATUS_ERRDOM, a NaN comes back quiet. One kernel per precision. */
+KORB_API void _arqsCdfNormInv(int n, const float *a, float *r);
+KORB_API void _arqsCdfNormInv_HA(int n, const float *a, float *r);
+KORB_API void _arqsCdfNormInv_21(int n, const float *a, float *r);
+KORB_API void _arqsCdfNormInv_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sCdfNormInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_sCdfNormInv_ctab[3];
+KORB_API void _arqdCdfNormInv(int n, const double *a, double *r);
+KORB_API void _arqdCdfNormInv_HA(int n, const double *a, double *r);
+KORB_API void _arqdCdfNormInv_50(int n, const double *a, double *r);
+KORB_API void _arqdCdfNormInv_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dCdfNormInv_ttab[3];
+KORB_API extern const float korb_arq_kernel_dCdfNormInv_ctab[3];
+
 /* sExp: e^a in single precision, with the statuses of dExp: NaN gives 0xFFFFFFFF, a result
  * that rounds to +Inf ARQ_STATUS_OVERFLOW, one below 2^-126 ARQ_STATUS_UNDERFLOW. */
 KORB_API void _arqsExp(int n, const float *a, float *r);
