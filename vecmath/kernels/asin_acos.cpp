@@ -108,15 +108,6 @@ template <Func F, bool kSingle, class V>
     }
 }
 
-template <class T>
-T domain_nan() {
-    if constexpr (sizeof(T) == 4) {
-        return float_from(std::uint32_t{0xFFC00000});
-    } else {
-        return double_from(kDomainNaN);
-    }
-}
-
 template <Func F, class T>
 struct Arc {
     static constexpr bool kSingle = sizeof(T) == 4;

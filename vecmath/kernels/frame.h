@@ -80,4 +80,14 @@ inline float float_from(std::uint32_t b) {
     return x;
 }
 
+// The NaN a domain error returns in precision T (0xFFC00000 in single).
+template <class T>
+T domain_nan() {
+    if constexpr (sizeof(T) == 4) {
+        return float_from(std::uint32_t{0xFFC00000});
+    } else {
+        return double_from(kDomainNaN);
+    }
+}
+
 }  // namespace korb::vecmath

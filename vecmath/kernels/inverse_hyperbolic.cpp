@@ -148,15 +148,6 @@ double inverse_huge(double x) {
     return F == Func::asinh ? with_sign_of(y, x) : y;
 }
 
-template <class T>
-T domain_nan() {
-    if constexpr (sizeof(T) == 4) {
-        return float_from(std::uint32_t{0xFFC00000});
-    } else {
-        return double_from(kDomainNaN);
-    }
-}
-
 template <Func F, class T>
 struct InverseHyperbolic {
     static constexpr bool kSingle = sizeof(T) == 4;
