@@ -15,20 +15,15 @@
 
 namespace korb::test {
 
-struct DoubleEval {
-    using Real = double;
-    static constexpr auto new_task = korb_df_kernel_dNewTask1D;
-    static constexpr auto edit_pp_spline = korb_df_kernel_dEditPPSpline1D;
+// The entry points of df_test.h's forms, and those of construction and evaluation.
+struct DoubleEval : DoubleForms {
     static constexpr auto construct = korb_df_kernel_dConstruct1D;
     static constexpr auto search = korb_df_kernel_dSearchCells1D;
     static constexpr auto interpolate = korb_df_kernel_dInterpolate1D;
     static constexpr auto integrate = korb_df_kernel_dIntegrate1D;
 };
 
-struct SingleEval {
-    using Real = float;
-    static constexpr auto new_task = korb_df_kernel_sNewTask1D;
-    static constexpr auto edit_pp_spline = korb_df_kernel_sEditPPSpline1D;
+struct SingleEval : SingleForms {
     static constexpr auto construct = korb_df_kernel_sConstruct1D;
     static constexpr auto search = korb_df_kernel_sSearchCells1D;
     static constexpr auto interpolate = korb_df_kernel_sInterpolate1D;
