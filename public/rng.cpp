@@ -58,6 +58,13 @@ constexpr double output_limit() {
 
 constexpr int kNothingToDo = 1;
 
+constexpr bool has_arrays(const list::Entry &e) {
+    for (int k = 0; k < e.param_count; ++k) {
+        if (e.params[k].length.kind != list::Length::kScalar) return true;
+    }
+    return false;
+}
+
 template <int E, class F, size_t... k>
 double reach_of(F reach, const double *values, std::index_sequence<k...>) {
     return reach(values[k]...);
@@ -77,16 +84,18 @@ int check(int method, const BixStream *stream, int n, const Out *r, const double
     for (int m = 0; m < e.method_count; ++m) known = known || e.methods[m].id == method;
     if (!known) return BIX_ERROR_BADMETHOD;
     if (list::refused(e, values) >= 0) return BIX_ERROR_BADARGS;
-    for (int k = 0; k < e.param_count; ++k) {
-        const list::Param &p = e.params[k];
-        if (p.length.kind == list::Length::kScalar) continue;
-        if (arrays[k] == nullptr) return BIX_ERROR_NULL_PTR;
-        const int64_t count = list::length(p, n, values);
-        if (count < 0) return BIX_ERROR_BADARGS;
-        const Real *elements = static_cast<const Real *>(arrays[k]);
-        for (int64_t i = 0; i < count; ++i) {
-            if (!list::admits(p, static_cast<double>(elements[i]), values)) {
-                return BIX_ERROR_BADARGS;
+    if constexpr (has_arrays(list::kEntries[E])) {
+        for (int k = 0; k < e.param_count; ++k) {
+            const list::Param &p = e.params[k];
+            if (p.length.kind == list::Length::kScalar) continue;
+            if (arrays[k] == nullptr) return BIX_ERROR_NULL_PTR;
+            const int64_t count = list::length(p, n, values);
+            if (count < 0) return BIX_ERROR_BADARGS;
+            const Real *elements = static_cast<const Real *>(arrays[k]);
+            for (int64_t i = 0; i < count; ++i) {
+                if (!list::admits(p, static_cast<double>(elements[i]), values)) {
+                    return BIX_ERROR_BADARGS;
+                }
             }
         }
     }
