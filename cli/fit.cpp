@@ -2,7 +2,7 @@
 //
 //   korb fit FILE [--spline KIND] [--bc not-a-knot|free|periodic]
 //                 [--left first|second=VALUE] [--right first|second=VALUE]
-#include <korb/kernel/df.h>
+#include <korb/korb.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -233,21 +233,20 @@ int cmd_fit(int argc, char **argv) {
     std::vector<double> c(static_cast<size_t>(cells > 0 ? cells * spline->order * ny : 1));
 
     DfTask *task = nullptr;
-    int64_t status =
-        korb_df_kernel_dNewTask1D(&task, nx, x.data(), DF_NO_HINT, ny, y.data(), DF_NO_HINT, 0);
-    const char *where = "korb_df_kernel_dNewTask1D";
+    int64_t status = korb_df_dNewTask1D(&task, nx, x.data(), DF_NO_HINT, ny, y.data(), DF_NO_HINT);
+    const char *where = "korb_df_dNewTask1D";
     if (status == DF_STATUS_OK) {
-        where = "korb_df_kernel_dEditPPSpline1D";
-        status = korb_df_kernel_dEditPPSpline1D(
-            task, spline->order, spline->type, hermite ? DF_IC_1ST_DER : 0,
-            hermite ? d.data() : nullptr, bc_type, bc_type == DF_BC_NONE ? nullptr : bc, c.data(),
-            DF_NO_HINT);
+        where = "korb_df_dEditPPSpline1D";
+        status =
+            korb_df_dEditPPSpline1D(task, spline->order, spline->type, hermite ? DF_IC_1ST_DER : 0,
+                                    hermite ? d.data() : nullptr, bc_type,
+                                    bc_type == DF_BC_NONE ? nullptr : bc, c.data(), DF_NO_HINT);
     }
     if (status == DF_STATUS_OK) {
-        where = "korb_df_kernel_dConstruct1D";
-        status = korb_df_kernel_dConstruct1D(task, DF_PP_SPLINE, DF_METHOD_STD);
+        where = "korb_df_dConstruct1D";
+        status = korb_df_dConstruct1D(task, DF_PP_SPLINE, DF_METHOD_STD);
     }
-    if (task != nullptr) korb_df_kernel_DeleteTask(&task);
+    if (task != nullptr) korb_df_DeleteTask(&task);
     if (status != DF_STATUS_OK) {
         const std::string what = std::string("fit: ") + where;
         return library_error(what.c_str(), static_cast<int>(status), kStatuses);

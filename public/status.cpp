@@ -1,4 +1,5 @@
 // korbStatusText, korbGetClass and korbGetVersion.
+#include "frame/cpu.h"
 #include "korb/korb.h"
 #include "public/loader.h"
 
@@ -167,6 +168,13 @@ KORB_API const char *korbStatusText(int family, int status) {
 
 KORB_API int korbGetClass(void) {
     return korb::pub::kernel_class();
+}
+
+KORB_API int korbGetCpuType(int *forced) {
+    bool is_forced = false;
+    const int cls = korb::frame::processor_class(&is_forced);
+    if (forced != nullptr) *forced = is_forced ? 1 : 0;
+    return cls;
 }
 
 #define KORB_PUB_STR(x) KORB_PUB_STR_(x)

@@ -34,8 +34,13 @@ extern "C" {
    not have. The text is static; never NULL. */
 KORB_API const char *korbStatusText(int family, int status);
 
-/* The processor class of the kernel library in use (KORB_CPU_*), loading it if need be. */
+/* The processor class of the kernel library in use (KORB_CPU_*), loading it if need be: the
+   highest class at or below the processor's for which a kernel library is installed. */
 KORB_API int korbGetClass(void);
+
+/* The processor class decided for this process: detected, or forced by KORB_DEBUG_CPU_TYPE=0..5
+   (*forced, when forced is not NULL, receives 1 then, else 0). */
+KORB_API int korbGetCpuType(int *forced);
 
 /* The library's version, "major.minor.patch". */
 KORB_API const char *korbGetVersion(void);
