@@ -141,8 +141,8 @@ TEST(DomainShapes, ReadBoundsWithExponentsSpacesAndClosedEnds) {
     EXPECT_FALSE(admits(y, -7, v));
 }
 
-// Every kernel is declared in korb/kernel/rng.h with the type its list entry implies, and every method
-// constant has the listed id.
+// Every kernel is declared in korb/kernel/rng.h with the type its list entry implies, and every
+// method constant has the listed id.
 consteval bool all(std::initializer_list<bool> checks) {
     for (bool c : checks) {
         if (!c) return false;
@@ -152,7 +152,7 @@ consteval bool all(std::initializer_list<bool> checks) {
 #define KORB_DIST_DECLARED_AS_LISTED(letter, P, Id, Kernel)                                \
     static_assert(                                                                         \
         std::is_same_v<decltype(&_bix##letter##Rng##Kernel), Signature<index_of(#Id), P>>, \
-        "korb/kernel/rng.h declares _bix" #letter "Rng" #Kernel                                   \
+        "korb/kernel/rng.h declares _bix" #letter "Rng" #Kernel                            \
         " otherwise than distributions.def implies");
 // (Last in this file: KORB_METHOD is redefined for it.)
 #undef KORB_METHOD
