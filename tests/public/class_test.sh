@@ -30,7 +30,6 @@ mkdir "$scratch/classes"
 libdir=$(dirname "$lib")
 cp "$lib" "$libdir/libkorb_def.so" "$libdir/libkorb_core.so" "$scratch/classes/"
 cp "$libdir/libkorb_def.so" "$scratch/classes/libkorb_avx2.so"
-detected=$(sed -n 's/^class //p' "$scratch/detected")
 cpu=$(LD_LIBRARY_PATH="$scratch/classes" "$digest" | sed -n 2p)
 if KORB_DEBUG_CPU_TYPE=3 LD_LIBRARY_PATH="$scratch/classes" "$digest" >"$scratch/c3" 2>&1 &&
     ! grep -q 'not convenient' "$scratch/c3"; then
