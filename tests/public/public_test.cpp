@@ -236,6 +236,11 @@ TEST(PublicRng, InvalidParametersAreRefusedBeforeAnyDraw) {
     EXPECT_EQ(bixiRngGeometric(0, s, 4, k, 0), BIX_ERROR_BADARGS);
     EXPECT_EQ(bixiRngGeometric(0, s, 4, k, 1e-9), BIX_ERROR_BADARGS);  // counts beyond INT_MAX
     EXPECT_EQ(bixiRngBernoulli(0, s, 4, k, 1.5), BIX_ERROR_BADARGS);
+    // A small scale does not save a term that overflows before it is scaled.
+    float f[4] = {7, 7, 7, 7};
+    EXPECT_EQ(bixsRngLognormal(0, s, 4, f, 80, 3, 0, 1e-20f), BIX_ERROR_BADARGS);
+    EXPECT_EQ(bixsRngWeibull(0, s, 4, f, 0.05f, 0, 1e-30f), BIX_ERROR_BADARGS);
+    for (float x : f) EXPECT_EQ(x, 7);
     EXPECT_EQ(bixdRngGaussian(0, s, -1, r, 0, 1), BIX_ERROR_BADARGS);
     EXPECT_EQ(bixdRngGaussian(0, nullptr, 4, r, 0, 1), BIX_ERROR_NULL_PTR);
     EXPECT_EQ(bixdRngGaussian(0, s, 4, nullptr, 0, 1), BIX_ERROR_NULL_PTR);

@@ -67,9 +67,10 @@ const EntryPoint kEntryPoints[] = {
 // Values that sit on or beyond the ends of the domains, and ordinary ones.
 double draw_value(std::mt19937_64 &g) {
     static const double kEdges[] = {
-        std::nan(""), HUGE_VAL, -HUGE_VAL, 0.0,    -0.0,         1.0,           -1.0, 0.5,   2.0,
-        1e-300,       -1e-300,  1e300,     -1e300, 1.7e308,      -1.7e308,      3e38, -3e38, 1e-9,
-        4e-8,         6e-8,     1 - 1e-12, 1e-45,  2147483647.0, -2147483648.0, 1e10, 700.0, 50.0};
+        std::nan(""), HUGE_VAL, -HUGE_VAL, 0.0,   -0.0,      1.0,     -1.0,         0.5,
+        2.0,          1e-300,   -1e-300,   1e300, -1e300,    1.7e308, -1.7e308,     3e38,
+        -3e38,        1e-9,     4e-8,      6e-8,  1 - 1e-12, 1e-45,   2147483647.0, -2147483648.0,
+        1e10,         700.0,    50.0,      80.0,  88.0,      1e-20,   1e-30,        0.05};
     std::uniform_int_distribution<int> kind(0, 3);
     switch (kind(g)) {
         case 0:
