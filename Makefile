@@ -15,7 +15,11 @@ build: deps
 	cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
 	cmake --build build -j $(JOBS)
 
-run: build
+# The demo needs only the command and the libraries it loads (tests and benchmarks build under
+# make test and make bench).
+run: deps
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
+	cmake --build build -j $(JOBS) --target korb
 	./build/bin/korb info
 	./build/bin/korb rng --brng MCG31M1 --seed 7 --n 5
 	./build/bin/korb rng --brng MCG31M1 --seed 7 --n 5 --format double --a -1 --b 1

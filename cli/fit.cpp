@@ -4,7 +4,7 @@
 //   korb fit FILE [--spline KIND] [--bc not-a-knot|free|periodic]
 //                 [--left first|second=VALUE] [--right first|second=VALUE]
 //                 [--at SITES [--derivative K[,K...]] | --integrate A,B ...]
-#include <korb/kernel/df.h>
+#include <korb/korb.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -143,9 +143,9 @@ int64_t evaluate(DfTask *task, int64_t ny, const std::vector<double> &sites, lon
             left[k] = limits[2 * k];
             right[k] = limits[2 * k + 1];
         }
-        *where = "korb_df_kernel_dIntegrate1D";
+        *where = "korb_df_dIntegrate1D";
         const int64_t status =
-            korb_df_kernel_dIntegrate1D(task, DF_METHOD_STD, n, left.data(), DF_SITES_ANY,
+            korb_df_dIntegrate1D(task, DF_METHOD_STD, n, left.data(), DF_SITES_ANY,
                                         right.data(), DF_SITES_ANY, r.data(), DF_R_SITE_FUNC_DER);
         if (status != DF_STATUS_OK) return status;
         for (int64_t k = 0; k < n; ++k) {
@@ -161,8 +161,8 @@ int64_t evaluate(DfTask *task, int64_t ny, const std::vector<double> &sites, lon
     for (int64_t d : dorder) nd += d != 0 ? 1 : 0;
     std::vector<double> r(static_cast<size_t>(n * ny * nd));
     std::vector<int64_t> cell(n);
-    *where = "korb_df_kernel_dInterpolate1D";
-    const int64_t status = korb_df_kernel_dInterpolate1D(
+    *where = "korb_df_dInterpolate1D";
+    const int64_t status = korb_df_dInterpolate1D(
         task, DF_INTERP_VALUES | DF_INTERP_CELLS, DF_METHOD_STD, n, sites.data(),
         uniform ? DF_SITES_UNIFORM : DF_SITES_ANY, static_cast<int64_t>(dorder.size()),
         dorder.data(), r.data(), DF_R_SITE_FUNC_DER, cell.data());
@@ -379,25 +379,24 @@ int cmd_fit(int argc, char **argv) {
     std::vector<double> c(static_cast<size_t>(cells > 0 ? cells * spline->order * ny : 1));
 
     DfTask *task = nullptr;
-    int64_t status =
-        korb_df_kernel_dNewTask1D(&task, nx, x.data(), DF_NO_HINT, ny, y.data(), DF_NO_HINT, 0);
-    const char *where = "korb_df_kernel_dNewTask1D";
+    int64_t status = korb_df_dNewTask1D(&task, nx, x.data(), DF_NO_HINT, ny, y.data(), DF_NO_HINT);
+    const char *where = "korb_df_dNewTask1D";
     if (status == DF_STATUS_OK) {
-        where = "korb_df_kernel_dEditPPSpline1D";
-        status = korb_df_kernel_dEditPPSpline1D(
-            task, spline->order, spline->type, hermite ? DF_IC_1ST_DER : 0,
-            hermite ? d.data() : nullptr, bc_type, bc_type == DF_BC_NONE ? nullptr : bc, c.data(),
-            DF_NO_HINT);
+        where = "korb_df_dEditPPSpline1D";
+        status =
+            korb_df_dEditPPSpline1D(task, spline->order, spline->type, hermite ? DF_IC_1ST_DER : 0,
+                                    hermite ? d.data() : nullptr, bc_type,
+                                    bc_type == DF_BC_NONE ? nullptr : bc, c.data(), DF_NO_HINT);
     }
     if (status == DF_STATUS_OK) {
-        where = "korb_df_kernel_dConstruct1D";
-        status = korb_df_kernel_dConstruct1D(task, DF_PP_SPLINE, DF_METHOD_STD);
+        where = "korb_df_dConstruct1D";
+        status = korb_df_dConstruct1D(task, DF_PP_SPLINE, DF_METHOD_STD);
     }
     const bool evaluating = at != nullptr || !limits.empty();
     if (status == DF_STATUS_OK && evaluating) {
         status = evaluate(task, ny, sites, count, dorder, limits, &where);
     }
-    if (task != nullptr) korb_df_kernel_DeleteTask(&task);
+    if (task != nullptr) korb_df_DeleteTask(&task);
     if (status != DF_STATUS_OK) {
         const std::string what = std::string("fit: ") + where;
         return library_error(what.c_str(), static_cast<int>(status), kStatuses);

@@ -5,8 +5,7 @@
 // Text output by default. A usage error prints one line to standard error and exits with 2; a
 // library status is printed with its name and exits with 1.
 #include <dlfcn.h>
-#include <korb/kernel/frame.h>
-#include <korb/kernel/vm.h>
+#include <korb/korb.h>
 
 #include <cctype>
 #include <cerrno>
@@ -74,12 +73,11 @@ const char *class_name(int c) {
     }
 }
 
-// How many functions of the vector-math list the loaded kernel library provides, by their entry
-// points.
+// How many functions of the vector-math list libkorb provides, by their entry points.
 void print_vm_functions() {
     int built = 0;
     for (const korb::vecmath::FunctionInfo &f : korb::vecmath::kFunctions) {
-        const std::string entry = std::string("_arq") + f.precision + f.name;
+        const std::string entry = std::string("v") + f.precision + f.name;
         built += dlsym(RTLD_DEFAULT, entry.c_str()) != nullptr ? 1 : 0;
     }
     std::printf("vector-math functions: %d of %d built\n", built, korb::vecmath::kFunctionCount);
@@ -96,13 +94,13 @@ constexpr ClassLibrary kClassLibraries[] = {
     {"libkorb_avx512.so", KORB_CPU_X86_64_V4},
 };
 
-// The kernel libraries in the directory of the loaded one, with the class each serves and
+// The kernel libraries in libkorb's directory (where it loads them from), with the class each serves and
 // whether this processor runs it. A library is not loaded to ask: one of a class the processor
 // lacks may not even initialise.
 void print_class_libraries(int processor) {
     Dl_info info{};
     std::string dir = ".";
-    if (dladdr(reinterpret_cast<void *>(&dll_cpu_version), &info) != 0 &&
+    if (dladdr(reinterpret_cast<void *>(&korbGetClass), &info) != 0 &&
         info.dli_fname != nullptr) {
         dir = info.dli_fname;
         const std::size_t slash = dir.rfind('/');
@@ -135,13 +133,13 @@ int cmd_info(int argc, char **argv) {
     if (argc > 0) return usage_error("info takes no arguments, got", argv[0]);
     int forced = 0;
     int cls = korbGetCpuType(&forced);
-    int lib = dll_cpu_version();
+    int lib = korbGetClass();
     std::printf("korb %s\n", korbGetVersion());
     std::printf("kernel library class: %d (%s)\n", lib, class_name(lib));
     std::printf("processor class: %d (%s), %s\n", cls, class_name(cls),
                 forced ? "forced by KORB_DEBUG_CPU_TYPE" : "detected");
     print_class_libraries(cls);
-    std::printf("vector-math mode: 0x%x\n", korb_arq_kernel_GetMode());
+    std::printf("vector-math mode: 0x%x\n", korb_arq_GetMode());
     print_vm_functions();
     print_rng_registry();
     return 0;
@@ -161,7 +159,7 @@ constexpr Command kCommands[] = {
 };
 
 void print_help() {
-    std::puts("usage: korb <family> <action> [options]\n\ncommands:");
+    std::puts("usage: korb <family> <action> [options]\n       korb --version\n\ncommands:");
     for (const Command &c : kCommands) std::printf("  %-10s %s\n", c.name, c.summary);
     std::puts("\n'korb <command> --help' tells more.");
 }
@@ -179,6 +177,11 @@ int main(int argc, char **argv) {
     if (first == "--help" || first == "-h" || first == "help") {
         print_help();
         return 0;
+    }
+    if (first == "--version") {
+        if (argc > 2) return usage_error("--version takes no arguments, got", argv[2]);
+        std::printf("korb %s\n", korbGetVersion());
+        return std::fflush(stdout) == 0 ? 0 : 1;
     }
     for (const Command &c : kCommands) {
         if (first == c.name) return c.run(argc - 2, argv + 2);

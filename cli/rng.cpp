@@ -1,6 +1,6 @@
 // korb rng: draw numbers from a basic generator and print them, optionally from a stream saved
 // by an earlier run and saving it again afterwards; the registry listing of korb info.
-#include <korb/kernel/rng.h>
+#include <korb/korb.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -463,35 +463,34 @@ int cmd_rng(int argc, char **argv) {
     BixStream *stream = nullptr;
     int status = BIX_ERROR_OK;
     if (o.load != nullptr) {
-        status = __bixLoadStreamF(&stream, o.load, -1);
+        status = bixLoadStreamF(&stream, o.load, -1);
         if (status != BIX_ERROR_OK) {
-            __bixDeleteStream(&stream);
+            bixDeleteStream(&stream);
             return library_error(("loading " + std::string(o.load)).c_str(), status);
         }
-        o.brng = __bixGetStreamStateBrng(stream);
+        o.brng = bixGetStreamStateBrng(stream);
         // An abstract stream's state points into the memory of the process that saved it.
         if (const GeneratorInfo *g = generator_of(o.brng);
             g != nullptr && g->kind == BrngKind::abstract) {
-            __bixDeleteStream(&stream);
+            bixDeleteStream(&stream);
             return usage_error("rng: cannot draw from the abstract stream saved in", o.load);
         }
     }
     BrngProperties row{};
-    if (int s = __bixGetBrngProperties(o.brng, &row); s != BIX_ERROR_OK) {
-        __bixDeleteStream(&stream);
-        return library_error("__bixGetBrngProperties", s);
+    if (int s = bixGetBrngProperties(o.brng, &row); s != BIX_ERROR_OK) {
+        bixDeleteStream(&stream);
+        return library_error("bixGetBrngProperties", s);
     }
     if (o.load == nullptr) {
-        status =
-            __bixNewStreamEx(&stream, o.brng, static_cast<int>(o.seeds.size()), o.seeds.data());
+        status = bixNewStreamEx(&stream, o.brng, static_cast<int>(o.seeds.size()), o.seeds.data());
     }
-    if (status == BIX_ERROR_OK && o.skip >= 0) status = __bixSkipAheadStream(stream, o.skip);
+    if (status == BIX_ERROR_OK && o.skip >= 0) status = bixSkipAheadStream(stream, o.skip);
     if (status == BIX_ERROR_OK && o.leap_k >= 0) {
-        status = __bixLeapfrogStream(stream, static_cast<int>(o.leap_k),
-                                     static_cast<int>(o.leap_nstreams));
+        status = bixLeapfrogStream(stream, static_cast<int>(o.leap_k),
+                                   static_cast<int>(o.leap_nstreams));
     }
     if (status != BIX_ERROR_OK) {
-        __bixDeleteStream(&stream);
+        bixDeleteStream(&stream);
         return library_error("making the stream", status);
     }
 
@@ -572,12 +571,12 @@ int cmd_rng(int argc, char **argv) {
         done += m;
     }
     if (status != BIX_ERROR_OK) {
-        __bixDeleteStream(&stream);
+        bixDeleteStream(&stream);
         return library_error("generating", status);
     }
     if (sum != nullptr) summary.print();
-    if (o.save != nullptr) status = __bixSaveStreamF(stream, o.save, -1);
-    __bixDeleteStream(&stream);
+    if (o.save != nullptr) status = bixSaveStreamF(stream, o.save, -1);
+    bixDeleteStream(&stream);
     if (status != BIX_ERROR_OK) {
         return library_error(("saving " + std::string(o.save)).c_str(), status);
     }
@@ -585,13 +584,13 @@ int cmd_rng(int argc, char **argv) {
 }
 
 void print_rng_registry() {
-    const int rows = __bixGetNumRegBrngs();
+    const int rows = bixGetNumRegBrngs();
     std::printf("random generators: %d rows\n", rows);
     std::puts("  row  id        name       stateSize words zero wordSize bits members  built");
     for (int r = 0; r < rows; ++r) {
         const int id = (r + 1) * 0x100000;
         BrngProperties p{};
-        if (__bixGetBrngProperties(id, &p) != BIX_ERROR_OK) continue;
+        if (bixGetBrngProperties(id, &p) != BIX_ERROR_OK) continue;
         const GeneratorInfo *g = generator_of(id);
         // A registered generator has one member.
         const int members = g != nullptr ? g->members : 1;
@@ -601,12 +600,12 @@ void print_rng_registry() {
         } else {
             BixStream *s = nullptr;
             const uint32_t seed = 1;
-            int status = __bixNewStreamEx(&s, id, 1, &seed);
+            int status = bixNewStreamEx(&s, id, 1, &seed);
             double d = 0;
             if (status == BIX_ERROR_OK) status = p.dGen(s, 1, &d, 0.0, 1.0);
             if (status == BIX_ERROR_INVALID_BRNG) built = "not yet";
             if (status == BIX_ERROR_NONDETERM_NOT_SUPPORTED) built = "seeds only";
-            __bixDeleteStream(&s);
+            bixDeleteStream(&s);
         }
         std::printf("  %3d  0x%06X  %-10s %9d %5d %4d %8d %4d %7d  %s\n", r, id,
                     g != nullptr ? g->name : "registered", p.stateSize, p.stateWords,

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "korb/kernel/ss.h"
+#include "korb/korb.h"
 
 namespace korb::cli {
 namespace {
@@ -21,12 +21,27 @@ using dist::list::kEntries;
 using dist::list::kEntryCount;
 using dist::list::Param;
 
+// The kernels of the list as libkorb exports them (bix<p>Rng<Kernel>, checked), in the
+// signatures of dist::list::Kernels.
+namespace public_kernels {
+using namespace ::korb::dist::list;
+#define KORB_CLI_KERNEL(letter, P, Kernel) \
+    KORB_DIST_SLOT_##P(KORB_DIST_CALLER_##P<P, &bix##letter##Rng##Kernel>())
+#define KORB_DIST(Id, Kernel, name, precisions, ...) \
+    Kernels{KORB_DIST_EACH_##precisions(KORB_CLI_KERNEL, Kernel)},
+constexpr Kernels kKernels[] = {
+#include "distributions/distributions.def"
+};
+#undef KORB_DIST
+#undef KORB_CLI_KERNEL
+}  // namespace public_kernels
+
 constexpr auto kDistributions = [] {
     std::array<Distribution, kEntryCount> table{};
     for (int k = 0; k < kEntryCount; ++k) {
         const Entry &e = kEntries[k];
         Distribution &d = table[k];
-        static_cast<dist::list::Kernels &>(d) = dist::list::kKernels[k];
+        static_cast<dist::list::Kernels &>(d) = public_kernels::kKernels[k];
         d.name = e.name;
         d.entry = &e;
         for (int j = 0; j < e.param_count; ++j) d.params[j] = e.params[j];
@@ -318,20 +333,20 @@ void Summary::add(double x) {
 // variance through the accumulated-weights slot, the min/max estimator lowers and raises.
 void Summary::flush() {
     if (block_.empty() || status_ != 0) return;
-    const int64_t p = 1, n = static_cast<int64_t>(block_.size());
-    const int64_t storage = BIX_SS_MATRIX_STORAGE_COLS;
+    const int p = 1, n = static_cast<int>(block_.size());
+    const int storage = BIX_SS_MATRIX_STORAGE_COLS;
     BixSSTask *task = nullptr;
-    int status = __bixdSSNewTask(&task, &p, &n, &storage, block_.data(), nullptr, nullptr, 1);
+    int status = bixdSSNewTask(&task, &p, &n, &storage, block_.data(), nullptr, nullptr);
     if (status == BIX_ERROR_OK) {
-        __bixdSSEditMoments(task, &mean_, &raw2_, nullptr, nullptr, &variance_, nullptr, nullptr);
-        __bixdSSEditTask(task, BIX_SS_ID_ACCUM_WEIGHTS, weights_);
-        __bixdSSEditTask(task, BIX_SS_ID_MIN, &min_);
-        __bixdSSEditTask(task, BIX_SS_ID_MAX, &max_);
-        status = _bixdSSBasic(task, BIX_SS_EST_MEAN | BIX_SS_EST_CEN2, BIX_SS_METHOD_ONE_PASS);
+        bixdSSEditMoments(task, &mean_, &raw2_, nullptr, nullptr, &variance_, nullptr, nullptr);
+        bixdSSEditTask(task, BIX_SS_ID_ACCUM_WEIGHTS, weights_);
+        bixdSSEditTask(task, BIX_SS_ID_MIN, &min_);
+        bixdSSEditTask(task, BIX_SS_ID_MAX, &max_);
+        status = bixdSSCompute(task, BIX_SS_EST_MEAN | BIX_SS_EST_CEN2, BIX_SS_METHOD_ONE_PASS);
         if (status == BIX_ERROR_OK) {
-            status = _bixdSSMinmax(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, BIX_SS_METHOD_ONE_PASS);
+            status = bixdSSCompute(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, BIX_SS_METHOD_ONE_PASS);
         }
-        __bixSSDeleteTask(&task);
+        bixSSDeleteTask(&task);
     }
     status_ = status;
     block_.clear();

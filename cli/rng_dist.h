@@ -3,7 +3,7 @@
 // part of the help, and the summary that --stats prints.
 #pragma once
 
-#include <korb/kernel/rng.h>
+#include <korb/korb.h>
 
 #include <cstdint>
 #include <limits>

@@ -4,9 +4,10 @@
 //   korb stats basic FILE [--layout rows|cols] [--p P] [--binary] [--method twopass|onepass]
 //   korb stats [quantiles] --quantiles Q1,Q2,... [FILE] [--stream EPS [--method zw|gk]]
 //              [--layout rows|cols] [--p P] [--binary]
-#include <korb/kernel/ss.h>
+#include <korb/korb.h>
 
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +21,14 @@
 
 namespace korb::cli {
 namespace {
+
+// A count as the library's 32-bit integers take it; beyond INT_MAX it becomes -1, which the
+// library refuses with its status for a bad dimension or size.
+template <class T>
+int int_count(T count) {
+    return count >= 0 && static_cast<unsigned long long>(count) <= INT_MAX ? static_cast<int>(count)
+                                                                           : -1;
+}
 
 constexpr NamedStatus kStatuses[] = {
     {BIX_SS_ERROR_MEM_FAILURE, "BIX_SS_ERROR_MEM_FAILURE"},
@@ -198,18 +207,18 @@ int load(int argc, char **argv, const char *action, Data *d, int *method) {
 int cmd_minmax(int argc, char **argv) {
     Data d;
     if (const int st = load(argc, argv, "minmax", &d, nullptr)) return st;
-    const int64_t p = d.p, n = static_cast<int64_t>(d.x.size()) / d.p;
-    const int64_t storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
+    const int p = int_count(d.p), n = int_count(d.x.size() / static_cast<size_t>(d.p));
+    const int storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
     std::vector<double> lo(static_cast<size_t>(p), std::numeric_limits<double>::infinity());
     std::vector<double> hi(static_cast<size_t>(p), -std::numeric_limits<double>::infinity());
     BixSSTask *task = nullptr;
-    int status = __bixdSSNewTask(&task, &p, &n, &storage, d.x.data(), nullptr, nullptr, 1);
-    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
-    status = __bixdSSEditTask(task, BIX_SS_ID_MIN, lo.data());
-    if (status == BIX_ERROR_OK) status = __bixdSSEditTask(task, BIX_SS_ID_MAX, hi.data());
-    if (status == BIX_ERROR_OK) status = _bixdSSMinmax(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, 1);
-    __bixSSDeleteTask(&task);
-    if (status != BIX_ERROR_OK) return library_error("_bixdSSMinmax", status);
+    int status = bixdSSNewTask(&task, &p, &n, &storage, d.x.data(), nullptr, nullptr);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSNewTask", status);
+    status = bixdSSEditTask(task, BIX_SS_ID_MIN, lo.data());
+    if (status == BIX_ERROR_OK) status = bixdSSEditTask(task, BIX_SS_ID_MAX, hi.data());
+    if (status == BIX_ERROR_OK) status = bixdSSCompute(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, 1);
+    bixSSDeleteTask(&task);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSCompute", status);
     for (int64_t i = 0; i < p; ++i) {
         std::printf("%lld %.17g %.17g\n", static_cast<long long>(i), lo[static_cast<size_t>(i)],
                     hi[static_cast<size_t>(i)]);
@@ -222,9 +231,9 @@ int cmd_basic(int argc, char **argv) {
     Data d;
     int method = BIX_SS_METHOD_TWO_PASS;
     if (const int st = load(argc, argv, "basic", &d, &method)) return st;
-    const int64_t p = d.p, n = static_cast<int64_t>(d.x.size()) / d.p;
-    const int64_t storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
-    const int64_t full = BIX_SS_COV_FULL;
+    const int p = int_count(d.p), n = int_count(d.x.size() / static_cast<size_t>(d.p));
+    const int storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
+    const int full = BIX_SS_COV_FULL;
     const size_t up = static_cast<size_t>(p);
     struct Row {
         const char *name;
@@ -240,34 +249,34 @@ int cmd_basic(int argc, char **argv) {
         {"min", BIX_SS_ID_MIN, {}},           {"max", BIX_SS_ID_MAX, {}}};
     std::vector<double> cov(up * up), cor(up * up);
     BixSSTask *task = nullptr;
-    int status = __bixdSSNewTask(&task, &p, &n, &storage, d.x.data(), nullptr, nullptr, 1);
-    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
+    int status = bixdSSNewTask(&task, &p, &n, &storage, d.x.data(), nullptr, nullptr);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSNewTask", status);
     for (Row &r : rows) {
         const bool lowest = std::strcmp(r.name, "min") == 0,
                    highest = std::strcmp(r.name, "max") == 0;
         r.v.assign(up, lowest    ? std::numeric_limits<double>::infinity()
                        : highest ? -std::numeric_limits<double>::infinity()
                                  : 0.0);
-        if (status == BIX_ERROR_OK) status = __bixdSSEditTask(task, r.id, r.v.data());
+        if (status == BIX_ERROR_OK) status = bixdSSEditTask(task, r.id, r.v.data());
     }
     if (status == BIX_ERROR_OK) {
-        status = __bixdSSEditCovCor(task, nullptr, cov.data(), const_cast<int64_t *>(&full),
-                                    cor.data(), const_cast<int64_t *>(&full));
+        status = bixdSSEditCovCor(task, nullptr, cov.data(), const_cast<int *>(&full), cor.data(),
+                                  const_cast<int *>(&full));
     }
-    const char *where = "__bixdSSEditTask";
+    const char *where = "bixdSSEditTask";
     if (status == BIX_ERROR_OK) {
-        where = "_bixdSSBasic";
+        where = "bixdSSCompute";
         const uint64_t all = BIX_SS_EST_MEAN | BIX_SS_EST_RAW2 | BIX_SS_EST_RAW3 | BIX_SS_EST_RAW4 |
                              BIX_SS_EST_CEN2 | BIX_SS_EST_CEN3 | BIX_SS_EST_CEN4 |
                              BIX_SS_EST_KURTOSIS | BIX_SS_EST_SKEWNESS | BIX_SS_EST_VARIATION |
                              BIX_SS_EST_COV | BIX_SS_EST_COR;
-        status = _bixdSSBasic(task, all, method);
+        status = bixdSSCompute(task, all, method);
     }
     if (status == BIX_ERROR_OK) {
-        where = "_bixdSSMinmax";
-        status = _bixdSSMinmax(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, 1);
+        where = "bixdSSCompute";
+        status = bixdSSCompute(task, BIX_SS_EST_MIN | BIX_SS_EST_MAX, 1);
     }
-    __bixSSDeleteTask(&task);
+    bixSSDeleteTask(&task);
     if (status != BIX_ERROR_OK) return library_error(where, status);
     std::printf("count %lld\n", static_cast<long long>(n));
     const auto print_values = [up](const double *v) {
@@ -393,24 +402,25 @@ int stream_quantiles(std::FILE *f, const char *name, bool binary, long long p_op
     int st = in.next(&buffer, kPortion);
     if (st > 0) return st;
     if (buffer.empty()) return file_error(name, "no numbers");
-    const int64_t p = in.variables(), storage = BIX_SS_MATRIX_STORAGE_COLS;
-    const int64_t norders = static_cast<int64_t>(orders.size()), nparams = 1;
-    int64_t n = 1;
+    const int p = int_count(in.variables()), storage = BIX_SS_MATRIX_STORAGE_COLS;
+    const int norders = int_count(orders.size()), nparams = 1;
+    int n = 1;
     std::vector<double> results(static_cast<size_t>(p) * orders.size());
     BixSSTask *task = nullptr;
-    int status = __bixdSSNewTask(&task, &p, &n, &storage, buffer.data(), nullptr, nullptr, 1);
-    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
-    status = __bixdSSEditStreamQuantiles(task, const_cast<int64_t *>(&norders),
-                                         const_cast<double *>(orders.data()), results.data(),
-                                         const_cast<int64_t *>(&nparams), &eps);
+    int status = bixdSSNewTask(&task, &p, &n, &storage, buffer.data(), nullptr, nullptr);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSNewTask", status);
+    status = bixdSSEditStreamQuantiles(task, const_cast<int *>(&norders),
+                                       const_cast<double *>(orders.data()), results.data(),
+                                       const_cast<int *>(&nparams), &eps);
     int exit_status = 0;
     const size_t up = static_cast<size_t>(p);
     while (status == BIX_ERROR_OK) {
         // Whole observations go now; a partial one waits for the rest of its numbers.
         const size_t whole = buffer.size() / up * up;
-        n = static_cast<int64_t>(whole / up);
-        task->x = buffer.data();
-        status = _bixdSSStreamQuantiles(task, BIX_SS_EST_STREAM_QUANTILES, method);
+        n = int_count(whole / up);
+        status = bixdSSEditTask(task, BIX_SS_ID_X, buffer.data());
+        if (status != BIX_ERROR_OK) break;
+        status = bixdSSCompute(task, BIX_SS_EST_STREAM_QUANTILES, method);
         if (status != BIX_ERROR_OK || st == 0) break;
         buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(whole));
         st = in.next(&buffer, kPortion);
@@ -420,9 +430,9 @@ int stream_quantiles(std::FILE *f, const char *name, bool binary, long long p_op
         }
     }
     const bool ragged = status == BIX_ERROR_OK && exit_status == 0 && buffer.size() % up != 0;
-    __bixSSDeleteTask(&task);
+    bixSSDeleteTask(&task);
     if (exit_status != 0) return exit_status;
-    if (status != BIX_ERROR_OK) return library_error("_bixdSSStreamQuantiles", status);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSCompute", status);
     if (ragged) {
         return file_error(name,
                           "the numbers do not divide into " + std::to_string(p) + " variables");
@@ -512,20 +522,20 @@ int cmd_quantiles(int argc, char **argv) {
         return file_error(file, std::to_string(d.x.size()) + " numbers do not divide into " +
                                     std::to_string(d.p) + " variables");
     }
-    const int64_t vp = d.p, n = static_cast<int64_t>(d.x.size()) / d.p;
-    const int64_t storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
-    const int64_t norders = static_cast<int64_t>(orders.size());
+    const int vp = int_count(d.p), n = int_count(d.x.size() / static_cast<size_t>(d.p));
+    const int storage = d.rows ? BIX_SS_MATRIX_STORAGE_ROWS : BIX_SS_MATRIX_STORAGE_COLS;
+    const int norders = int_count(orders.size());
     std::vector<double> results(static_cast<size_t>(vp) * orders.size());
     BixSSTask *task = nullptr;
-    int status = __bixdSSNewTask(&task, &vp, &n, &storage, d.x.data(), nullptr, nullptr, 1);
-    if (status != BIX_ERROR_OK) return library_error("__bixdSSNewTask", status);
-    status = __bixdSSEditQuantiles(task, const_cast<int64_t *>(&norders), orders.data(),
-                                   results.data(), nullptr, nullptr);
+    int status = bixdSSNewTask(&task, &vp, &n, &storage, d.x.data(), nullptr, nullptr);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSNewTask", status);
+    status = bixdSSEditQuantiles(task, const_cast<int *>(&norders), orders.data(), results.data(),
+                                 nullptr, nullptr);
     if (status == BIX_ERROR_OK) {
-        status = _bixdSSQuantiles(task, BIX_SS_EST_QUANTILES, BIX_SS_METHOD_QUANTILES);
+        status = bixdSSCompute(task, BIX_SS_EST_QUANTILES, BIX_SS_METHOD_QUANTILES);
     }
-    __bixSSDeleteTask(&task);
-    if (status != BIX_ERROR_OK) return library_error("_bixdSSQuantiles", status);
+    bixSSDeleteTask(&task);
+    if (status != BIX_ERROR_OK) return library_error("bixdSSCompute", status);
     print_quantiles(vp, orders.size(), results);
     return std::fflush(stdout) == 0 ? 0 : kExitStatus;
 }

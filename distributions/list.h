@@ -21,6 +21,11 @@
 //   elements: the kernel writes n times its value into r (Entry::dimension).
 // Bounds that name parameters express the relations between them: "b in (a, inf)" is a < b,
 // "s in [0, l]" is 0 <= s <= l.
+//
+// An entry may end with KORB_RANGE("support", reach): the support is an interval in the same
+// syntax that every variate lies in ("[a, inf)"), read by the tests; reach, a C++ expression of
+// the parameters, bounds the magnitude of every variate the kernel can produce, and the public
+// library refuses parameters whose reach the output type cannot hold (see public/rng.cpp).
 #pragma once
 
 #include <cstdint>
@@ -94,6 +99,10 @@ struct Entry {
     int method_count = 0;
     const char *about = nullptr;  // one line on what the variates are
     int dimension = -1;           // the KORB_DIMENSION parameter, -1 when variates are scalars
+    // The interval every variate lies in, or null when the list does not say; low and high as
+    // for a domain (for the words kernels, which take no parameter, only numbers).
+    const char *support = nullptr;
+    Bound support_low, support_high;
 };
 
 // --- Evaluation ---------------------------------------------------------------------------
@@ -124,6 +133,14 @@ constexpr bool admits(const Param &p, double x, const double *values) {
     if (!is_finite(x)) return false;
     if (p.type == Type::kInt && !is_int(x)) return false;
     return within(p.low, true, x, values) && within(p.high, false, x, values);
+}
+
+// Whether x lies in the entry's support for the parameters `values` (true when the list gives no
+// support). NaN lies in none.
+constexpr bool supports(const Entry &e, double x, const double *values) {
+    if (e.support == nullptr) return true;
+    if (x != x) return false;
+    return within(e.support_low, true, x, values) && within(e.support_high, false, x, values);
 }
 
 // The position of the first scalar parameter whose value is refused, or -1 when all are
@@ -296,25 +313,30 @@ constexpr Bound end_of(std::string_view w, std::initializer_list<WrittenParam> p
     return b;
 }
 
-constexpr void domain(Param *p, std::initializer_list<WrittenParam> params, int self) {
-    Cursor c{p->domain};
+constexpr void interval(const char *text, Bound *low, Bound *high,
+                        std::initializer_list<WrittenParam> params, int self) {
+    Cursor c{text};
     const char open = c.peek();
     if (open != '(' && open != '[') distributions_def_is_malformed();
     ++c.at;
-    p->low = end_of(c.word(), params, self, true);
+    *low = end_of(c.word(), params, self, true);
     c.expect(',');
-    p->high = end_of(c.word(), params, self, false);
+    *high = end_of(c.word(), params, self, false);
     const char close = c.peek();
     if (close != ')' && close != ']') distributions_def_is_malformed();
     ++c.at;
     if (c.peek() != '\0') distributions_def_is_malformed();
-    p->low.closed = open == '[';
-    p->high.closed = close == ']';
+    low->closed = open == '[';
+    high->closed = close == ']';
     // An infinite end is never reached: "[-inf" and "inf]" are not domains of finite numbers.
-    if ((p->low.kind == Bound::kUnbounded && p->low.closed) ||
-        (p->high.kind == Bound::kUnbounded && p->high.closed)) {
+    if ((low->kind == Bound::kUnbounded && low->closed) ||
+        (high->kind == Bound::kUnbounded && high->closed)) {
         distributions_def_is_malformed();
     }
+}
+
+constexpr void domain(Param *p, std::initializer_list<WrittenParam> params, int self) {
+    interval(p->domain, &p->low, &p->high, params, self);
 }
 
 constexpr Length length_of(std::string_view text, std::initializer_list<WrittenParam> params,
@@ -350,7 +372,8 @@ constexpr bool same(const char *a, const char *b) {
 // word kernels take no parameter.
 consteval Entry make_entry(const char *id, const char *kernel, const char *name,
                            unsigned precisions, std::initializer_list<WrittenParam> params,
-                           std::initializer_list<Method> methods, const char *about) {
+                           std::initializer_list<Method> methods, const char *about,
+                           const char *support = nullptr) {
     using read::distributions_def_is_malformed;
     Entry e;
     e.id = id;
@@ -407,6 +430,10 @@ consteval Entry make_entry(const char *id, const char *kernel, const char *name,
         e.methods[k++] = m;
     }
     e.method_count = k;
+    if (support != nullptr) {
+        e.support = support;
+        read::interval(support, &e.support_low, &e.support_high, params, -1);
+    }
     return e;
 }
 
@@ -445,9 +472,12 @@ consteval Entry make_entry(const char *id, const char *kernel, const char *name,
     ::korb::dist::list::Method {        \
 #constant, id, name             \
     }
-#define KORB_DIST(Id, Kernel, name, precisions, params, methods, about)            \
-    ::korb::dist::list::make_entry(#Id, #Kernel, name, KORB_DIST_SET_##precisions, \
-                                   {KORB_DIST_UNPACK params}, {KORB_DIST_UNPACK methods}, about),
+// KORB_RANGE(support, reach) gives make_entry the support; the reach is for the public library.
+#define KORB_RANGE(support, ...) support
+#define KORB_DIST(Id, Kernel, name, precisions, params, methods, about, ...)              \
+    ::korb::dist::list::make_entry(#Id, #Kernel, name, KORB_DIST_SET_##precisions,        \
+                                   {KORB_DIST_UNPACK params}, {KORB_DIST_UNPACK methods}, \
+                                   about __VA_OPT__(, ) __VA_ARGS__),
 inline constexpr Entry kEntries[] = {
 #include "distributions/distributions.def"
 };

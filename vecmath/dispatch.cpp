@@ -292,3 +292,11 @@ void dispatch_error_z_from_real(int status, int index, const double *a, ComplexD
 }
 
 }  // namespace korb::vecmath
+
+// A call refused by the dispatching layer carries no element: the dispatcher neither reads nor
+// writes the vectors of BADSIZE and BADMEM, so any element type serves.
+extern "C" void korb_arq_kernel_ReportArgumentError(int status, int value, const char *name) {
+    if (status != ARQ_STATUS_BADSIZE && status != ARQ_STATUS_BADMEM) return;
+    korb::vecmath::dispatch_error_d(status, status == ARQ_STATUS_BADSIZE ? value : 0, nullptr,
+                                    nullptr, nullptr, nullptr, name);
+}

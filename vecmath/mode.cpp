@@ -205,6 +205,13 @@ const void *korb_arq_kernel_SetInterfInputVectorPointer(const void *base) {
     return base;
 }
 
+unsigned int korb_arq_kernel_RestoreMode(unsigned int mode) {
+    korb::vecmath::ThreadState &s = thread_state();
+    const unsigned int old = korb::vecmath::current_mode(s);
+    s.mode = mode;
+    return old;
+}
+
 // The _arq names are the same functions.
 #define KORB_ARQ_ALIAS(op) \
     decltype(korb_arq_kernel_##op) _arq##op __attribute__((alias("korb_arq_kernel_" #op)));

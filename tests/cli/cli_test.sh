@@ -35,8 +35,11 @@ one_line_error() {  # a usage error is exactly one line on standard error, nothi
     fi
 }
 
-check "info" 0 '^kernel library class: 0 \(x86-64\)$' "$korb" info
+check "info" 0 '^kernel library class: [034] \(.*\)$' "$korb" info
+check "class 0 forced" 0 '^kernel library class: 0 \(x86-64\)$' env KORB_DEBUG_CPU_TYPE=0 "$korb" info
 check "info version" 0 '^korb [0-9]+\.[0-9]+\.[0-9]+$' "$korb" info
+check "--version" 0 '^korb [0-9]+\.[0-9]+\.[0-9]+$' "$korb" --version
+one_line_error "--version with an argument" "$korb" --version x
 check "info detected" 0 '^processor class: [0-4] \(.*\), detected$' "$korb" info
 check "forced class" 0 '^processor class: 2 \(avx\), forced by KORB_DEBUG_CPU_TYPE$' \
     env KORB_DEBUG_CPU_TYPE=2 "$korb" info

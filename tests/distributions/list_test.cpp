@@ -198,7 +198,7 @@ consteval bool all(std::initializer_list<bool> checks) {
 // (Last in this file: KORB_METHOD is redefined for it.)
 #undef KORB_METHOD
 #define KORB_METHOD(constant, id, name) (BIX_RNG_METHOD_##constant == (id))
-#define KORB_DIST(Id, Kernel, name, precisions, params, methods, about)                  \
+#define KORB_DIST(Id, Kernel, name, precisions, params, methods, about, ...)             \
     KORB_DIST_EACH_##precisions(KORB_DIST_DECLARED_AS_LISTED, Id, Kernel) static_assert( \
         all({KORB_DIST_UNPACK methods}),                                                 \
         "a method constant of " #Id " in korb/kernel/rng.h differs from distributions.def");

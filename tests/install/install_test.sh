@@ -1,6 +1,8 @@
 #!/bin/sh
 # Installs the build tree into a scratch prefix, then builds and runs a small consumer twice:
-# with CMake's find_package(korb) and with pkg-config. The installed korb command runs too.
+# with CMake's find_package(korb) and with pkg-config, each linking -lkorb and running without
+# LD_LIBRARY_PATH (the run path comes from CMake, or from the .pc file's -Wl,-rpath). The
+# installed korb command runs too.
 # usage: install_test.sh <build dir> <consumer source dir> <scratch dir> [extra compiler flags]
 set -eu
 build=$1
@@ -12,15 +14,16 @@ rm -rf "$scratch"
 prefix=$scratch/prefix
 cmake --install "$build" --prefix "$prefix" >/dev/null
 
-libdir=$(dirname "$(find "$prefix" -name libkorb_def.so | head -n 1)")
-[ -f "$libdir/libkorb_core.so" ] || { echo "libkorb_core.so not installed beside the kernel"; exit 1; }
-[ -f "$prefix/include/korb/kernel/frame.h" ] || { echo "headers not installed"; exit 1; }
-for lib in libkorb_avx2.so libkorb_avx512.so; do
-    [ -f "$libdir/$lib" ] || { echo "$lib not installed beside the default kernel library"; exit 1; }
+libdir=$(dirname "$(find "$prefix" -name libkorb.so.1 | head -n 1)")
+for f in libkorb.so libkorb_def.so libkorb_avx2.so libkorb_avx512.so libkorb_core.so; do
+    [ -e "$libdir/$f" ] || { echo "$f not installed beside libkorb.so.1"; exit 1; }
 done
+[ -f "$prefix/include/korb/korb.h" ] || { echo "public headers not installed"; exit 1; }
+[ -f "$prefix/include/korb/kernel/frame.h" ] || { echo "kernel headers not installed"; exit 1; }
+unset LD_LIBRARY_PATH
 
 # The installed command finds its library through its run path, and the class libraries beside it.
-"$prefix/bin/korb" info | grep -q '^kernel library class: 0'
+"$prefix/bin/korb" info | grep -q '^kernel library class: [034]'
 "$prefix/bin/korb" info | grep -qE '^  libkorb_avx2\.so +class 3 .*(runs here|needs a newer processor)$'
 
 # CMake package.
@@ -35,8 +38,8 @@ moved_libdir=$scratch/moved/${libdir#"$prefix"/}
 PKG_CONFIG_PATH=$moved_libdir/pkgconfig
 export PKG_CONFIG_PATH
 # shellcheck disable=SC2046,SC2086
-cc -std=c99 -Wall -Werror $flags $(pkg-config --cflags korb) "$src/main.c" -o "$scratch/pc-consumer" \
-    $(pkg-config --libs korb) -Wl,-rpath,"$moved_libdir"
+cc -std=c99 -D_DEFAULT_SOURCE -Wall -Werror $flags $(pkg-config --cflags korb) "$src/main.c" \
+    -o "$scratch/pc-consumer" $(pkg-config --libs korb) -lm
 "$scratch/pc-consumer"
 rm -rf "$scratch"
 echo "1 passed, 0 failed"

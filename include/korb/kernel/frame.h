@@ -1,36 +1,20 @@
 /*
  * korb: library frame.
  *
- * What every family shares: the export macro, the library identification, the memory services
+ * What every family shares: the library identification, the memory services
  * (backed by libkorb_core.so, resolved by name on first use), the numbered message printer and
  * the processor class. Plain C99; usable from C and C++.
  */
-#ifndef KORB_FRAME_H
-#define KORB_FRAME_H
+#ifndef KORB_KERNEL_FRAME_H
+#define KORB_KERNEL_FRAME_H
 
 #include <stddef.h>
 
-#if defined(KORB_BUILDING_LIBRARY)
-#define KORB_API __attribute__((visibility("default")))
-#else
-#define KORB_API
-#endif
+#include "../common.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-#define KORB_VERSION_MAJOR 0
-#define KORB_VERSION_MINOR 1
-#define KORB_VERSION_PATCH 0
-
-/* Processor classes: the value of the processor-type word and the class a kernel library serves. */
-#define KORB_CPU_GENERIC 0   /* x86-64 baseline, SSE2 */
-#define KORB_CPU_X86_64_V2 1 /* SSE4.2, POPCNT */
-#define KORB_CPU_AVX 2       /* AVX with OS-enabled AVX state */
-#define KORB_CPU_X86_64_V3 3 /* AVX2, FMA, BMI2 */
-#define KORB_CPU_X86_64_V4 4 /* AVX-512 F/BW/DQ/VL */
-#define KORB_CPU_RESERVED 5
 
 /* Processor-type word: not yet decided, decided by detection; 0 to 5 means forced. */
 #define KORB_CPU_TYPE_UNDECIDED (-911)
@@ -105,4 +89,4 @@ KORB_API void korbMessage(int kind, int number, int argCount, ...);
 }
 #endif
 
-#endif /* KORB_FRAME_H */
+#endif /* KORB_KERNEL_FRAME_H */
