@@ -4,7 +4,7 @@ CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 FUZZ_SECONDS ?= 600
 
 .PHONY: all build run test test-sanitize test-tsan bench accuracy stream-check costs tables \
-        verify-tables digests fuzz fuzz-smoke quality deps format clean
+        verify-tables vm-header digests fuzz fuzz-smoke quality deps format clean
 
 all: build
 
@@ -53,6 +53,10 @@ bench: build
 	/usr/bin/python3 bench/numpy_quantiles.py
 	/usr/bin/python3 bench/numpy_vm.py
 	/usr/bin/python3 bench/numpy_gamma_beta_mv.py
+
+# The public header's vector-math declarations, rewritten from vecmath/functions.def.
+vm-header: build
+	./build/bin/gen_vm_header > include/korb/vm_functions.h
 
 # The long accuracy run against MPFR: every float for the single-precision functions, then
 # 10^8 points per double function.

@@ -83,6 +83,29 @@ KORB_API int64_t korb_df_iEditVal(DfTask *task, int64_t id, int64_t value) {
         KORB_PUB_DF(p##Construct1D);                                                             \
         if (const int64_t s = precision_of(task, precision)) return s;                           \
         return kernel(task, format, method);                                                     \
+    }                                                                                            \
+    KORB_API int64_t korb_df_##p##SearchCells1D(DfTask *task, int64_t method, int64_t nsite,     \
+                                                const T site[], int64_t sitehint,                \
+                                                int64_t cell[]) {                                \
+        KORB_PUB_DF(p##SearchCells1D);                                                           \
+        if (const int64_t s = precision_of(task, precision)) return s;                           \
+        return kernel(task, method, nsite, site, sitehint, cell);                                \
+    }                                                                                            \
+    KORB_API int64_t korb_df_##p##Interpolate1D(                                                 \
+        DfTask *task, int64_t type, int64_t method, int64_t nsite, const T site[],               \
+        int64_t sitehint, int64_t ndorder, const int64_t dorder[], T r[], int64_t rhint,         \
+        int64_t cell[]) {                                                                        \
+        KORB_PUB_DF(p##Interpolate1D);                                                           \
+        if (const int64_t s = precision_of(task, precision)) return s;                           \
+        return kernel(task, type, method, nsite, site, sitehint, ndorder, dorder, r, rhint,      \
+                      cell);                                                                     \
+    }                                                                                            \
+    KORB_API int64_t korb_df_##p##Integrate1D(DfTask *task, int64_t method, int64_t nlim,        \
+                                              const T llim[], int64_t llimhint, const T rlim[],  \
+                                              int64_t rlimhint, T r[], int64_t rhint) {          \
+        KORB_PUB_DF(p##Integrate1D);                                                             \
+        if (const int64_t s = precision_of(task, precision)) return s;                           \
+        return kernel(task, method, nlim, llim, llimhint, rlim, rlimhint, r, rhint);             \
     }
 KORB_PUB_DF_PRECISION(d, double, DF_PRECISION_DOUBLE)
 KORB_PUB_DF_PRECISION(s, float, DF_PRECISION_SINGLE)

@@ -115,10 +115,12 @@ int check(int method, const BixStream *stream, int n, const Out *r, const double
 // arguments.
 #undef KORB_PARAM
 #undef KORB_ARRAY
+#undef KORB_DIMENSION
 #undef KORB_METHOD
 #undef KORB_RANGE
 #define KORB_PARAM(name, T, ...) (P, name, T)
 #define KORB_ARRAY(name, T, ...) (A, name, T)
+#define KORB_DIMENSION(name, ...) (P, name, Int)
 #define KORB_METHOD(...)
 #define KORB_RANGE(support, ...) __VA_OPT__(__VA_ARGS__)
 

@@ -137,6 +137,20 @@ constexpr Text kDf[] = {
     {-1023, "DF_ERROR_BAD_PARTITION: the partition is not finite and strictly increasing"},
     {-1024, "DF_ERROR_BAD_PERIODIC_VAL: a periodic spline's first and last values differ"},
     {-1025, "DF_ERROR_TOO_FEW_POINTS: too few points for the spline and its conditions"},
+    {-1026, "DF_ERROR_BAD_NSITE: the number of sites is negative or too large"},
+    {-1027, "DF_ERROR_NULL_SITE: the sites are NULL"},
+    {-1028, "DF_ERROR_BAD_SITE_HINT: the site hint is not accepted"},
+    {-1029, "DF_ERROR_NULL_CELL: the cell array is NULL"},
+    {-1030, "DF_ERROR_BAD_INTERP_TYPE: the interpolation type is not accepted"},
+    {-1031, "DF_ERROR_BAD_NDORDER: the number of derivative orders is out of range"},
+    {-1032, "DF_ERROR_NULL_DORDER: the derivative orders are NULL"},
+    {-1033, "DF_ERROR_NULL_RESULT: the result array is NULL"},
+    {-1034, "DF_ERROR_BAD_RESULT_HINT: the result layout is not accepted"},
+    {-1035, "DF_ERROR_BAD_NLIM: the number of limits is negative or too large"},
+    {-1036, "DF_ERROR_NULL_LLIM: the left limits are NULL"},
+    {-1037, "DF_ERROR_BAD_LLIM_HINT: the left-limit hint is not accepted"},
+    {-1038, "DF_ERROR_NULL_RLIM: the right limits are NULL"},
+    {-1039, "DF_ERROR_BAD_RLIM_HINT: the right-limit hint is not accepted"},
 };
 
 template <size_t N>

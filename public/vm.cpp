@@ -8,6 +8,7 @@
 // the kernel of the slot korb_arq_kernel_GetTTableIndex gives for the thread's mode is called on
 // the whole vectors (no splitting, so the vector base is left alone).
 #include <cstdint>
+#include <type_traits>
 
 #include "korb/vm.h"
 #include "public/loader.h"
@@ -63,18 +64,32 @@ inline int slot() {
 
 // Runs `call` under `mode` and gives the thread's whole mode word back after.
 template <class F>
-inline void under_mode(unsigned mode, F call) {
+inline auto under_mode(unsigned mode, F call) {
     static const auto set = kernel_function<SetModeFn>("korb_arq_kernel_SetMode");
     static const auto restore = kernel_function<SetModeFn>("korb_arq_kernel_RestoreMode");
     const unsigned old = set(mode);
-    call();
-    restore(old);
+    if constexpr (std::is_void_v<decltype(call())>) {
+        call();
+        restore(old);
+    } else {
+        const auto result = call();
+        restore(old);
+        return result;
+    }
 }
 
 // A function's kernel table (three kernels, slots 0 to 2), as the kernel library exports it.
 template <class Fn>
 const Fn *table(const char *name) {
     return reinterpret_cast<const Fn *>(kernel_symbol(name));
+}
+
+// A refused call's return: nothing for the computing kernels, 0 elements moved for the
+// bit-level ones that return a count.
+template <class R>
+[[gnu::noinline, gnu::cold]] R refused(int n, const char *name) {
+    refuse(n, name);
+    if constexpr (!std::is_void_v<R>) return R(0);
 }
 
 }  // namespace
@@ -98,6 +113,26 @@ const Fn *table(const char *name) {
 #define KORB_PUB_KIND_from_real(T, R) \
     (int n, const R *a, T *r), (n, a, r), (n > 0 && a != nullptr && r != nullptr)
 
+// The data movers: indices, masks and strides are the caller's to keep inside the arrays (a
+// stride or an index may be of either sign, and 0 is a broadcast); the flag's reserved bits are
+// the kernel's to refuse.
+#define KORB_PUB_KIND_pack_stride(T, R)                                        \
+    (int n, const T *a, int64_t stride, T *r, int flag), (n, a, stride, r, flag), \
+        (n > 0 && a != nullptr && r != nullptr)
+#define KORB_PUB_KIND_pack_vector(T, R)                                                   \
+    (int n, const T *a, const int64_t *selector, T *r, int flag), (n, a, selector, r, flag), \
+        (n > 0 && a != nullptr && selector != nullptr && r != nullptr)
+#define KORB_PUB_KIND_unpack_stride(T, R)                                      \
+    (int n, const T *a, T *r, int64_t stride, int flag), (n, a, r, stride, flag), \
+        (n > 0 && a != nullptr && r != nullptr)
+#define KORB_PUB_KIND_unpack_vector(T, R)                                                 \
+    (int n, const T *a, T *r, const int64_t *selector, int flag), (n, a, r, selector, flag), \
+        (n > 0 && a != nullptr && selector != nullptr && r != nullptr)
+#define KORB_PUB_KIND_linear_frac(T, R)                                                     \
+    (int n, const T *a, const T *b, T scalea, T shifta, T scaleb, T shiftb, T *r),          \
+        (n, a, b, scalea, shifta, scaleb, shiftb, r),                                      \
+        (n > 0 && a != nullptr && b != nullptr && r != nullptr)
+
 #define KORB_PUB_UNPACK(...) __VA_ARGS__
 #define KORB_PUB_FIRST(a, ...) a
 #define KORB_PUB_PARAMS(sig) KORB_PUB_PARAMS_(sig)
@@ -116,24 +151,22 @@ const Fn *table(const char *name) {
 #define KORB_PUB_BUILT_0(p, F, kind, result)
 #define KORB_PUB_BUILT_1(p, F, kind, result)                                              \
     using korb_pub_fn_##p##F = result(*) KORB_PUB_PARAMS(KORB_PUB_SIG(p, kind));          \
-    extern "C" KORB_API void v##p##F KORB_PUB_PARAMS(KORB_PUB_SIG(p, kind)) {             \
+    extern "C" KORB_API result v##p##F KORB_PUB_PARAMS(KORB_PUB_SIG(p, kind)) {           \
         if (!KORB_PUB_OK(KORB_PUB_SIG(p, kind))) [[unlikely]] {                           \
-            ::korb::pub::refuse(n, "v" #p #F);                                            \
-            return;                                                                       \
+            return ::korb::pub::refused<result>(n, "v" #p #F);                            \
         }                                                                                 \
         static const korb_pub_fn_##p##F *const tab =                                      \
             ::korb::pub::table<korb_pub_fn_##p##F>("korb_arq_kernel_" #p #F "_ttab");     \
-        tab[::korb::pub::slot()] KORB_PUB_ARGS(KORB_PUB_SIG(p, kind));                    \
+        return tab[::korb::pub::slot()] KORB_PUB_ARGS(KORB_PUB_SIG(p, kind));             \
     }                                                                                     \
-    extern "C" KORB_API void vm##p##F KORB_PUB_MODE_PARAMS(KORB_PUB_SIG(p, kind)) {       \
-        ::korb::pub::under_mode(mode, [&] {                                               \
+    extern "C" KORB_API result vm##p##F KORB_PUB_MODE_PARAMS(KORB_PUB_SIG(p, kind)) {     \
+        return ::korb::pub::under_mode(mode, [&]() -> result {                            \
             if (!KORB_PUB_OK(KORB_PUB_SIG(p, kind))) [[unlikely]] {                       \
-                ::korb::pub::refuse(n, "v" #p #F);                                        \
-                return;                                                                   \
+                return ::korb::pub::refused<result>(n, "v" #p #F);                        \
             }                                                                             \
             static const korb_pub_fn_##p##F *const tab =                                  \
                 ::korb::pub::table<korb_pub_fn_##p##F>("korb_arq_kernel_" #p #F "_ttab"); \
-            tab[::korb::pub::slot()] KORB_PUB_ARGS(KORB_PUB_SIG(p, kind));                \
+            return tab[::korb::pub::slot()] KORB_PUB_ARGS(KORB_PUB_SIG(p, kind));         \
         });                                                                               \
     }
 #define KORB_ARQ_FUNCTION(p, F, kind, result, slots, built, costs, bounds, reference, libm, \

@@ -47,6 +47,21 @@ extern "C" {
 #define DF_ERROR_BAD_PARTITION (-1023)    /* partition not strictly increasing, or not finite */
 #define DF_ERROR_BAD_PERIODIC_VAL (-1024) /* periodic spline: first and last values differ */
 #define DF_ERROR_TOO_FEW_POINTS (-1025)   /* nx too small for the spline and its condition */
+/* Refusals of the search, interpolation and integration kernels. */
+#define DF_ERROR_BAD_NSITE (-1026)       /* nsite < 0, or more results than any array can hold */
+#define DF_ERROR_NULL_SITE (-1027)       /* sites null */
+#define DF_ERROR_BAD_SITE_HINT (-1028)   /* site hint other than 0, 1 or 4 */
+#define DF_ERROR_NULL_CELL (-1029)       /* cell array null where cells are to be written */
+#define DF_ERROR_BAD_INTERP_TYPE (-1030) /* interpolation type other than 1, 2 or 3 */
+#define DF_ERROR_BAD_NDORDER (-1031)     /* ndorder < 1 or larger than the spline order */
+#define DF_ERROR_NULL_DORDER (-1032)     /* derivative orders null */
+#define DF_ERROR_NULL_RESULT (-1033)     /* result array null */
+#define DF_ERROR_BAD_RESULT_HINT (-1034) /* result layout not accepted */
+#define DF_ERROR_BAD_NLIM (-1035)        /* nlim < 0, or more results than any array can hold */
+#define DF_ERROR_NULL_LLIM (-1036)       /* left limits null */
+#define DF_ERROR_BAD_LLIM_HINT (-1037)   /* left-limit hint other than 0, 1 or 4 */
+#define DF_ERROR_NULL_RLIM (-1038)       /* right limits null */
+#define DF_ERROR_BAD_RLIM_HINT (-1039)   /* right-limit hint other than 0, 1 or 4 */
 
 /* Pointer attributes of korb_df_kernel_[d|s]EditPtr (and ids 2 and 5 of EditIdxPtr). */
 #define DF_PTR_X 1
@@ -120,6 +135,42 @@ extern "C" {
 /* The construction format (piecewise-polynomial coefficients) and method. */
 #define DF_PP_SPLINE 1
 #define DF_METHOD_STD 0
+
+/*
+ * x hints: what the caller knows of the partition. The points must increase strictly whatever
+ * the hint; the hint chooses how the search kernels find a site's cell.
+ */
+#define DF_X_ANY 0            /* increasing points: branch-free binary search */
+#define DF_X_SORTED 1         /* the same as DF_X_ANY */
+#define DF_X_NEARLY_UNIFORM 2 /* cells of similar widths: a guess from the ends, a local walk */
+#define DF_X_UNIFORM 4        /* x holds the two ends; the nx points lie evenly between them */
+
+/*
+ * Site hints of the search and interpolation kernels, and limit hints of the integration kernel.
+ * They change the speed, never the result: sites that break a hint's promise are found all the
+ * same, only more slowly.
+ */
+#define DF_SITES_ANY 0     /* no order */
+#define DF_SITES_SORTED 1  /* ascending: one merging walk along the partition */
+#define DF_SITES_UNIFORM 4 /* the array holds two ends a, b; the n sites lie evenly from a to b */
+
+/* Interpolation type bits: values and derivatives, cells, or both. */
+#define DF_INTERP_VALUES 0x1
+#define DF_INTERP_CELLS 0x2
+
+/*
+ * Result layouts of the interpolation kernel (nd requested derivatives, nsite sites, ny
+ * functions): the result of derivative rank q (0 for the lowest requested) of function i at
+ * site j lies at
+ *   DF_R_FUNC_SITE_DER   r[(i * nsite + j) * nd + q]
+ *   DF_R_FUNC_DER_SITE   r[(i * nd + q) * nsite + j]
+ *   DF_R_SITE_FUNC_DER   r[(j * ny + i) * nd + q]
+ * The integration kernel takes the same three with nd = 1: the first two put the integral of
+ * function i over interval k at r[i * nlim + k], the third at r[k * ny + i].
+ */
+#define DF_R_FUNC_SITE_DER 0
+#define DF_R_FUNC_DER_SITE 1
+#define DF_R_SITE_FUNC_DER 2
 
 #define DF_MODEL_PP 4 /* model kind of every task made here */
 #define DF_PRECISION_SINGLE 0

@@ -129,6 +129,32 @@ KORB_API int bixsRngLognormal(int method, BixStream *stream, int n, float r[], f
 KORB_API int bixdRngGumbel(int method, BixStream *stream, int n, double r[], double a, double beta);
 KORB_API int bixsRngGumbel(int method, BixStream *stream, int n, float r[], float a, float beta);
 
+/* a + beta X, X gamma of shape alpha > 0 (density x^(alpha-1) e^-x / Gamma(alpha)); beta > 0.
+   Methods BIX_RNG_METHOD_GAMMA_SQUEEZE, _SQUEEZE_ACCURATE (at least a). A rejection method: the
+   same stream state, n and parameters give the same variates, but n drawn in two calls need not
+   give those of one call. */
+KORB_API int bixdRngGamma(int method, BixStream *stream, int n, double r[], double alpha, double a,
+                          double beta);
+KORB_API int bixsRngGamma(int method, BixStream *stream, int n, float r[], float alpha, float a,
+                          float beta);
+
+/* a + beta X, X beta of shapes p > 0 and q > 0, in [a, a + beta]; beta > 0. Methods
+   BIX_RNG_METHOD_BETA_REJECTION, _REJECTION_ACCURATE (clamped into [a, a + beta]). A rejection
+   method, reproducible as the gamma's. */
+KORB_API int bixdRngBeta(int method, BixStream *stream, int n, double r[], double p, double q,
+                         double a, double beta);
+KORB_API int bixsRngBeta(int method, BixStream *stream, int n, float r[], float p, float q, float a,
+                         float beta);
+
+/* n vectors of dimension dimen >= 1 into r[i * dimen + j]: a + T z, z standard normal, a the
+   dimen means, T the lower-triangular factor of the covariance T T' in storage mstorage
+   (BIX_RNG_MATRIX_FULL, _PACKED, _DIAGONAL). Methods BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER,
+   _BOXMULLER2, _ICDF (the Gaussian's of the same id). */
+KORB_API int bixdRngGaussianMV(int method, BixStream *stream, int n, double r[], int dimen,
+                               int mstorage, const double *a, const double *t);
+KORB_API int bixsRngGaussianMV(int method, BixStream *stream, int n, float r[], int dimen,
+                               int mstorage, const float *a, const float *t);
+
 /* --- Discrete distributions: int variates ------------------------------------------------- */
 
 /* Integers a..b-1, each as likely; a < b. Method BIX_RNG_METHOD_STD. */

@@ -156,6 +156,17 @@ typedef int (*BixsUpdateFuncPtr)(BixStream *stream, int n, float buffer[]);
 #define BIX_RNG_METHOD_UNIFORMBITS_STD 0
 #define BIX_RNG_METHOD_UNIFORMBITS32_STD 0
 #define BIX_RNG_METHOD_UNIFORMBITS64_STD 0
+#define BIX_RNG_METHOD_GAMMA_SQUEEZE 0 /* Marsaglia and Tsang's squeeze on normals */
+#define BIX_RNG_METHOD_GAMMA_SQUEEZE_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG /* at least a */
+#define BIX_RNG_METHOD_BETA_REJECTION 0 /* Johnk, Cheng's BB or BC by the shapes */
+#define BIX_RNG_METHOD_BETA_REJECTION_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG /* clamped */
+#define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER 0  /* the Gaussian methods of the same id */
+#define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER2 1
+#define BIX_RNG_METHOD_GAUSSIANMV_ICDF 2
+/* Storage of the multivariate Gaussian's lower-triangular factor T. */
+#define BIX_RNG_MATRIX_FULL 0     /* dimen x dimen row-major, above the diagonal not read */
+#define BIX_RNG_MATRIX_PACKED 1   /* the lower triangle row by row, dimen (dimen + 1) / 2 */
+#define BIX_RNG_MATRIX_DIAGONAL 2 /* the dimen diagonal elements */
 
 #ifdef __cplusplus
 }

@@ -42,58 +42,32 @@ KORB_API ArqErrorCallBack korb_arq_GetErrorCallBack(void);
 KORB_API ArqErrorCallBack korb_arq_SetErrorCallBack(ArqErrorCallBack callback);
 KORB_API ArqErrorCallBack korb_arq_ClearErrorCallBack(void);
 
-/* Cos, Sin, Tan of radians of any magnitude; SinCos: sines in r1, cosines in r2.
-   +-Inf gives NaN with ARQ_STATUS_ERRDOM. */
-KORB_API void vsCos(int n, const float *a, float *r);
-KORB_API void vmsCos(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdCos(int n, const double *a, double *r);
-KORB_API void vmdCos(int n, const double *a, double *r, unsigned int mode);
-KORB_API void vsSin(int n, const float *a, float *r);
-KORB_API void vmsSin(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdSin(int n, const double *a, double *r);
-KORB_API void vmdSin(int n, const double *a, double *r, unsigned int mode);
-KORB_API void vsSinCos(int n, const float *a, float *r1, float *r2);
-KORB_API void vmsSinCos(int n, const float *a, float *r1, float *r2, unsigned int mode);
-KORB_API void vdSinCos(int n, const double *a, double *r1, double *r2);
-KORB_API void vmdSinCos(int n, const double *a, double *r1, double *r2, unsigned int mode);
-KORB_API void vsTan(int n, const float *a, float *r);
-KORB_API void vmsTan(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdTan(int n, const double *a, double *r);
-KORB_API void vmdTan(int n, const double *a, double *r, unsigned int mode);
+#ifdef __cplusplus
+}
+#endif
 
-/* ErfInv: inverse error function. +-1 gives +-Inf with ARQ_STATUS_SING, |a| > 1 NaN with
-   ARQ_STATUS_ERRDOM. */
-KORB_API void vsErfInv(int n, const float *a, float *r);
-KORB_API void vmsErfInv(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdErfInv(int n, const double *a, double *r);
-KORB_API void vmdErfInv(int n, const double *a, double *r, unsigned int mode);
+/*
+ * The functions, one group per function in korb/vm_functions.h. A few conventions:
+ *   Cos, Sin, Tan, SinCos take radians of any magnitude (SinCos: sines in r1, cosines in r2);
+ *     +-Inf gives NaN with ARQ_STATUS_ERRDOM.
+ *   Exp, Pow, Powx, Sinh, Cosh: overflow gives +-Inf with ARQ_STATUS_OVERFLOW, a result below the
+ *     least normal number ARQ_STATUS_UNDERFLOW.
+ *   Ln, Log10, Log1p, ErfInv, ErfcInv, CdfNormInv, Atanh: a pole gives +-Inf with ARQ_STATUS_SING,
+ *     an argument outside the domain NaN with ARQ_STATUS_ERRDOM.
+ *   Pow and Powx follow C99's pow; Pow2o3 is the real cube root squared (defined for negative a).
+ *   Abs, the rounding functions, Modf and the data movers only move or mask bits: they neither
+ *     read the mode nor report, and return n (PackM, UnpackM: the number of elements moved).
+ *   PackI/UnpackI move by a stride, PackM/UnpackM where a mask is non-zero, PackV/UnpackV by an
+ *     index vector; bit 0 of flag makes PackV's and UnpackV's indices 1-based, other bits are
+ *     reserved (a call setting one moves nothing and returns 0).
+ *   LinearFrac(n, a, b, scalea, shifta, scaleb, shiftb, r): r[i] = (scalea*a[i] + shifta) /
+ *     (scaleb*b[i] + shiftb), each operation rounded once in that order.
+ */
+#include "vm_functions.h"
 
-/* Exp: e^a. Overflow gives +Inf with ARQ_STATUS_OVERFLOW, a result below the least normal
-   number ARQ_STATUS_UNDERFLOW. */
-KORB_API void vsExp(int n, const float *a, float *r);
-KORB_API void vmsExp(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdExp(int n, const double *a, double *r);
-KORB_API void vmdExp(int n, const double *a, double *r, unsigned int mode);
-
-/* Ln: natural logarithm. +-0 gives -Inf with ARQ_STATUS_SING, a negative argument NaN with
-   ARQ_STATUS_ERRDOM. */
-KORB_API void vsLn(int n, const float *a, float *r);
-KORB_API void vmsLn(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdLn(int n, const double *a, double *r);
-KORB_API void vmdLn(int n, const double *a, double *r, unsigned int mode);
-
-/* Powx: a[i]^b for one exponent b, as C99's pow; ARQ_STATUS_SING for +-0 to a negative power,
-   ARQ_STATUS_ERRDOM for a negative base with a non-integer exponent, and the range statuses. */
-KORB_API void vsPowx(int n, const float *a, float b, float *r);
-KORB_API void vmsPowx(int n, const float *a, float b, float *r, unsigned int mode);
-KORB_API void vdPowx(int n, const double *a, double b, double *r);
-KORB_API void vmdPowx(int n, const double *a, double b, double *r, unsigned int mode);
-
-/* Sqrt: square root, correctly rounded; a negative argument gives NaN with ARQ_STATUS_ERRDOM. */
-KORB_API void vsSqrt(int n, const float *a, float *r);
-KORB_API void vmsSqrt(int n, const float *a, float *r, unsigned int mode);
-KORB_API void vdSqrt(int n, const double *a, double *r);
-KORB_API void vmdSqrt(int n, const double *a, double *r, unsigned int mode);
+#ifdef __cplusplus
+extern "C" {
+#endif
 
 #ifdef __cplusplus
 }

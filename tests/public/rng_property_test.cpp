@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <type_traits>
 #include <vector>
 
 #include "distributions/list.h"
@@ -18,16 +19,36 @@ namespace {
 
 namespace list = korb::dist::list;
 
-// One public entry point of the list behind a uniform signature: the parameters as doubles (each
-// converted to the entry point's own type), arrays not carried.
+// One public entry point of the list behind a uniform signature: the scalar parameters as doubles
+// (each converted to the entry point's own type); an array parameter gets kArrayLength elements
+// of 0.5, inside every array domain of the list (means and factors), enough for the dimensions
+// the test draws.
 template <class Out>
 using Caller = int (*)(int method, BixStream *stream, int n, Out *r, const double *p);
+
+constexpr int kMaxDimension = 8;
+constexpr int kArrayLength = kMaxDimension * kMaxDimension;
+
+template <class T>
+const T *array_argument() {
+    static const std::vector<T> values(kArrayLength, T(0.5));
+    return values.data();
+}
+
+template <class A>
+A argument(double value) {
+    if constexpr (std::is_pointer_v<A>) {
+        return array_argument<std::remove_const_t<std::remove_pointer_t<A>>>();
+    } else {
+        return static_cast<A>(value);
+    }
+}
 
 template <class Out, class... A>
 int call_with(int (*f)(int, BixStream *, int, Out *, A...), int method, BixStream *stream, int n,
               Out *r, const double *p) {
     return [&]<size_t... k>(std::index_sequence<k...>) {
-        return f(method, stream, n, r, static_cast<A>(p[k])...);
+        return f(method, stream, n, r, argument<A>(p[k])...);
     }
     (std::index_sequence_for<A...>{});
 }
@@ -119,8 +140,14 @@ std::string one_call(const EntryPoint &ep, Caller<Out> f, BixStream *stream, std
     }
     // Pairs in order now and then, so that relations such as a < b hold often enough.
     if (e.param_count >= 2 && g() % 2 == 0 && p[0] > p[1]) std::swap(p[0], p[1]);
-
+    // A vector distribution's dimension stays within the arrays the test passes.
     size_t per_variate = 1;
+    if (e.dimension >= 0) {
+        static const double kDimensions[] = {-1, 0, 1, 2, 3, kMaxDimension};
+        p[e.dimension] = kDimensions[g() % std::size(kDimensions)];
+        per_variate = static_cast<size_t>(std::max(p[e.dimension], 1.0));
+    }
+
     if (ep.own_words && stream != nullptr) {
         BrngProperties props{};
         if (bixGetBrngProperties(bixGetStreamStateBrng(stream), &props) == BIX_ERROR_OK) {

@@ -349,14 +349,10 @@ KORB_API int _bixsRngGumbel(int method, BixStream *stream, int n, float r[], flo
  *   Cheng's BC otherwise, a pair of uniforms per candidate. ACCURATE: clamped into
  *   [a, a + beta].
  */
-#define BIX_RNG_METHOD_GAMMA_SQUEEZE 0
-#define BIX_RNG_METHOD_GAMMA_SQUEEZE_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG
 KORB_API int _bixdRngGamma(int method, BixStream *stream, int n, double r[], double alpha,
                            double a, double beta);
 KORB_API int _bixsRngGamma(int method, BixStream *stream, int n, float r[], float alpha, float a,
                            float beta);
-#define BIX_RNG_METHOD_BETA_REJECTION 0
-#define BIX_RNG_METHOD_BETA_REJECTION_ACCURATE BIX_RNG_METHOD_ACCURACY_FLAG
 KORB_API int _bixdRngBeta(int method, BixStream *stream, int n, double r[], double p, double q,
                           double a, double beta);
 KORB_API int _bixsRngBeta(int method, BixStream *stream, int n, float r[], float p, float q,
@@ -375,12 +371,6 @@ KORB_API int _bixsRngBeta(int method, BixStream *stream, int n, float r[], float
  * these three gives BIX_ERROR_BADMETHOD, a dimension below 1 or another storage code
  * BIX_ERROR_BADARGS, with nothing drawn.
  */
-#define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER 0
-#define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER2 1
-#define BIX_RNG_METHOD_GAUSSIANMV_ICDF 2
-#define BIX_RNG_MATRIX_FULL 0
-#define BIX_RNG_MATRIX_PACKED 1
-#define BIX_RNG_MATRIX_DIAGONAL 2
 KORB_API int _bixdRngGaussianMV(int method, BixStream *stream, int n, double r[], int dimen,
                                 int mstorage, const double *a, const double *t);
 KORB_API int _bixsRngGaussianMV(int method, BixStream *stream, int n, float r[], int dimen,

@@ -671,16 +671,11 @@ KORB_API extern const ArqBitKernelD2 korb_arq_kernel_dModf_ttab[3];
 KORB_API extern const float korb_arq_kernel_dModf_ctab[3];
 
 /*
- * Complex elements, real part first, as the c (single) and z (double) kernels take them.
+ * Complex elements, real part first, as the c (single) and z (double) kernels take them: the
+ * public header's types under the names the kernel sources use.
  */
-typedef struct ArqComplexFloat {
-    float re;
-    float im;
-} ArqComplexFloat;
-typedef struct ArqComplexDouble {
-    double re;
-    double im;
-} ArqComplexDouble;
+typedef ArqComplex8 ArqComplexFloat;
+typedef ArqComplex16 ArqComplexDouble;
 
 /*
  * Pack and Unpack, in every precision. Strides, mask entries and indices are 64-bit.
