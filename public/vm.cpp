@@ -116,21 +116,21 @@ template <class R>
 // The data movers: indices, masks and strides are the caller's to keep inside the arrays (a
 // stride or an index may be of either sign, and 0 is a broadcast); the flag's reserved bits are
 // the kernel's to refuse.
-#define KORB_PUB_KIND_pack_stride(T, R)                                        \
+#define KORB_PUB_KIND_pack_stride(T, R)                                           \
     (int n, const T *a, int64_t stride, T *r, int flag), (n, a, stride, r, flag), \
         (n > 0 && a != nullptr && r != nullptr)
-#define KORB_PUB_KIND_pack_vector(T, R)                                                   \
+#define KORB_PUB_KIND_pack_vector(T, R)                                                      \
     (int n, const T *a, const int64_t *selector, T *r, int flag), (n, a, selector, r, flag), \
         (n > 0 && a != nullptr && selector != nullptr && r != nullptr)
-#define KORB_PUB_KIND_unpack_stride(T, R)                                      \
+#define KORB_PUB_KIND_unpack_stride(T, R)                                         \
     (int n, const T *a, T *r, int64_t stride, int flag), (n, a, r, stride, flag), \
         (n > 0 && a != nullptr && r != nullptr)
-#define KORB_PUB_KIND_unpack_vector(T, R)                                                 \
+#define KORB_PUB_KIND_unpack_vector(T, R)                                                    \
     (int n, const T *a, T *r, const int64_t *selector, int flag), (n, a, r, selector, flag), \
         (n > 0 && a != nullptr && selector != nullptr && r != nullptr)
-#define KORB_PUB_KIND_linear_frac(T, R)                                                     \
-    (int n, const T *a, const T *b, T scalea, T shifta, T scaleb, T shiftb, T *r),          \
-        (n, a, b, scalea, shifta, scaleb, shiftb, r),                                      \
+#define KORB_PUB_KIND_linear_frac(T, R)                                            \
+    (int n, const T *a, const T *b, T scalea, T shifta, T scaleb, T shiftb, T *r), \
+        (n, a, b, scalea, shifta, scaleb, shiftb, r),                              \
         (n > 0 && a != nullptr && b != nullptr && r != nullptr)
 
 #define KORB_PUB_UNPACK(...) __VA_ARGS__

@@ -29,10 +29,14 @@ constexpr Line kLines[] = {
 // The element and real types of a precision.
 const char *element(char p) {
     switch (p) {
-    case 's': return "float";
-    case 'd': return "double";
-    case 'c': return "ArqComplex8";
-    default: return "ArqComplex16";
+        case 's':
+            return "float";
+        case 'd':
+            return "double";
+        case 'c':
+            return "ArqComplex8";
+        default:
+            return "ArqComplex16";
     }
 }
 const char *real(char p) {
@@ -48,15 +52,17 @@ std::string params(const Line &l) {
     if (k == "pair") return "int n, const " + T + " *a, " + T + " *r1, " + T + " *r2";
     if (k == "to_real") return "int n, const " + T + " *a, " + R + " *r";
     if (k == "from_real") return "int n, const " + R + " *a, " + T + " *r";
-    if (k == "pack_stride") return "int n, const " + T + " *a, int64_t stride, " + T + " *r, int flag";
+    if (k == "pack_stride")
+        return "int n, const " + T + " *a, int64_t stride, " + T + " *r, int flag";
     if (k == "pack_vector")
         return "int n, const " + T + " *a, const int64_t *selector, " + T + " *r, int flag";
-    if (k == "unpack_stride") return "int n, const " + T + " *a, " + T + " *r, int64_t stride, int flag";
+    if (k == "unpack_stride")
+        return "int n, const " + T + " *a, " + T + " *r, int64_t stride, int flag";
     if (k == "unpack_vector")
         return "int n, const " + T + " *a, " + T + " *r, const int64_t *selector, int flag";
     if (k == "linear_frac")
-        return "int n, const " + T + " *a, const " + T + " *b, " + T + " scalea, " + T + " shifta, " +
-               T + " scaleb, " + T + " shiftb, " + T + " *r";
+        return "int n, const " + T + " *a, const " + T + " *b, " + T + " scalea, " + T +
+               " shifta, " + T + " scaleb, " + T + " shiftb, " + T + " *r";
     return "";
 }
 
@@ -76,8 +82,10 @@ std::string make() {
     std::string out =
         "/*\n"
         " * korb: the vector-math functions, v<p><Func> and vm<p><Func> of every function built.\n"
-        " * Included by korb/vm.h, which explains the calls, the mode word and the statuses; what each\n"
-        " * function computes and its accuracy are in the README, its special values and statuses in\n"
+        " * Included by korb/vm.h, which explains the calls, the mode word and the statuses; what "
+        "each\n"
+        " * function computes and its accuracy are in the README, its special values and statuses "
+        "in\n"
         " * docs/vecmath-special-values.md.\n"
         " *\n"
         " * Generated from the function list by tools/gen_vm_header; do not edit.\n"
@@ -124,7 +132,8 @@ int main(int argc, char **argv) {
         while ((got = std::fread(buf, 1, sizeof buf, f)) > 0) committed.append(buf, got);
         std::fclose(f);
         if (committed != text) {
-            std::fprintf(stderr, "gen_vm_header: %s differs from the function list; run make vm-header\n",
+            std::fprintf(stderr,
+                         "gen_vm_header: %s differs from the function list; run make vm-header\n",
                          argv[2]);
             return 1;
         }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "korb/korb.h"
+#include "public/call_any.h"
 #include "vecmath/functions.h"
 #include "vecmath/new_thread.h"
 
@@ -39,7 +40,7 @@ void *public_symbol(const std::string &name) {
 // Every built function of the list has its two public entry points, and each refuses n <= 0 and
 // null vectors through the thread's error mode without touching the vectors.
 TEST(PublicVm, EveryBuiltFunctionRefusesBadSizesAndNullVectors) {
-    using korb::vecmath::KernelKind;
+    using korb::test::AnyArgs;
     int checked = 0;
     for (const auto &f : korb::vecmath::kFunctions) {
         if (!f.built) continue;
@@ -51,50 +52,39 @@ TEST(PublicVm, EveryBuiltFunctionRefusesBadSizesAndNullVectors) {
         ASSERT_NE(vm, nullptr) << mode_name;
         in_new_thread([&] {
             korb_arq_SetErrorCallBack(&record);
-            double a[8] = {0.5, 0.25, 1, 2, 3, 4, 5, 6};
-            double r1[8], r2[8];
+            // Room for 8 elements of the widest precision, as any kind reads them.
+            alignas(16) double a[16] = {0.5, 0.25, 1, 2, 3, 4, 5, 6, 0.5, 0.25, 1, 2, 3, 4, 5, 6};
+            alignas(16) double r1[16], r2[16];
+            const std::int64_t sel[8] = {};
             std::memset(r1, 0x77, sizeof r1);
             std::memset(r2, 0x77, sizeof r2);
             const std::vector<unsigned char> sentinel(sizeof r1, 0x77);
-            for (int n : {0, -4}) {
-                t_seen = {};
-                errno = 0;
-                if (f.kind == KernelKind::one) {
-                    reinterpret_cast<void (*)(int, const void *, void *)>(v)(n, a, r1);
-                } else if (f.kind == KernelKind::scalar) {
-                    if (f.precision == 's') {
-                        reinterpret_cast<void (*)(int, const void *, float, void *)>(v)(n, a, 2.0f,
-                                                                                        r1);
-                    } else {
-                        reinterpret_cast<void (*)(int, const void *, double, void *)>(v)(n, a, 2.0,
-                                                                                         r1);
-                    }
-                } else if (f.kind == KernelKind::pair) {
-                    reinterpret_cast<void (*)(int, const void *, void *, void *)>(v)(n, a, r1, r2);
-                } else {
-                    continue;
+            const unsigned mode = ARQ_HA;
+            for (const unsigned *m : {static_cast<const unsigned *>(nullptr), &mode}) {
+                void *fn = m == nullptr ? v : vm;
+                for (int n : {0, -4}) {
+                    t_seen = {};
+                    errno = 0;
+                    ASSERT_TRUE(korb::test::call_any(f, fn, m, AnyArgs{n, a, a, r1, r2, sel}))
+                        << name;
+                    EXPECT_EQ(korb_arq_GetErrStatus(), ARQ_STATUS_BADSIZE) << name;
+                    EXPECT_EQ(t_seen.calls, 1) << name;
+                    EXPECT_EQ(t_seen.last.code, ARQ_STATUS_BADSIZE);
+                    EXPECT_EQ(t_seen.last.index, n);
+                    EXPECT_EQ(std::string(t_seen.last.name, t_seen.last.name_len), name);
+                    EXPECT_EQ(errno, EINVAL);
                 }
-                EXPECT_EQ(korb_arq_GetErrStatus(), ARQ_STATUS_BADSIZE) << name;
-                EXPECT_EQ(t_seen.calls, 1) << name;
-                EXPECT_EQ(t_seen.last.code, ARQ_STATUS_BADSIZE);
-                EXPECT_EQ(t_seen.last.index, n);
-                EXPECT_EQ(std::string(t_seen.last.name, t_seen.last.name_len), name);
-                EXPECT_EQ(errno, EINVAL);
-            }
-            t_seen = {};
-            errno = 0;
-            if (f.kind == KernelKind::one) {
-                reinterpret_cast<void (*)(int, const void *, void *)>(v)(4, nullptr, r1);
-                reinterpret_cast<void (*)(int, const void *, void *)>(v)(4, a, nullptr);
-                EXPECT_EQ(t_seen.calls, 2) << name;
-            } else if (f.kind == KernelKind::pair) {
-                reinterpret_cast<void (*)(int, const void *, void *, void *)>(v)(4, a, r1, nullptr);
-                EXPECT_EQ(t_seen.calls, 1) << name;
-            }
-            if (f.kind == KernelKind::one || f.kind == KernelKind::pair) {
-                EXPECT_EQ(korb_arq_GetErrStatus(), ARQ_STATUS_BADMEM) << name;
-                EXPECT_EQ(t_seen.last.code, ARQ_STATUS_BADMEM);
-                EXPECT_EQ(errno, EACCES);
+                // Each vector null in turn; every kind needs a and its first result.
+                const AnyArgs nulls[] = {{4, nullptr, a, r1, r2, sel}, {4, a, a, nullptr, r2, sel}};
+                for (const AnyArgs &x : nulls) {
+                    t_seen = {};
+                    errno = 0;
+                    korb::test::call_any(f, fn, m, x);
+                    EXPECT_EQ(t_seen.calls, 1) << name;
+                    EXPECT_EQ(korb_arq_GetErrStatus(), ARQ_STATUS_BADMEM) << name;
+                    EXPECT_EQ(t_seen.last.code, ARQ_STATUS_BADMEM);
+                    EXPECT_EQ(errno, EACCES);
+                }
             }
             EXPECT_EQ(std::memcmp(r1, sentinel.data(), sizeof r1), 0) << name;
             EXPECT_EQ(std::memcmp(r2, sentinel.data(), sizeof r2), 0) << name;
