@@ -32,9 +32,9 @@ struct Btpe {
     Btpe(double ntrial, double prob, double comp) : trials(ntrial), r(prob), q(comp) {
         odds = r / q;
         const double fm = trials * r + r;
-        m = std::floor(fm);
+        m = floor_of(fm);
         sd = std::sqrt(trials * r * q);
-        p1 = std::floor(2.195 * sd - 4.6 * q) + 0.5;
+        p1 = floor_of(2.195 * sd - 4.6 * q) + 0.5;
         xm = m + 0.5;
         xl = xm - p1;
         xr = xm + p1;
@@ -64,20 +64,20 @@ bool btpe_variate(const Btpe &t, const RatioTable &table, Uniforms &u, double &y
         }
         a = a * t.p4;
         if (a <= t.p1) {
-            y = std::floor(t.xm - t.p1 * v + a);
+            y = floor_of(t.xm - t.p1 * v + a);
             return true;
         }
         if (a <= t.p2) {
             const double x = t.xl + (a - t.p1) / t.c;
             v = v * t.c + 1.0 - std::fabs(t.m - x + 0.5) / t.p1;
             if (v > 1.0) continue;
-            y = std::floor(x);
+            y = floor_of(x);
         } else if (a <= t.p3) {
-            y = std::floor(t.xl + log_of(v) / t.laml);
+            y = floor_of(t.xl + log_of(v) / t.laml);
             if (y < 0.0) continue;
             v = v * (a - t.p2) * t.laml;
         } else {
-            y = std::floor(t.xr - log_of(v) / t.lamr);
+            y = floor_of(t.xr - log_of(v) / t.lamr);
             if (y > t.trials) continue;
             v = v * (a - t.p3) * t.lamr;
         }

@@ -95,6 +95,15 @@ class Normals {
 // --- Scalar elementary functions ----------------------------------------------------------
 // Plain arithmetic (no fused operations), so the same bits on every class.
 
+// floor(x) without a library call (the SSE2 class has no rounding instruction): through a
+// 64-bit conversion below 2^62 in magnitude; larger values, infinities and NaN are whole or
+// unordered already and come back as they are.
+inline double floor_of(double x) {
+    if (!(std::fabs(x) < 0x1p62)) return x;
+    const double t = static_cast<double>(static_cast<long long>(x));
+    return t > x ? t - 1.0 : t;
+}
+
 // ln x: the double logarithm kernel's value path for a positive normal x, -inf for 0 and for the
 // subnormals (which no uniform or argument here reaches).
 inline double log_of(double x) {
@@ -119,7 +128,7 @@ inline double exp_of(double x) {
     constexpr double kLog2e = 1.4426950408889634;
     constexpr double kLn2Hi = 0x1.62e42fee00000p-1;
     constexpr double kLn2Lo = 0x1.a39ef35793c76p-33;
-    const double k = std::floor(x * kLog2e + 0.5);
+    const double k = floor_of(x * kLog2e + 0.5);
     const double t = (x - k * kLn2Hi) - k * kLn2Lo;
     double p = 1.0 / 6227020800.0;  // 1/13!
     constexpr double kInverseFactorials[] = {1.0 / 479001600.0,

@@ -70,7 +70,7 @@ bool h2pe_variate(const H2pe &h, const RatioTable &table, Uniforms &u, double &y
         }
         a = a * h.total;
         if (a < h.width) {
-            y = h.kl + std::floor(a);
+            y = h.kl + floor_of(a);
             if (y > h.kr) continue;  // a rounded up to the width
             if (table.has(y) ? v <= table[y] : log_of(v) <= h.log_ratio(y)) return true;
             continue;
@@ -81,7 +81,7 @@ bool h2pe_variate(const H2pe &h, const RatioTable &table, Uniforms &u, double &y
         const bool left = a < h.width + h.wl;
         const double w = left ? (a - h.width) / h.wl : (a - h.width - h.wl) / h.wr;
         const double lam = left ? h.laml : h.lamr;
-        const double j = 1.0 + std::floor(-log_of(v) / lam);
+        const double j = 1.0 + floor_of(-log_of(v) / lam);
         y = left ? h.kl - j : h.kr + j;
         if (y < 0.0 || y > h.top) continue;
         const double ln_hat = log_of(left ? h.gl : h.gr) - lam * j;
@@ -109,7 +109,7 @@ int hypergeometric(BixStream *stream, int n, int r[], int l, int s, int m) {
     const double size = s1, marked = m1, top = s1 < m1 ? s1 : m1;
     const HyperUp up{lot, size, marked};
     const HyperDown down{lot, size, marked};
-    double mode = std::floor((size + 1.0) * (marked + 1.0) / (lot + 2.0));
+    double mode = floor_of((size + 1.0) * (marked + 1.0) / (lot + 2.0));
     if (mode > top) mode = top;
     while (mode < top && up(mode) > 1.0) mode += 1.0;
     while (mode > 0.0 && down(mode) > 1.0) mode -= 1.0;
@@ -138,7 +138,7 @@ int hypergeometric(BixStream *stream, int n, int r[], int l, int s, int m) {
     h.top = top;
     const double p = marked / lot;
     const double sd = std::sqrt(size * p * (1.0 - p) * (lot - size) / (lot - 1.0));
-    const double half = std::floor(1.5 * sd) + 1.0;
+    const double half = floor_of(1.5 * sd) + 1.0;
     const RatioTable table(mode, 0.0, top, static_cast<int>(half + 3.0 * sd) + 25, up, down);
     h.kl = mode - half > 0.0 ? mode - half : 0.0;
     h.kr = mode + half < top ? mode + half : top;

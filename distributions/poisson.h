@@ -40,8 +40,8 @@ struct PoissonUp {
 struct Ptpe {
     double lambda, m, p1, xm, xl, xr, c, laml, lamr, p2, p3, p4, log_lambda;
     explicit Ptpe(double mean) : lambda(mean) {
-        m = std::floor(lambda);
-        p1 = std::floor(2.195 * std::sqrt(lambda) - 4.6) + 0.5;
+        m = floor_of(lambda);
+        p1 = floor_of(2.195 * std::sqrt(lambda) - 4.6) + 0.5;
         xm = m + 0.5;
         xl = xm - p1;
         xr = xm + p1;
@@ -71,20 +71,20 @@ inline bool ptpe_variate(const Ptpe &t, const RatioTable &table, Uniforms &u, do
         }
         a = a * t.p4;
         if (a <= t.p1) {
-            y = std::floor(t.xm - t.p1 * v + a);
+            y = floor_of(t.xm - t.p1 * v + a);
             return true;
         }
         if (a <= t.p2) {
             const double x = t.xl + (a - t.p1) / t.c;
             v = v * t.c + 1.0 - std::fabs(t.m - x + 0.5) / t.p1;
             if (v > 1.0) continue;
-            y = std::floor(x);
+            y = floor_of(x);
         } else if (a <= t.p3) {
-            y = std::floor(t.xl + log_of(v) / t.laml);
+            y = floor_of(t.xl + log_of(v) / t.laml);
             if (y < 0.0) continue;
             v = v * (a - t.p2) * t.laml;
         } else {
-            y = std::floor(t.xr - log_of(v) / t.lamr);
+            y = floor_of(t.xr - log_of(v) / t.lamr);
             if (y > kIntMax) continue;
             v = v * (a - t.p3) * t.lamr;
         }
@@ -107,7 +107,7 @@ struct Pd {
     explicit Pd(double mean) : lambda(mean) {
         s = std::sqrt(lambda);
         d = 6.0 * lambda * lambda;
-        big = std::floor(lambda - 1.1484);
+        big = floor_of(lambda - 1.1484);
         omega = 0.3989422804014327 / s;
         const double b1 = 0.041666666666666664 / lambda;
         const double b2 = 0.3 * b1 * b1;
@@ -152,7 +152,7 @@ inline bool pd_variate(const Pd &t, Uniforms &u, Normals &z, double &y, int &sta
     const double g = t.lambda + t.s * normal;
     double px, py, fx, fy;
     if (g >= 0.0) {
-        y = std::floor(g);
+        y = floor_of(g);
         if (y >= t.big) return true;
         double v;
         if (!u.next(v)) {
@@ -175,7 +175,7 @@ inline bool pd_variate(const Pd &t, Uniforms &u, Normals &z, double &y, int &sta
         w = w + w - 1.0;
         const double t1 = w < 0.0 ? 1.8 - e : 1.8 + e;
         if (t1 <= -0.6744) continue;
-        y = std::floor(t.lambda + t.s * t1);
+        y = floor_of(t.lambda + t.s * t1);
         if (y > kIntMax) continue;
         t.f(y, px, py, fx, fy);
         if (t.c * std::fabs(w) <= py * exp_of(px + e) - fy * exp_of(fx + e)) return true;
