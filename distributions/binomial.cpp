@@ -10,8 +10,8 @@
 //   of factorial ratios (distributions/counting.h). Two uniforms a candidate.
 // ntrial = 0, p = 0 and p = 1 give the constant without drawing.
 //
-// Domain: ntrial in [0, 2^31 - 1], p in [0, 1]; every result fits an int. Outside it the
-// results are undefined.
+// Domain: ntrial in [0, 2^31 - 1], p in [0, 1]; every result fits an int. Outside it the kernel
+// returns BIX_ERROR_BADARGS with nothing drawn.
 //
 // Reproducibility: the variates are a fixed function of the stream's state, n and the
 // parameters, but BTPE draws its uniforms in blocks sized by the variates still to come, so n
@@ -128,6 +128,7 @@ int binomial(BixStream *stream, int n, int r[], int ntrial, double p) {
 extern "C" int _bixiRngBinomial(int method, BixStream *stream, int n, int r[], int ntrial,
                                 double p) {
     if (method != BIX_RNG_METHOD_BINOMIAL_BTPE) return BIX_ERROR_BADMETHOD;
+    if (ntrial < 0 || !(p >= 0.0 && p <= 1.0)) return BIX_ERROR_BADARGS;
     if (n < 1) return BIX_ERROR_OK;
     if (ntrial == 0 || p == 0.0 || p == 1.0) {
         const int constant = p == 1.0 ? ntrial : 0;

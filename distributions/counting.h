@@ -204,7 +204,8 @@ inline double log_factorial_ratio(double a, double b) {
 // ratio(x) = f(x + 1) / f(x): the variate is the least x with u < F(x), F the running sums of the
 // masses in order. The sums stop at the first x past the mode where a mass no longer changes
 // them (below 2^-60 of the sum); the variate is then that x, which takes the mass left over
-// (rounding, a few units of 2^-53 at most). hi is the variate when u reaches no sum before it.
+// (rounding, a few units of 2^-53 at most); a mass that is negative or NaN (parameters outside
+// the domain) stops them too. hi is the variate when u reaches no sum before it.
 // This is the definition; CdfTable gives the same variates from a table.
 template <class Ratio>
 double sequential_inverse(double u, double lo, double hi, double f0, Ratio ratio) {
@@ -214,7 +215,7 @@ double sequential_inverse(double u, double lo, double hi, double f0, Ratio ratio
         f = f * ratio(x);
         const double next = sum + f;
         x += 1.0;
-        if (u < next || (next == sum && f < sum * 0x1p-60)) return x;
+        if (u < next || !(f >= sum * 0x1p-60)) return x;
         sum = next;
     }
     return x;
@@ -238,7 +239,7 @@ class CdfTable {
             f = f * ratio(lo + k);
             const double next = sum + f;
             cdf_[++k] = next;
-            stops_ = (next == sum && f < sum * 0x1p-60) || lo + k >= hi;
+            stops_ = !(f >= sum * 0x1p-60) || lo + k >= hi;
             sum = next;
         }
         last_ = k;
@@ -261,7 +262,7 @@ class CdfTable {
             f = f * ratio_(x);
             const double next = sum + f;
             x += 1.0;
-            if (u < next || (next == sum && f < sum * 0x1p-60)) return x;
+            if (u < next || !(f >= sum * 0x1p-60)) return x;
             sum = next;
         }
         return x;

@@ -14,7 +14,8 @@
 //   values, else through logarithms of factorial ratios. Two uniforms a candidate.
 // s1 = 0 or m1 = 0 gives the constant without drawing.
 //
-// Domain: l in [0, 2^31 - 1], s in [0, l], m in [0, l]; every result fits an int.
+// Domain: l in [0, 2^31 - 1], s in [0, l], m in [0, l]; every result fits an int. Outside it the
+// kernel returns BIX_ERROR_BADARGS with nothing drawn.
 //
 // Reproducibility: the variates are a fixed function of the stream's state, n and the
 // parameters, but H2PE draws its uniforms in blocks sized by the variates still to come, so n
@@ -169,6 +170,7 @@ int hypergeometric(BixStream *stream, int n, int r[], int l, int s, int m) {
 extern "C" int _bixiRngHypergeometric(int method, BixStream *stream, int n, int r[], int l, int s,
                                       int m) {
     if (method != BIX_RNG_METHOD_HYPERGEOMETRIC_H2PE) return BIX_ERROR_BADMETHOD;
+    if (l < 0 || s < 0 || m < 0 || s > l || m > l) return BIX_ERROR_BADARGS;
     if (n < 1) return BIX_ERROR_OK;
     return korb::dist::counting::hypergeometric(stream, n, r, l, s, m);
 }

@@ -11,7 +11,8 @@
 //
 // Domain: a in (0, inf), p in (0, 1], and (1 - p) / p (a + 12 sqrt(a) + 60) <= 2e9, so that a
 // result beyond the int range has a probability below 10^-25; a gamma variate above 2e9 is taken
-// as 2e9.
+// as 2e9. A shape or probability outside its interval (NaN, an infinite shape) gives
+// BIX_ERROR_BADARGS with nothing drawn; the last condition is the caller's.
 //
 // Reproducibility: the variates are a fixed function of the stream's state, n and the
 // parameters; the gamma-Poisson path takes a varying number of uniforms, so n drawn in two calls
@@ -68,6 +69,9 @@ int negbinomial(BixStream *stream, int n, int r[], double a, double p) {
 extern "C" int _bixiRngNegbinomial(int method, BixStream *stream, int n, int r[], double a,
                                    double p) {
     if (method != BIX_RNG_METHOD_NEGBINOMIAL_GAMMA_POISSON) return BIX_ERROR_BADMETHOD;
+    if (!(a > 0.0 && a <= std::numeric_limits<double>::max()) || !(p > 0.0 && p <= 1.0)) {
+        return BIX_ERROR_BADARGS;
+    }
     if (n < 1) return BIX_ERROR_OK;
     if (p == 1.0) {
         for (int i = 0; i < n; ++i) r[i] = 0;

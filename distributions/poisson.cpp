@@ -10,8 +10,8 @@
 // variates. Inversion takes one uniform a variate; the rejection samplers take a varying number.
 //
 // Domain: lambda in (0, 2e9] (the vector kernel: every element). Above 2e9 a variate could
-// exceed the int range; the kernels take such a mean as 2e9. A mean of 0 or below gives 0 in the
-// vector kernel.
+// exceed the int range; the kernels take such a mean as 2e9. A scalar mean of 0, below or NaN
+// gives BIX_ERROR_BADARGS with nothing drawn; in the vector kernel such an element gives 0.
 //
 // Reproducibility: the variates are a fixed function of the stream's state, n and the
 // parameters; the rejection samplers draw their uniforms in blocks sized by the variates still
@@ -74,6 +74,7 @@ extern "C" int _bixiRngPoisson(int method, BixStream *stream, int n, int r[], do
     if (method != BIX_RNG_METHOD_POISSON_PTPE && method != BIX_RNG_METHOD_POISSON_NORMAL) {
         return BIX_ERROR_BADMETHOD;
     }
+    if (!(lambda > 0.0)) return BIX_ERROR_BADARGS;
     if (n < 1) return BIX_ERROR_OK;
     if (lambda > kMaxPoissonMean) lambda = kMaxPoissonMean;
     const double switch_at = method == BIX_RNG_METHOD_POISSON_PTPE ? 27.0 : 10.0;

@@ -227,6 +227,35 @@ TEST(Counting, UnknownMethodsAreRefusedBeforeDrawing) {
     EXPECT_EQ(r[0], 7);
 }
 
+// Parameters that would make a sampler read outside its tables or never stop are refused before
+// drawing; the vector kernel's means of 0 or NaN give 0.
+TEST(Counting, ParametersOutsideTheDomainAreRefusedBeforeDrawing) {
+    const double nan = std::nan("");
+    Stream s = g_scripted.stream();
+    int r[3] = {7, 7, 7};
+    EXPECT_EQ(_bixiRngBinomial(0, s.get(), 3, r, -1, 0.5), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngBinomial(0, s.get(), 3, r, 10, 1.5), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngBinomial(0, s.get(), 3, r, 10, nan), BIX_ERROR_BADARGS);
+    for (double lambda : {0.0, -1.0, nan}) {
+        EXPECT_EQ(_bixiRngPoisson(0, s.get(), 3, r, lambda), BIX_ERROR_BADARGS);
+        EXPECT_EQ(_bixiRngPoisson(1, s.get(), 3, r, lambda), BIX_ERROR_BADARGS);
+    }
+    EXPECT_EQ(_bixiRngHypergeometric(0, s.get(), 3, r, 10, 11, 5), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngHypergeometric(0, s.get(), 3, r, 10, 5, -1), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngHypergeometric(0, s.get(), 3, r, -1, 0, 0), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngNegbinomial(0, s.get(), 3, r, 0.0, 0.5), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngNegbinomial(0, s.get(), 3, r, INFINITY, 0.5), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngNegbinomial(0, s.get(), 3, r, 2.0, 0.0), BIX_ERROR_BADARGS);
+    EXPECT_EQ(_bixiRngNegbinomial(0, s.get(), 3, r, 2.0, nan), BIX_ERROR_BADARGS);
+    EXPECT_TRUE(g_scripted.calls.empty());
+    EXPECT_EQ(r[0], 7);
+    const double means[3] = {0.0, nan, -2.0};
+    ASSERT_EQ(_bixiRngPoissonV(0, s.get(), 3, r, means), BIX_ERROR_OK);
+    EXPECT_EQ(r[0], 0);
+    EXPECT_EQ(r[1], 0);
+    EXPECT_EQ(r[2], 0);
+}
+
 // The vector-mean kernel is the scalar kernel's method 1 element by element: a constant mean
 // gives its variates, on both sides of the switch to PD.
 TEST(PoissonV, ConstantMeanGivesTheScalarKernelsVariates) {
