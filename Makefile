@@ -53,6 +53,7 @@ bench: build
 	/usr/bin/python3 bench/numpy_quantiles.py
 	/usr/bin/python3 bench/numpy_vm.py
 	/usr/bin/python3 bench/numpy_gamma_beta_mv.py
+	/usr/bin/python3 bench/numpy_counting.py
 
 # The public header's vector-math declarations, rewritten from vecmath/functions.def.
 vm-header: build
@@ -69,11 +70,11 @@ accuracy: build
 stream-check: build
 	./build/bin/korb_stream_check 100000000 0.001 1000000
 
-# The long goodness-of-fit run of the gamma, beta and multivariate Gaussian kernels: ten million
+# The long goodness-of-fit run of the gamma, beta, multivariate Gaussian and counting kernels: ten million
 # variates per case, kernel, method and precision (make test draws a million).
 gof: build
 	KORB_GOF_VARIATES=10000000 ./build/bin/korb_distributions_tests \
-	    --gtest_filter='GammaBeta/ScipyFit.*:GaussianMV/MultivariateFit.*'
+	    --gtest_filter='GammaBeta/ScipyFit.*:GaussianMV/MultivariateFit.*:Counting/CountFit.*'
 
 # Measures the vector-math cost weights on this machine and writes them into the function list.
 costs: build

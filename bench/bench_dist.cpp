@@ -12,6 +12,8 @@
 
 #include <random>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "distributions/list_kernels.h"
@@ -26,9 +28,12 @@
 #endif
 #if __has_include(<boost/random/normal_distribution.hpp>)
 #include <boost/random/beta_distribution.hpp>
+#include <boost/random/binomial_distribution.hpp>
 #include <boost/random/gamma_distribution.hpp>
 #include <boost/random/mersenne_twister.hpp>
+#include <boost/random/negative_binomial_distribution.hpp>
 #include <boost/random/normal_distribution.hpp>
+#include <boost/random/poisson_distribution.hpp>
 #define KORB_BENCH_HAVE_BOOST 1
 #endif
 
@@ -206,7 +211,9 @@ void add(const list::Entry &e, const char *precision, Kernel kernel) {
             [&e, kernel, method](benchmark::State &state) {
                 double p[list::kMaxParams];
                 for (int k = 0; k < e.param_count; ++k) p[k] = e.params[k].fallback;
-                const DefaultArrays<T> arrays(e, p);
+                // Arrays of reals: double for the integer kernels.
+                const DefaultArrays<std::conditional_t<std::is_same_v<T, int>, double, T>> arrays(
+                    e, p);
                 const int per_variate = e.dimension >= 0 ? static_cast<int>(p[e.dimension]) : 1;
                 BM_korb_dist<T>(state, kernel, method, list::Params(p, arrays.at), per_variate);
             })
@@ -364,6 +371,196 @@ void BM_gsl_multivariate_gaussian(benchmark::State &state) {
     gsl_rng_free(g);
 }
 BENCHMARK(BM_gsl_multivariate_gaussian)->ArgName("dimen")->Arg(4)->Arg(100);
+#endif
+
+// --- Binomial, Poisson, hypergeometric, negative binomial beside their peers -------------------
+//
+// BM_korb_count/<Kernel>/<case>/<method>: n = 10^6 int variates from an MCG31M1 stream: binomial
+// (10, 0.3) and (1000, 0.4); Poisson 0.5, 20 and 1000 by both methods; the vector-mean Poisson
+// with means uniform on [0, 50] (drawn once, outside the timing); hypergeometric
+// (l, s, m) = (1000, 100, 500) and (50, 5, 20); negative binomial (3, 0.3) and (100, 0.9).
+// Beside them, one variate a call on each library's MT19937: GSL's gsl_ran_binomial,
+// gsl_ran_poisson, gsl_ran_hypergeometric (n1 = m marked, n2 = l - m, t = s) and
+// gsl_ran_negative_binomial; libstdc++'s and Boost.Random's binomial_distribution,
+// poisson_distribution and negative_binomial_distribution (whose k is an integer: a = 3 and
+// 100 are). numpy's Generator: bench/numpy_counting.py.
+
+constexpr int kCountN = 1000000;
+
+std::vector<double> uniform_means() {
+    std::vector<double> lambda(kCountN);
+    std::mt19937_64 engine(11);
+    std::uniform_real_distribution<double> u(0.0, 50.0);
+    for (double &x : lambda) {
+        do x = u(engine);
+        while (x == 0.0);
+    }
+    return lambda;
+}
+
+template <class Call>
+void BM_korb_count(benchmark::State &state, Call call) {
+    BixStream *s = nullptr;
+    const uint32_t seed = 7;
+    __bixNewStreamEx(&s, BIX_BRNG_MCG31M1, 1, &seed);
+    std::vector<int> r(kCountN);
+    for (auto _ : state) {
+        call(s, r.data());
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+    __bixDeleteStream(&s);
+}
+
+const bool counts_registered = [] {
+    const auto add_count = [](const std::string &label, auto call) {
+        benchmark::RegisterBenchmark(
+            ("BM_korb_count/" + label).c_str(),
+            [call](benchmark::State &state) { BM_korb_count(state, call); });
+    };
+    for (auto [t, p] : {std::pair{10, 0.3}, {1000, 0.4}}) {
+        add_count("binomial_" + std::to_string(t) + "_" + std::to_string(p).substr(0, 3),
+                  [t, p](BixStream *s, int *r) { _bixiRngBinomial(0, s, kCountN, r, t, p); });
+    }
+    for (double lambda : {0.5, 20.0, 1000.0}) {
+        for (int method : {0, 1}) {
+            add_count("poisson_" + std::to_string(lambda).substr(0, 6) +
+                          (method == 0 ? "/ptpe" : "/normal"),
+                      [lambda, method](BixStream *s, int *r) {
+                          _bixiRngPoisson(method, s, kCountN, r, lambda);
+                      });
+        }
+    }
+    static const std::vector<double> means = uniform_means();
+    add_count("poisson_v_0_50",
+              [](BixStream *s, int *r) { _bixiRngPoissonV(0, s, kCountN, r, means.data()); });
+    for (auto [l, s1, m] : {std::tuple{1000, 100, 500}, {50, 5, 20}}) {
+        add_count("hypergeometric_" + std::to_string(l) + "_" + std::to_string(s1) + "_" +
+                      std::to_string(m),
+                  [l, s1, m](BixStream *s, int *r) {
+                      _bixiRngHypergeometric(0, s, kCountN, r, l, s1, m);
+                  });
+    }
+    for (auto [a, p] : {std::pair{3.0, 0.3}, {100.0, 0.9}}) {
+        add_count(
+            "negbinomial_" + std::to_string(a).substr(0, 5) + "_" + std::to_string(p).substr(0, 3),
+            [a, p](BixStream *s, int *r) { _bixiRngNegbinomial(0, s, kCountN, r, a, p); });
+    }
+    return true;
+}();
+
+// A peer's variates, one a call, into an int array.
+template <class Draw>
+void fill_ints(benchmark::State &state, Draw draw) {
+    std::vector<int> r(kCountN);
+    for (auto _ : state) {
+        for (int &x : r) x = static_cast<int>(draw());
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+}
+
+template <class Dist>
+void BM_libstdcxx_count(benchmark::State &state, Dist dist) {
+    std::mt19937 engine(7);
+    fill_ints(state, [&] { return dist(engine); });
+}
+BENCHMARK_CAPTURE(BM_libstdcxx_count, binomial_10_0_3, std::binomial_distribution<int>(10, 0.3));
+BENCHMARK_CAPTURE(BM_libstdcxx_count, binomial_1000_0_4,
+                  std::binomial_distribution<int>(1000, 0.4));
+BENCHMARK_CAPTURE(BM_libstdcxx_count, poisson_0_5, std::poisson_distribution<int>(0.5));
+BENCHMARK_CAPTURE(BM_libstdcxx_count, poisson_20, std::poisson_distribution<int>(20.0));
+BENCHMARK_CAPTURE(BM_libstdcxx_count, poisson_1000, std::poisson_distribution<int>(1000.0));
+BENCHMARK_CAPTURE(BM_libstdcxx_count, negbinomial_3_0_3,
+                  std::negative_binomial_distribution<int>(3, 0.3));
+BENCHMARK_CAPTURE(BM_libstdcxx_count, negbinomial_100_0_9,
+                  std::negative_binomial_distribution<int>(100, 0.9));
+
+// The vector-mean case: a new distribution object per mean, as a caller of these interfaces
+// writes it.
+void BM_libstdcxx_poisson_v(benchmark::State &state) {
+    static const std::vector<double> means = uniform_means();
+    std::mt19937 engine(7);
+    std::vector<int> r(kCountN);
+    for (auto _ : state) {
+        for (int i = 0; i < kCountN; ++i) {
+            r[i] = std::poisson_distribution<int>(means[i])(engine);
+        }
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+}
+BENCHMARK(BM_libstdcxx_poisson_v);
+
+#ifdef KORB_BENCH_HAVE_BOOST
+template <class Dist>
+void BM_boost_count(benchmark::State &state, Dist dist) {
+    boost::random::mt19937 engine(7);
+    fill_ints(state, [&] { return dist(engine); });
+}
+BENCHMARK_CAPTURE(BM_boost_count, binomial_10_0_3,
+                  boost::random::binomial_distribution<int>(10, 0.3));
+BENCHMARK_CAPTURE(BM_boost_count, binomial_1000_0_4,
+                  boost::random::binomial_distribution<int>(1000, 0.4));
+BENCHMARK_CAPTURE(BM_boost_count, poisson_0_5, boost::random::poisson_distribution<int>(0.5));
+BENCHMARK_CAPTURE(BM_boost_count, poisson_20, boost::random::poisson_distribution<int>(20.0));
+BENCHMARK_CAPTURE(BM_boost_count, poisson_1000, boost::random::poisson_distribution<int>(1000.0));
+BENCHMARK_CAPTURE(BM_boost_count, negbinomial_3_0_3,
+                  boost::random::negative_binomial_distribution<int>(3, 0.3));
+BENCHMARK_CAPTURE(BM_boost_count, negbinomial_100_0_9,
+                  boost::random::negative_binomial_distribution<int>(100, 0.9));
+void BM_boost_poisson_v(benchmark::State &state) {
+    static const std::vector<double> means = uniform_means();
+    boost::random::mt19937 engine(7);
+    std::vector<int> r(kCountN);
+    for (auto _ : state) {
+        for (int i = 0; i < kCountN; ++i) {
+            r[i] = boost::random::poisson_distribution<int>(means[i])(engine);
+        }
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+}
+BENCHMARK(BM_boost_poisson_v);
+#endif
+
+#ifdef KORB_BENCH_HAVE_GSL
+template <class Draw>
+void BM_gsl_count(benchmark::State &state, Draw draw) {
+    gsl_rng *g = gsl_rng_alloc(gsl_rng_mt19937);
+    gsl_rng_set(g, 7);
+    fill_ints(state, [&] { return draw(g); });
+    gsl_rng_free(g);
+}
+BENCHMARK_CAPTURE(BM_gsl_count, binomial_10_0_3,
+                  [](gsl_rng *g) { return gsl_ran_binomial(g, 0.3, 10); });
+BENCHMARK_CAPTURE(BM_gsl_count, binomial_1000_0_4,
+                  [](gsl_rng *g) { return gsl_ran_binomial(g, 0.4, 1000); });
+BENCHMARK_CAPTURE(BM_gsl_count, poisson_0_5, [](gsl_rng *g) { return gsl_ran_poisson(g, 0.5); });
+BENCHMARK_CAPTURE(BM_gsl_count, poisson_20, [](gsl_rng *g) { return gsl_ran_poisson(g, 20.0); });
+BENCHMARK_CAPTURE(BM_gsl_count, poisson_1000,
+                  [](gsl_rng *g) { return gsl_ran_poisson(g, 1000.0); });
+BENCHMARK_CAPTURE(BM_gsl_count, hypergeometric_1000_100_500,
+                  [](gsl_rng *g) { return gsl_ran_hypergeometric(g, 500, 500, 100); });
+BENCHMARK_CAPTURE(BM_gsl_count, hypergeometric_50_5_20,
+                  [](gsl_rng *g) { return gsl_ran_hypergeometric(g, 20, 30, 5); });
+BENCHMARK_CAPTURE(BM_gsl_count, negbinomial_3_0_3,
+                  [](gsl_rng *g) { return gsl_ran_negative_binomial(g, 0.3, 3.0); });
+BENCHMARK_CAPTURE(BM_gsl_count, negbinomial_100_0_9,
+                  [](gsl_rng *g) { return gsl_ran_negative_binomial(g, 0.9, 100.0); });
+void BM_gsl_poisson_v(benchmark::State &state) {
+    static const std::vector<double> means = uniform_means();
+    gsl_rng *g = gsl_rng_alloc(gsl_rng_mt19937);
+    gsl_rng_set(g, 7);
+    std::vector<int> r(kCountN);
+    for (auto _ : state) {
+        for (int i = 0; i < kCountN; ++i) r[i] = static_cast<int>(gsl_ran_poisson(g, means[i]));
+        benchmark::ClobberMemory();
+    }
+    finish(state, r);
+    gsl_rng_free(g);
+}
+BENCHMARK(BM_gsl_poisson_v);
 #endif
 
 }  // namespace

@@ -521,6 +521,7 @@ int cmd_rng(int argc, char **argv) {
         const int m = static_cast<int>(total - done < block ? total - done : block);
         const size_t count = static_cast<size_t>(m);
         const int variates = static_cast<int>(m / o.per_variate);
+        o.arrays.cycle(done / o.per_variate, variates);
         switch (o.format) {
             case Format::Int:
                 if (d != nullptr && d->i != nullptr) {

@@ -201,12 +201,17 @@ const char *read_arrays(const Distribution &d, const double *values,
         const Param &p = e.params[k];
         if (p.type != dist::list::Type::kRealArray) continue;
         const std::string option = p.option != nullptr ? p.option : p.name;
-        if (p.length.kind == dist::list::Length::kVariates) {
-            message = std::string(d.name) + " takes one " + p.name +
-                      " per variate, which korb rng cannot give";
+        const bool per_variate = p.length.kind == dist::list::Length::kVariates;
+        // One element per variate: the list given (or the default) is repeated over the variates.
+        const auto listed = p.option != nullptr ? texts.find(p.option) : texts.end();
+        std::vector<double> list;
+        if (per_variate && listed != texts.end() && !parse_list(listed->second, &list)) {
+            message = option + " takes numbers separated by commas, got " + listed->second;
             return message.c_str();
         }
-        const int64_t count = dist::list::length(p, 0, values);
+        const int64_t count = per_variate ? std::max<int64_t>(1, static_cast<int64_t>(list.size()))
+                                          : dist::list::length(p, 0, values);
+        arrays->cycled[k] = per_variate;
         if (count < 0 || count > kMaxArrayElements) {
             message = option + " would have " + std::to_string(count) + " elements";
             return message.c_str();

@@ -48,7 +48,29 @@ struct DistArrays {
     const void *doubles_at[kMaxDistParams] = {};
     const void *floats_at[kMaxDistParams] = {};
 
+    // An array of one element per variate holds the list given, repeated: variate i takes
+    // element i modulo its length. cycle() points such arrays at the elements of `count`
+    // variates from variate `from`, before each kernel call.
+    bool cycled[kMaxDistParams] = {};
+    std::vector<double> block_doubles[kMaxDistParams];
+    std::vector<float> block_floats[kMaxDistParams];
+
     const void *const *pointers(bool single) const { return single ? floats_at : doubles_at; }
+    void cycle(long long from, int count) {
+        for (int k = 0; k < kMaxDistParams; ++k) {
+            if (!cycled[k]) continue;
+            const auto length = static_cast<long long>(values[k].size());
+            block_doubles[k].resize(static_cast<size_t>(count));
+            block_floats[k].resize(static_cast<size_t>(count));
+            for (int i = 0; i < count; ++i) {
+                const auto at = static_cast<size_t>((from + i) % length);
+                block_doubles[k][i] = values[k][at];
+                block_floats[k][i] = singles[k][at];
+            }
+            doubles_at[k] = block_doubles[k].data();
+            floats_at[k] = block_floats[k].data();
+        }
+    }
 };
 
 // Fills `arrays` for distribution d whose scalar parameters `values` are admitted, from the

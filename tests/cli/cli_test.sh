@@ -152,12 +152,25 @@ for bad in "--dimen 0" "--dimen 1.5" "--mstorage 3" "--mstorage -1" "--dimen 2 -
     one_line_error "rng gaussian-mv $bad" "$korb" rng --dist gaussian-mv $bad
 done
 rm -rf "$mvdir"
+# The counting distributions: parameters, a mean per variate repeated over the variates.
+check "rng poisson-v cycles its means" 0 '^0 [0-9]+ 0 [0-9]+$' sh -c \
+    "'$korb' rng --dist poisson-v --lambda 1e-300,1000 --n 4 | tr '\\n' ' ' | sed 's/ \$//'"
+check "rng binomial constant" 0 '^7$' sh -c "'$korb' rng --dist binomial --ntrial 7 --p 1 --n 3 | sort -u"
+check "rng hypergeometric sample of all" 0 '^4$' sh -c \
+    "'$korb' rng --dist hypergeometric --l 9 --s 9 --m 4 --n 3 | sort -u"
+for bad in "--dist binomial --p 1.5" "--dist binomial --ntrial -1" "--dist poisson --lambda 0" \
+    "--dist poisson --lambda 3e9" "--dist poisson-v --lambda 1,0" "--dist poisson-v --lambda x" \
+    "--dist hypergeometric --l 10 --s 11" "--dist hypergeometric --l 10 --m -1" \
+    "--dist negbinomial --p 0" "--dist negbinomial --a 0" "--dist poisson --method btpe"; do
+    # shellcheck disable=SC2086
+    one_line_error "rng $bad" "$korb" rng $bad
+done
 for bad in "--dist gamma --alpha 0" "--dist gamma --beta -1" "--dist beta --q 0" \
     "--dist gamma --cov x" "--dist beta --p nan"; do
     # shellcheck disable=SC2086
     one_line_error "rng $bad" "$korb" rng $bad
 done
-for bad in "--dist poisson" "--dist gaussian --sigma 0" "--dist gaussian --sigma -1" \
+for bad in "--dist nosuch" "--dist gaussian --sigma 0" "--dist gaussian --sigma -1" \
     "--dist gaussian --beta 1" "--dist gaussian --a 1" "--dist gaussian --method foo" \
     "--dist gaussian --format int" "--dist uniform --a 2 --b 1" "--sigma 2" "--method icdf" \
     "--stats --binary" "--dist gaussian --brng SOBOL:2" "--dist weibull --alpha 0" \

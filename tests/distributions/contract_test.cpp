@@ -46,6 +46,22 @@ double uniform_cdf(double x, const double *) {
     return std::clamp(x, 0.0, 1.0);
 }
 
+// P(X <= x) of a distribution on the integers lo..hi from the logarithm of its mass.
+template <class LogMass>
+double count_cdf(double x, double lo, double hi, LogMass log_mass) {
+    double sum = 0;
+    for (double k = lo; k <= std::min(std::floor(x), hi); k += 1) sum += std::exp(log_mass(k));
+    return std::min(sum, 1.0);
+}
+double log_choose(double a, double b) {
+    return std::lgamma(a + 1) - std::lgamma(b + 1) - std::lgamma(a - b + 1);
+}
+double poisson_cdf(double x, double lambda) {
+    return count_cdf(x, 0, 1e9, [lambda](double k) {
+        return k * std::log(lambda) - lambda - std::lgamma(k + 1);
+    });
+}
+
 const Reference kReferences[] = {
     {"Uniform",
      {-1.5, 2.5},
@@ -129,6 +145,36 @@ const Reference kReferences[] = {
      [](double x, const double *p) {
          return x < 0 ? 0 : -std::expm1((std::floor(x) + 1) * std::log1p(-p[0]));
      }},
+    {"Binomial",
+     {200, 0.35},
+     [](double x, const double *p) {
+         return count_cdf(x, 0, p[0], [p](double k) {
+             return log_choose(p[0], k) + k * std::log(p[1]) + (p[0] - k) * std::log1p(-p[1]);
+         });
+     }},
+    {"Poisson", {40}, [](double x, const double *p) { return poisson_cdf(x, p[0]); }},
+    {"PoissonV",
+     {0},
+     [](double x, const double *) { return poisson_cdf(x, 15); },
+     -1,
+     -1,
+     {std::vector<double>(1000000, 15.0)}},
+    {"Hypergeometric",
+     {200, 60, 80},
+     [](double x, const double *p) {
+         return count_cdf(x, 0, 60, [p](double k) {
+             return log_choose(p[2], k) + log_choose(p[0] - p[2], p[1] - k) -
+                    log_choose(p[0], p[1]);
+         });
+     }},
+    {"Negbinomial",
+     {4.5, 0.3},
+     [](double x, const double *p) {
+         return count_cdf(x, 0, 1e9, [p](double k) {
+             return std::lgamma(k + p[0]) - std::lgamma(p[0]) - std::lgamma(k + 1) +
+                    p[0] * std::log(p[1]) + k * std::log1p(-p[1]);
+         });
+     }},
     {"UniformBits", {}, uniform_cdf},
     {"UniformBits32", {}, uniform_cdf},
     {"UniformBits64", {}, uniform_cdf},
@@ -185,7 +231,9 @@ template <class T>
 int draw_case(const Case &c, BixStream *s, int n, T *r, const double *p, int flags = 0) {
     const int method = kEntries[c.entry].methods[c.method].id | flags;
     const Reference *ref = reference_of(kEntries[c.entry].id);
-    std::vector<std::vector<T>> arrays;
+    // Arrays of reals: float for the single-precision kernel, double for the others.
+    using A = std::conditional_t<std::is_same_v<T, float>, float, double>;
+    std::vector<std::vector<A>> arrays;
     const void *pointers[dist::list::kMaxParams] = {};
     if (ref != nullptr) {
         for (size_t k = 0; k < ref->arrays.size(); ++k) {

@@ -390,6 +390,50 @@ KORB_API int _bixiRngGeometric(int method, BixStream *stream, int n, int r[], do
 KORB_API double __bixdLn(double x);
 
 /*
+ * Counting distributions, int variates. Inversion takes one uniform a variate (any split of n
+ * gives the same variates); the rejection samplers take a varying number, drawn in blocks sized
+ * by the variates still to come, so the variates are a fixed function of the stream's state, n
+ * and the parameters (same inputs, same bits) but n drawn in two calls need not give the
+ * variates of one call of n. A stream that refuses 65536 candidates in a row (which no
+ * registered generator does) ends the call with BIX_ERROR_BADARGS. A method other than the
+ * listed ones gives BIX_ERROR_BADMETHOD; n < 1 draws nothing. The parameters are not checked:
+ *   Binomial(ntrial, p)       ntrial in [0, 2^31 - 1], p in [0, 1]. BTPE: Kachitvichyanukul and
+ *                             Schmeiser's BTPE when ntrial min(p, 1 - p) >= 30, inversion below;
+ *                             ntrial = 0, p = 0 and p = 1 give the constant without drawing
+ *   Poisson(lambda)           lambda in (0, 2e9] (a larger mean is taken as 2e9). PTPE: the
+ *                             triangle-parallelogram-exponential rejection for lambda >= 27,
+ *                             inversion below. NORMAL: Ahrens and Dieter's PD on the Gaussian
+ *                             kernel's BOXMULLER2 normals for lambda >= 10, inversion below
+ *   PoissonV(lambda[])        one mean per variate, each in (0, 2e9]; NORMAL is the scalar
+ *                             kernel's NORMAL for each element (a constant mean gives its
+ *                             variates), a mean equal to the one before reusing its set-up
+ *   Hypergeometric(l, s, m)   marked items in a sample of s from a lot of l with m marked,
+ *                             l in [0, 2^31 - 1], s and m in [0, l]. H2PE: Kachitvichyanukul and
+ *                             Schmeiser's H2PE when the mode lies at least 10 values above the
+ *                             least of the support, inversion otherwise
+ *   Negbinomial(a, p)         failures before the a-th success, a > 0, p in (0, 1], and
+ *                             (1 - p) / p (a + 12 sqrt(a) + 60) <= 2e9. GAMMA_POISSON: a Poisson
+ *                             variate of a gamma mean (shape a, scale (1 - p) / p, the gamma
+ *                             kernel's method 0) when a (1 - p) / p >= 1, inversion below; p = 1
+ *                             gives 0 without drawing
+ */
+#define BIX_RNG_METHOD_BINOMIAL_BTPE 0
+#define BIX_RNG_METHOD_POISSON_PTPE 0
+#define BIX_RNG_METHOD_POISSON_NORMAL 1
+#define BIX_RNG_METHOD_POISSONV_NORMAL 0
+#define BIX_RNG_METHOD_HYPERGEOMETRIC_H2PE 0
+#define BIX_RNG_METHOD_NEGBINOMIAL_GAMMA_POISSON 0
+KORB_API int _bixiRngBinomial(int method, BixStream *stream, int n, int r[], int ntrial,
+                              double p);
+KORB_API int _bixiRngPoisson(int method, BixStream *stream, int n, int r[], double lambda);
+KORB_API int _bixiRngPoissonV(int method, BixStream *stream, int n, int r[],
+                              const double lambda[]);
+KORB_API int _bixiRngHypergeometric(int method, BixStream *stream, int n, int r[], int l, int s,
+                                    int m);
+KORB_API int _bixiRngNegbinomial(int method, BixStream *stream, int n, int r[], double a,
+                                 double p);
+
+/*
  * Uniform bits. _bixiRngUniformBits writes n raw output words of the stream's generator exactly
  * as its iGen does (wordSize / 4 elements of r per word). _bixiRngUniformBits32 writes n 32-bit
  * and _bixiRngUniformBits64 n 64-bit uniform words; they serve MCG59 (the top 32 of each word's
