@@ -167,6 +167,32 @@ KORB_API int bixiRngBernoulli(int method, BixStream *stream, int n, int r[], dou
    (a count could exceed INT_MAX). Method BIX_RNG_METHOD_ICDF. */
 KORB_API int bixiRngGeometric(int method, BixStream *stream, int n, int r[], double p);
 
+/* Successes in ntrial >= 0 trials of probability p in [0, 1]. Method BIX_RNG_METHOD_BINOMIAL_BTPE
+   (BTPE when ntrial min(p, 1 - p) >= 30, inversion below). */
+KORB_API int bixiRngBinomial(int method, BixStream *stream, int n, int r[], int ntrial, double p);
+
+/* Poisson of mean lambda in (0, 2e9]. Methods BIX_RNG_METHOD_POISSON_PTPE (PTPE from lambda 27,
+   inversion below), BIX_RNG_METHOD_POISSON_NORMAL (PD from lambda 10, inversion below). */
+KORB_API int bixiRngPoisson(int method, BixStream *stream, int n, int r[], double lambda);
+
+/* Poisson of mean lambda[i] for variate i, each in (0, 2e9]. Method
+   BIX_RNG_METHOD_POISSONV_NORMAL (the scalar kernel's normal method per element). */
+KORB_API int bixiRngPoissonV(int method, BixStream *stream, int n, int r[], const double lambda[]);
+
+/* Marked items in a sample of s drawn without replacement from l items of which m are marked;
+   l >= 0, s and m in [0, l]. Method BIX_RNG_METHOD_HYPERGEOMETRIC_H2PE. */
+KORB_API int bixiRngHypergeometric(int method, BixStream *stream, int n, int r[], int l, int s,
+                                   int m);
+
+/* Failures before the a-th success of probability p; a > 0, p in (0, 1], and the mean small
+   enough for an int: (1 - p) / p (a + 12 sqrt(a) + 60) <= 2e9. Method
+   BIX_RNG_METHOD_NEGBINOMIAL_GAMMA_POISSON. */
+KORB_API int bixiRngNegbinomial(int method, BixStream *stream, int n, int r[], double a, double p);
+
+/* The binomial, Poisson, hypergeometric and negative binomial kernels reject candidates: the same
+stream state, n and parameters give the same variates, but n drawn in two calls need not give
+those of one call. */
+
 /* --- Uniform bits ------------------------------------------------------------------------- */
 
 /* n output words of the stream's generator as they are (wordSize / 4 elements of r each); n

@@ -163,6 +163,12 @@ typedef int (*BixsUpdateFuncPtr)(BixStream *stream, int n, float buffer[]);
 #define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER 0  /* the Gaussian methods of the same id */
 #define BIX_RNG_METHOD_GAUSSIANMV_BOXMULLER2 1
 #define BIX_RNG_METHOD_GAUSSIANMV_ICDF 2
+#define BIX_RNG_METHOD_BINOMIAL_BTPE 0             /* BTPE, inversion for small means */
+#define BIX_RNG_METHOD_POISSON_PTPE 0               /* PTPE, inversion below lambda 27 */
+#define BIX_RNG_METHOD_POISSON_NORMAL 1             /* PD on normals, inversion below 10 */
+#define BIX_RNG_METHOD_POISSONV_NORMAL 0            /* PD per element */
+#define BIX_RNG_METHOD_HYPERGEOMETRIC_H2PE 0        /* H2PE, inversion for narrow supports */
+#define BIX_RNG_METHOD_NEGBINOMIAL_GAMMA_POISSON 0  /* Poisson of a gamma mean */
 /* Storage of the multivariate Gaussian's lower-triangular factor T. */
 #define BIX_RNG_MATRIX_FULL 0     /* dimen x dimen row-major, above the diagonal not read */
 #define BIX_RNG_MATRIX_PACKED 1   /* the lower triangle row by row, dimen (dimen + 1) / 2 */

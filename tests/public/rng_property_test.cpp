@@ -133,13 +133,17 @@ std::string one_call(const EntryPoint &ep, Caller<Out> f, BixStream *stream, std
         p[k] = g() % 3 == 0 ? e.params[k].fallback : draw_value(g);
         // The entry point receives the value converted to its own type.
         if (e.params[k].type == list::Type::kInt) {
-            p[k] = std::isfinite(p[k]) && std::fabs(p[k]) < 2.1e9 ? std::trunc(p[k]) : 0;
+            // As an int it has no sign of zero: -0.0 becomes 0.
+            p[k] = std::isfinite(p[k]) && std::fabs(p[k]) < 2.1e9 ? std::trunc(p[k]) + 0.0 : 0;
         } else if (std::is_same_v<Out, float>) {
             p[k] = static_cast<double>(static_cast<float>(p[k]));
         }
     }
     // Pairs in order now and then, so that relations such as a < b hold often enough.
-    if (e.param_count >= 2 && g() % 2 == 0 && p[0] > p[1]) std::swap(p[0], p[1]);
+    if (e.param_count >= 2 && e.params[0].type == e.params[1].type && g() % 2 == 0 &&
+        p[0] > p[1]) {
+        std::swap(p[0], p[1]);
+    }
     // A vector distribution's dimension stays within the arrays the test passes.
     size_t per_variate = 1;
     if (e.dimension >= 0) {

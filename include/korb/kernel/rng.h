@@ -417,12 +417,6 @@ KORB_API double __bixdLn(double x);
  *                             kernel's method 0) when a (1 - p) / p >= 1, inversion below; p = 1
  *                             gives 0 without drawing
  */
-#define BIX_RNG_METHOD_BINOMIAL_BTPE 0
-#define BIX_RNG_METHOD_POISSON_PTPE 0
-#define BIX_RNG_METHOD_POISSON_NORMAL 1
-#define BIX_RNG_METHOD_POISSONV_NORMAL 0
-#define BIX_RNG_METHOD_HYPERGEOMETRIC_H2PE 0
-#define BIX_RNG_METHOD_NEGBINOMIAL_GAMMA_POISSON 0
 KORB_API int _bixiRngBinomial(int method, BixStream *stream, int n, int r[], int ntrial,
                               double p);
 KORB_API int _bixiRngPoisson(int method, BixStream *stream, int n, int r[], double lambda);
