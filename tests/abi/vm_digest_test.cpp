@@ -10,6 +10,10 @@
 // file and its class; the build registers one run per class library), and a change to a kernel
 // that moves a result shows here. Every call also leaves the caller's control register as it
 // found it. When a kernel changes on purpose, `make digests` rewrites the committed table.
+//
+// KORB_DIGEST_TRACE=<p><Func> prints the running digest of that function after every call, one
+// line per call with its mode, length, offset and placement: two builds that disagree are
+// compared line by line, and the first differing line names the call.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -239,6 +243,8 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
     for (int n : {63, 64, 65, 127, 257, 1000}) lengths.push_back(n);
     Hash h;
     t_hash = &h;
+    const char *trace = std::getenv("KORB_DIGEST_TRACE");
+    const bool tracing = trace != nullptr && std::string(1, f.precision) + f.name == trace;
     std::uint64_t at = 0;
     for (unsigned denormals : {ARQ_DENORMALS_KEEP, ARQ_DENORMALS_FLUSH}) {
         lib.set_mode(ARQ_HA | ARQ_ERRMODE_CALLBACK | denormals);
@@ -268,6 +274,13 @@ std::uint64_t sweep(const Library &lib, const korb::vecmath::FunctionInfo &f, vo
                     h.add(static_cast<std::uint64_t>(lib.get_status()));
                     put_bits(h, here ? a : r1);
                     if (f.kind == KernelKind::pair) put_bits(h, r2);
+                    if (tracing) {
+                        std::printf("%c%s %s n=%d offset=%d%s at=%llu %016llx\n", f.precision,
+                                    f.name, denormals == ARQ_DENORMALS_FLUSH ? "flush" : "keep", n,
+                                    offset, here ? " in place" : "",
+                                    static_cast<unsigned long long>(at),
+                                    static_cast<unsigned long long>(h.h));
+                    }
                 }
             }
         }

@@ -18,7 +18,8 @@
 // Vectors of finite, normal, non-zero arguments take the vector path; any other vector, and the
 // last elements that fill no vector, go element by element with the same operations: a subnormal
 // is scaled by 2^54 first (2^18 for the root), ±0, ±Inf and NaN as C99 has cbrt and the powers
-// (a NaN comes back quiet). The only status is InvCbrt's ARQ_STATUS_SING at ±0 (result ±Inf).
+// (a NaN comes back quiet). The only status is InvCbrt's ARQ_STATUS_SING at ±0 (result ±Inf). In
+// the flushing mode a subnormal argument is the zero of its sign.
 #include <cstdint>
 
 #include "frame/simd.h"
@@ -196,8 +197,11 @@ struct Cube {
 
     static const Context &context() { return kNoContext; }
 
+    // A subnormal read as zero (the flushing mode) is that zero here too, built from the sign:
+    // the root of a zero is the argument itself, and whether a float widened and narrowed back
+    // keeps its subnormal bits would depend on the compiler folding the two conversions away.
     static T element(T x, const Context &, int &status) {
-        return static_cast<T>(cube_element<kPower, !kDouble>(x, status));
+        return static_cast<T>(cube_element<kPower, !kDouble>(as_read(x), status));
     }
 
     // Zero, subnormal, infinite or NaN, either sign; tested in integer registers.

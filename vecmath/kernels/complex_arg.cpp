@@ -167,9 +167,12 @@ struct Arg {
     static constexpr const char *kName = kFunction;
     static constexpr bool kSingle = sizeof(T) == 4;
 
+    // Parts that the flushing mode reads as zero are zeros here too (arg(±0 + i·±0) gives a
+    // part back by its bits otherwise), whether or not the compiler folds a single part's
+    // widening and the result's narrowing into nothing.
     static double element(Cx<double> z, int &status) {
         status = ARQ_STATUS_OK;
-        return element_argument<kSingle>(z.re, z.im);
+        return element_argument<kSingle>(as_read(z.re), as_read(z.im));
     }
 
     static Vec<double> lanes(Lanes z, bool &refused) {

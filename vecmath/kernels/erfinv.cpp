@@ -218,13 +218,6 @@ double central_element(double x, const K &k) {
     return central_value<kExact>(x * kScaleUp, k) * kScaleDown;
 }
 
-// Whether x is a zero to the arithmetic: under denormals-are-zero a subnormal is one. x is read
-// back through an opaque pointer so that the compiler keeps the floating compare instead of
-// testing the bits, which would not see the mode.
-inline bool reads_as_zero(const double &x) {
-    return *simd::opaque(&x) == 0.0;
-}
-
 // y with the sign bit set when negative is true.
 inline double with_sign(double y, bool negative) {
     return double_from(bits_of(y) | (negative ? kSignBit : 0));

@@ -18,9 +18,9 @@
 // not below the smallest normal number in magnitude, take the vector path; every other vector,
 // and the last elements that fill no vector, go element by element with the same operations and
 // the special values: ±0 gives ±0, a subnormal x itself with ARQ_STATUS_UNDERFLOW (as C99 raises
-// underflow there), -Inf gives -1, +Inf +Inf, a NaN comes back quiet; x below -37.5 (-17.5 in
-// single) gives -1 (the exact value rounds to it); a result that rounds to +Inf reports
-// ARQ_STATUS_OVERFLOW.
+// underflow there; in the flushing mode it reads as the zero of its sign), -Inf gives -1, +Inf
+// +Inf, a NaN comes back quiet; x below -37.5 (-17.5 in single) gives -1 (the exact value rounds
+// to it); a result that rounds to +Inf reports ARQ_STATUS_OVERFLOW.
 #include <cstdint>
 
 #include "frame/simd.h"
@@ -99,7 +99,9 @@ double element_d(double x, int &status) {
     if (abs_b > kPlusInfBits) return double_from(b | kQuietBit);
     if (b == kPlusInfBits) return x;
     if (abs_b < 0x0010000000000000) {
-        if (abs_b != 0) status = ARQ_STATUS_UNDERFLOW;
+        // ±0 and subnormals: x itself, but a subnormal read as zero is that zero.
+        x = as_read(x);
+        if ((bits_of(x) & kAbsMask) != 0) status = ARQ_STATUS_UNDERFLOW;
         return x;
     }
     if (x < -37.5) return -1.0;
@@ -117,7 +119,8 @@ float element_s(float x, int &status) {
     if (abs_b > 0x7F800000) return float_from(b | 0x00400000);
     if (b == 0x7F800000) return x;
     if (abs_b < 0x00800000) {
-        if (abs_b != 0) status = ARQ_STATUS_UNDERFLOW;
+        x = as_read(x);
+        if ((bits_of(x) & 0x7FFFFFFF) != 0) status = ARQ_STATUS_UNDERFLOW;
         return x;
     }
     if (x < -17.5f) return -1.0f;

@@ -80,6 +80,28 @@ inline float float_from(std::uint32_t b) {
     return x;
 }
 
+// Whether x is a zero to the arithmetic: under denormals-are-zero (the flushing mode) a subnormal
+// is one. x is read back through an opaque pointer so that the compiler keeps the floating
+// compare instead of testing the bits, which would not see the mode.
+template <class T>
+inline bool reads_as_zero(const T &x) {
+    return *simd::opaque(&x) == T(0);
+}
+
+// x as the arithmetic reads it: under denormals-are-zero a subnormal becomes the zero of its
+// sign; any other value, and every value under gradual underflow, stays as it is. An element path
+// that takes subnormals apart by their bits (scaling them, returning them) calls it first, so
+// that in the flushing mode it gives what the zero gives, statuses included.
+template <class T>
+inline T as_read(T x) {
+    if (!reads_as_zero(x)) return x;
+    if constexpr (sizeof(T) == 4) {
+        return float_from(bits_of(x) & 0x80000000u);
+    } else {
+        return double_from(bits_of(x) & kSignBit);
+    }
+}
+
 // The NaN a domain error returns in precision T (0xFFC00000 in single).
 template <class T>
 T domain_nan() {

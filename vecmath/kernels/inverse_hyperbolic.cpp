@@ -16,11 +16,12 @@
 // within about 0.58 ulp; the single kernels round their double result once to float.
 //
 // Below 2^-28 in magnitude (single: 2^-13) asinh and atanh return x itself (the next term is
-// below half an ulp) without any status. The single kernels form w in plain double arithmetic
-// (see argument()). The lanes take asinh for |x| < 2^500, acosh for 1 < x < 2^500 and atanh
-// for |x| < 1; the element path handles the rest as C99 Annex F says: a NaN comes back quiet;
-// asinh(±Inf) = ±Inf, acosh(+Inf) = +Inf, acosh(1) = +0; acosh(x < 1) (also -Inf) and
-// atanh(|x| > 1) (also ±Inf) give the NaN 0xFFF8000000000000 (0xFFC00000) with
+// below half an ulp) without any status; in the flushing mode a subnormal x is the zero of its
+// sign. The single kernels form w in plain double arithmetic (see argument()). The lanes take
+// asinh for 2^-1022 <= |x| < 2^500, acosh for 1 < x < 2^500 and atanh for 2^-1022 <= |x| < 1
+// (widened single arguments alike); the element path handles the rest as C99 Annex F says: a NaN
+// comes back quiet; asinh(±Inf) = ±Inf, acosh(+Inf) = +Inf, acosh(1) = +0; acosh(x < 1) (also
+// -Inf) and atanh(|x| > 1) (also ±Inf) give the NaN 0xFFF8000000000000 (0xFFC00000) with
 // ARQ_STATUS_ERRDOM; atanh(±1) = ±Inf with ARQ_STATUS_SING. From 2^500 on, asinh and acosh are
 // ln a + ln 2 (the difference is below 2^-1000).
 #include <cmath>
@@ -47,6 +48,7 @@ constexpr double kLn2 = 0.6931471805599453;
 constexpr double kTiny = 0x1p-28;
 constexpr double kTinyS = 0x1p-13;                       // single: x³/3 is below 2^-26 of x
 constexpr std::uint64_t kHugeBits = 0x5F30000000000000;  // 2^500
+constexpr std::uint64_t kSmallestNormalBits = 0x0010000000000000;
 
 enum class Func { asinh, acosh, atanh };
 
@@ -163,7 +165,7 @@ struct InverseHyperbolic {
 
     static T element(T x, const Context &, int &status) {
         status = ARQ_STATUS_OK;
-        const double d = x;
+        const double d = as_read(static_cast<double>(x));
         const std::uint64_t b = bits_of(d);
         const std::uint64_t abs_bits = b & kAbsMask;
         if (abs_bits > kPlusInfBits) return x + x;  // NaN, quiet
@@ -188,14 +190,16 @@ struct InverseHyperbolic {
         return static_cast<T>(inverse_value<F, kSingle>(d));
     }
 
+    // Zeros and subnormals go to the element path too: the lanes give a tiny argument back by
+    // its bits, which would keep a subnormal that the flushing mode reads as zero.
     static bool unusual(T x, const Context &) {
         const std::uint64_t b = bits_of(static_cast<double>(x));
         if constexpr (F == Func::asinh) {
-            return (b & kAbsMask) >= kHugeBits;
+            return (b & kAbsMask) - kSmallestNormalBits >= kHugeBits - kSmallestNormalBits;
         } else if constexpr (F == Func::acosh) {
             return b - (kOneBits + 1) >= kHugeBits - (kOneBits + 1);
         } else {
-            return (b & kAbsMask) >= kOneBits;
+            return (b & kAbsMask) - kSmallestNormalBits >= kOneBits - kSmallestNormalBits;
         }
     }
 

@@ -111,10 +111,11 @@ double ln_value(double x, double d) {
 }
 
 double ln_element(double x, int &status) {
-    const std::uint64_t b = bits_of(x);
-    const std::uint32_t hi = static_cast<std::uint32_t>(b >> 32);
     status = ARQ_STATUS_OK;
-    if (is_positive_normal(hi)) return ln_value(x, 0.0);
+    if (is_positive_normal(high_word(x))) return ln_value(x, 0.0);
+    // Under denormals-are-zero a subnormal is the zero of its sign: -Inf with ARQ_STATUS_SING.
+    x = as_read(x);
+    const std::uint64_t b = bits_of(x);
     if ((b & ~kMinusZeroBits) == 0) {
         status = ARQ_STATUS_SING;
         return double_from(kMinusInfBits);

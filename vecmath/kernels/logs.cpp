@@ -22,7 +22,8 @@
 // the NaN 0xFFF8000000000000 (0xFFC00000) with ARQ_STATUS_ERRDOM, a NaN comes back unchanged,
 // +Inf gives +Inf, a positive subnormal is scaled by 2^52 first); Log1p as C99's log1p (±0 gives
 // ±0, -1 gives -Inf with ARQ_STATUS_SING, below -1 the NaN with ARQ_STATUS_ERRDOM, +Inf gives
-// +Inf, a NaN comes back quiet, a subnormal x itself with ARQ_STATUS_UNDERFLOW).
+// +Inf, a NaN comes back quiet, a subnormal x itself with ARQ_STATUS_UNDERFLOW). In the flushing
+// mode both read a subnormal argument as the zero of its sign.
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -195,7 +196,7 @@ struct Log10 {
 
     static T element(T x, const Context &, int &status) {
         T result;
-        if (log_special(x, result, status)) return result;
+        if (log_special(as_read(x), result, status)) return result;
         if constexpr (kDouble) {
             return log10_of(ln_any(x));
         } else {
@@ -234,7 +235,7 @@ struct Log1p {
 
     static T element(T x, const Context &, int &status) {
         T result;
-        if (log1p_special(x, result, status)) return result;
+        if (log1p_special(as_read(x), result, status)) return result;
         if constexpr (kDouble) {
             return log1p_of(x);
         } else {

@@ -326,6 +326,7 @@ struct Trig : Shape<double, double, kVector, F == Func::tan ? 4 : 2> {
     static double element(double x, const Context &, int &status) {
         double result;
         if (special(x, result, status)) return result;
+        x = as_read(x);  // a subnormal read as zero (the flushing mode) is that zero
         if (F != Func::cos && x == 0.0) return x;  // keeps the sign of zero
         return value<F>(reduce_element(x), kScalar);
     }
@@ -350,6 +351,7 @@ struct SinCos : Shape<double, double, kVector, 2> {
             cos_x = result;
             return result;
         }
+        x = as_read(x);
         double sin_x;
         sin_cos_value(reduce_element(x), kScalar, sin_x, cos_x);
         return x == 0.0 ? x : sin_x;

@@ -23,7 +23,8 @@
 // ARQ_STATUS_SING, InvSqrt(+Inf) = +0, Pow3o2(±0) = +0 (as C99's pow(±0, 1.5)), Pow3o2(+Inf) =
 // +Inf; a negative argument (also -Inf) the NaN 0xFFF8000000000000 (0xFFC00000) with
 // ARQ_STATUS_ERRDOM; a NaN comes back quiet. Pow3o2 reports ARQ_STATUS_OVERFLOW for a result that
-// rounds to +Inf and ARQ_STATUS_UNDERFLOW for one below the smallest normal number.
+// rounds to +Inf and ARQ_STATUS_UNDERFLOW for one below the smallest normal number. In the
+// flushing mode a subnormal argument is the zero of its sign.
 #include <cstdint>
 
 #include "frame/simd.h"
@@ -157,11 +158,12 @@ struct SqrtPower {
 
     static const Context &context() { return kNoContext; }
 
+    // A subnormal read as zero (the flushing mode) takes the zero's special value.
     static T element(T x, const Context &, int &status) {
         if constexpr (kDouble) {
-            return element_d<kPower>(x, status);
+            return element_d<kPower>(as_read(x), status);
         } else {
-            return element_s<kPower>(x, status);
+            return element_s<kPower>(as_read(x), status);
         }
     }
 
