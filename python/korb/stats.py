@@ -8,6 +8,7 @@ in place, others copied once.
 import collections
 import ctypes
 import operator
+import threading
 
 import numpy as np
 
@@ -216,6 +217,9 @@ class StreamingQuantiles:
         self.nobs = 0
         self._task = None
         self._one = None
+        # The summary lives in the task: updates from several threads take turns.
+        self._lock = threading.Lock()
+        self._closed = False
 
     def update(self, chunk):
         """Adds the chunk's observations; returns the estimates over everything seen so far."""
@@ -224,6 +228,13 @@ class StreamingQuantiles:
         if chunk.ndim not in (1, 2):
             raise ValueError("a chunk is 1-D or 2-D")
         chunk = np.ascontiguousarray(chunk.reshape(len(chunk), -1), self.dtype)
+        with self._lock:
+            self._add(chunk, one)
+        return self.quantiles
+
+    def _add(self, chunk, one):
+        if self._closed:
+            raise ValueError("the summary is closed")
         if self._task is None:
             self._start(chunk, one)
         elif chunk.shape[1] != self._task.p or one != self._one:
@@ -234,10 +245,9 @@ class StreamingQuantiles:
             t = self._task
             t.ints[1] = chunk.shape[0]
             t.x = chunk
-            _check(t.f["edit"](t.task, ID["x"], address(chunk)), "SSEditTask")
+            _check(t.f["edit"](t.task, ID["x"], address(chunk)), f"bix{t.p_letter}SSEditTask")
             t.compute(EST_STREAM_QUANTILES, STREAM_METHODS[self.method])
             self.nobs += chunk.shape[0]
-        return self.quantiles
 
     def _start(self, chunk, one):
         t = _Task(chunk if len(chunk) else np.zeros((1, chunk.shape[1]), self.dtype), 0)
@@ -260,8 +270,10 @@ class StreamingQuantiles:
 
     def close(self):
         if getattr(self, "_task", None) is not None:
-            self._task.__exit__()
-            self._task = None
+            with self._lock:
+                self._task.__exit__()
+                self._task = None
+        self._closed = True
 
     def __del__(self):
         self.close()

@@ -9,7 +9,7 @@ rm -rf "$scratch"
 mkdir -p "$scratch"
 # The source directory is copied, so that the build leaves nothing in the repository.
 cp -r "$package" "$scratch/src"
-"$python" -m pip install --quiet --no-index --no-deps --disable-pip-version-check \
+"$python" -m pip install --quiet --no-index --no-deps --disable-pip-version-check --root-user-action=ignore \
     --target "$scratch/site" "$scratch/src"
 cd "$scratch"
 PYTHONPATH="$scratch/site" "$python" -c '

@@ -77,6 +77,8 @@ def test_streaming_quantiles():
             assert abs(rank - ((x.size - 1) * qq + 1)) <= eps * x.size, (method, qq)
         assert est[0] == x.min() and est[-1] == x.max()
         sq.close()
+        with pytest.raises(ValueError, match="closed"):
+            sq.update(x[:10])
     two = stats.StreamingQuantiles([0.5], 0.01)
     two.update(rng.normal(size=(1000, 2)))
     assert two.quantiles.shape == (1, 2)
