@@ -7,7 +7,8 @@
 
 Each distribution of the library is a method named after it ('gaussian-mv' is gaussian_mv),
 taking the count n, its parameters by the names `korb rng` gives them (positionally too), and
-the keywords method (a name or a method id), dtype and out. Variates of the same stream state,
+the keywords method (a name or a method id), dtype and out (whose dtype is taken when dtype is
+not given). Variates of the same stream state,
 method and parameters are the bits the C entry points give (a call of more than 2**30 variates
 is made as several calls, which for the rejection methods, gamma and beta, gives other variates
 than one call would).
@@ -462,6 +463,8 @@ class _Distribution:
 
     def draw(self, stream, n, given, explicit, method, dtype, out):
         n = count(n)
+        if dtype is None and isinstance(out, np.ndarray):
+            dtype = out.dtype  # the caller's array says which precision to draw
         p, otype = self.precision(dtype, stream)
         mid = self.method_id(method)
         realtype = np.float32 if p == "s" else np.float64

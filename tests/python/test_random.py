@@ -133,8 +133,12 @@ def test_out_and_dtypes():
     assert np.array_equal(strided, t.uniform(500))
     with pytest.raises(ValueError):
         s.uniform(10, out=np.zeros(11))
+    single = np.zeros(10, np.float32)
+    assert s.uniform(10, out=single) is single  # the precision of out
     with pytest.raises(TypeError):
-        s.uniform(10, out=np.zeros(10, np.float32))
+        s.uniform(10, out=np.zeros(10, np.float16))
+    with pytest.raises(TypeError):
+        s.uniform(10, dtype=np.float64, out=np.zeros(10, np.float32))
     read_only = np.zeros(10)
     read_only.setflags(write=False)
     with pytest.raises(ValueError, match="read-only"):
