@@ -350,6 +350,10 @@ class _Distribution:
         self.default_method = _DEFAULT_METHOD.get(self.name, entry["methods"][0][0])
         self.dimension = entry["dimension"]
         self.functions = {}
+        # The keyword of each parameter: korb rng's option name, with a trailing _ where it
+        # would take the name of one of the method's own arguments.
+        self.keys = [key + "_" if key in ("self", "n", "method", "dtype", "out") else key
+                     for _, _, _, key, _ in self.params]
 
     def function(self, p):
         """bix<p>Rng<Kernel> with its prototype; p is d, s or i."""
@@ -382,7 +386,7 @@ class _Distribution:
     def signature(self):
         P = inspect.Parameter
         ps = [P("self", P.POSITIONAL_OR_KEYWORD), P("n", P.POSITIONAL_OR_KEYWORD)]
-        for name, kind, length, key, default in self.params:
+        for (name, kind, length, _, default), key in zip(self.params, self.keys):
             dflt = None if kind == "array" else (int(default) if kind == "int" else default)
             ps.append(P(key, P.POSITIONAL_OR_KEYWORD, default=dflt))
         ps.append(P("method", P.KEYWORD_ONLY, default=self.default_method))
@@ -402,16 +406,16 @@ class _Distribution:
             raise ValueError(f"{self.attr}: unknown method id {m}")
         return m
 
-    def arguments(self, given, explicit, realtype):
+    def arguments(self, n, given, explicit, realtype):
         """The C arguments of the parameters and the elements per variate."""
-        values, keep = [], []
-        keys = [key for _, _, _, key, _ in self.params]
+        values = []
+        keys = self.keys
         # A vector dimension not given is taken from the length of an array that follows it.
         if self.dimension >= 0 and keys[self.dimension] not in explicit:
-            for (name, kind, length, key, _) in self.params:
+            for (name, kind, length, _, _), key in zip(self.params, keys):
                 if kind == "array" and length == ("param", self.dimension) and key in explicit:
                     given[keys[self.dimension]] = np.size(given[key])
-        for name, kind, length, key, default in self.params:
+        for (name, kind, length, _, default), key in zip(self.params, keys):
             v = given[key]
             if kind == "int":
                 try:
@@ -426,10 +430,10 @@ class _Distribution:
             else:
                 values.append(None)
         arrays = []
-        for k, (name, kind, length, key, default) in enumerate(self.params):
+        for k, ((name, kind, length, _, default), key) in enumerate(zip(self.params, keys)):
             if kind != "array":
                 continue
-            need = self.length(length, values)
+            need = self.length(length, values, n)
             v = given[key]
             if v is None:
                 v = self.default_array(length, values, default, need)
@@ -442,13 +446,16 @@ class _Distribution:
         return values, arrays, per
 
     @staticmethod
-    def length(rule, values):
+    def length(rule, values, n):
+        """The elements an array parameter must have, by its rule in the list."""
+        if rule[0] == "n":
+            return n
         if rule[0] == "param":
             return max(0, values[rule[1]])
         if rule[0] == "matrix":
             d, storage = max(0, values[rule[1]]), values[rule[2]]
             return {0: d * d, 1: d * (d + 1) // 2, 2: d}.get(storage, 0)
-        raise ValueError("arrays of one element per variate are not supported")
+        raise ValueError(f"unknown length rule {rule!r}")
 
     @staticmethod
     def default_array(rule, values, default, need):
@@ -468,7 +475,7 @@ class _Distribution:
         p, otype = self.precision(dtype, stream)
         mid = self.method_id(method)
         realtype = np.float32 if p == "s" else np.float64
-        values, arrays, per = self.arguments(given, explicit, realtype)
+        values, arrays, per = self.arguments(n, given, explicit, realtype)
         if per < 1:
             raise RngError(ERROR_BADARGS, f"{self.attr} (dimension {per})")
         words = 1
@@ -477,8 +484,10 @@ class _Distribution:
         shape = (n,) if self.dimension < 0 and words == 1 else (n, per * words)
         r = output(shape, otype, out)
         f = self.function(p)
-        cargs = [a.__array_interface__["data"][0] if isinstance(a, np.ndarray) else a
-                 for a in values]
+        cargs = [address(a) if isinstance(a, np.ndarray) else a for a in values]
+        # Arrays of one element per variate move along with the variates, call by call.
+        along = [isinstance(a, np.ndarray) and rule[2] == ("n",)
+                 for a, rule in zip(values, self.params)]
         step = max(1, _CHUNK // (per * words))
         base = address(r) if r.size else 0
         itemsize = r.itemsize * per * words
@@ -486,7 +495,9 @@ class _Distribution:
             ptr = stream._handle()
             for start in range(0, n, step):
                 m = min(step, n - start)
-                _check(f(mid, ptr, m, base + start * itemsize, *cargs),
+                args = [a + start * values[k].itemsize if along[k] else a
+                        for k, a in enumerate(cargs)]
+                _check(f(mid, ptr, m, base + start * itemsize, *args),
                        f"bix{p}Rng{self.entry['kernel']}")
         return finish(r, out)
 

@@ -52,7 +52,7 @@ def test_every_distribution_gives_the_c_bits(clib, name):
             for (pname, kind, length, key, default) in dist.params:
                 if kind == "array":
                     values.append(dist.default_array(length, values, default,
-                                                     dist.length(length, values)).astype(real))
+                                                     dist.length(length, values, n)).astype(real))
                 else:
                     values.append(int(default) if kind == "int" else default)
             want = c_draw(clib, dist, p, mid, n, values, got.dtype, got.shape)
