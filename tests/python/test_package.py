@@ -37,7 +37,7 @@ def test_wheel_version_is_the_library_version():
 
     here = os.path.dirname(os.path.abspath(__file__))
     path = os.path.join(here, "..", "..", "python", "_backend", "korb_wheel.py")
-    spec = importlib.util.spec_from_file_location("korb_wheel", path)
-    backend = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(backend)
+    found = importlib.util.spec_from_file_location("korb_wheel", path)
+    backend = importlib.util.module_from_spec(found)
+    found.loader.exec_module(backend)
     assert backend.VERSION == korb.__version__
