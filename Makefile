@@ -4,7 +4,7 @@ CTEST_FLAGS ?= --output-on-failure -j $(JOBS) --timeout 300
 FUZZ_SECONDS ?= 600
 
 .PHONY: all build run test test-sanitize test-tsan bench accuracy stream-check costs tables \
-        verify-tables vm-header digests fuzz fuzz-smoke quality deps format clean
+        verify-tables vm-header python-lists digests fuzz fuzz-smoke quality deps format clean
 
 all: build
 
@@ -51,6 +51,14 @@ bench: build
 	/usr/bin/python3 bench/numpy_vm.py
 	/usr/bin/python3 bench/numpy_gamma_beta_mv.py
 	/usr/bin/python3 bench/numpy_counting.py
+	/usr/bin/python3 bench/python_binding.py
+
+# The Python package's tables of the vector-math functions and the distributions, rewritten
+# from the two lists.
+python-lists: deps
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
+	cmake --build build -j $(JOBS) --target gen_python_lists
+	./build/bin/gen_python_lists > python/korb/_lists.py
 
 # The public header's vector-math declarations, rewritten from vecmath/functions.def.
 vm-header: build

@@ -2,7 +2,7 @@
 # Installs the build tree into a scratch prefix, then builds and runs a small consumer twice:
 # with CMake's find_package(korb) and with pkg-config, each linking -lkorb and running without
 # LD_LIBRARY_PATH (the run path comes from CMake, or from the .pc file's -Wl,-rpath). The
-# installed korb command runs too.
+# installed korb command runs too, and the installed Python package.
 # usage: install_test.sh <build dir> <consumer source dir> <scratch dir> [extra compiler flags]
 set -eu
 build=$1
@@ -41,5 +41,17 @@ export PKG_CONFIG_PATH
 cc -std=c99 -D_DEFAULT_SOURCE -Wall -Werror $flags $(pkg-config --cflags korb) "$src/main.c" \
     -o "$scratch/pc-consumer" $(pkg-config --libs korb) -lm
 "$scratch/pc-consumer"
+
+# The Python package under the moved prefix's site-packages loads the moved libkorb (through the
+# relative path of its _location.py), when the system interpreter has numpy (not under the
+# sanitizers, whose runtime an uninstrumented interpreter does not load first).
+if [ -z "$flags" ] && /usr/bin/python3 -c 'import numpy' 2>/dev/null; then
+    location=$(find "$scratch/moved" -path '*/korb/_location.py' | head -n 1)
+    [ -n "$location" ] || { echo "Python package not installed"; exit 1; }
+    (cd "$scratch" && env -u KORB_LIBRARY PYTHONPATH="$(dirname "$(dirname "$location")")" \
+        /usr/bin/python3 -c 'import korb, numpy as np, os
+assert os.path.realpath(korb._lib.path).startswith(os.path.realpath("moved")), korb._lib.path
+assert korb.vm.exp(np.zeros(2)).tolist() == [1.0, 1.0]')
+fi
 rm -rf "$scratch"
 echo "1 passed, 0 failed"
