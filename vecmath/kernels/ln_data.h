@@ -68,5 +68,24 @@ struct Row {
     return r;
 }
 
+// The same rows for the lanes x, whose elements are at src: with two lanes as above; with wider
+// vectors the offsets of the rows (4j doubles: table_index on the patterns' high halves, scaled)
+// are made on the vector and read back one per lane.
+[[gnu::always_inline]] inline Row<simd::Vec<double>> rows(simd::Vec<double> x,
+                                                          const double *src) {
+    if constexpr (simd::kVectorIndices) {
+        using U = simd::Vec<std::uint64_t>;
+        const U b = simd::to_bits(x);
+        const U offset = (((b & (U{} + (0xFFC00ull << 32))) + (U{} + (0x400ull << 32))) &
+                          (U{} + (0x1FF800ull << 32))) >>
+                         (32 + 11 - 2);
+        Row<simd::Vec<double>> r;
+        simd::gather_row_fields(&kLnTable[0].rcp, offset, r.rcp, r.hi, r.lo);
+        return r;
+    } else {
+        return rows(src);
+    }
+}
+
 }  // namespace ln_data
 }  // namespace korb::vecmath
