@@ -180,9 +180,12 @@ constexpr int kNativeBytes = KORB_SIMD_BYTES;
 // per element, where the vector test costs three for the whole vector.
 constexpr bool kScreenVectors = kNativeBytes > 16;
 
-// Whether table indices are computed on the vector (masked and scaled there, then stored and
-// read back one per lane) rather than from each element in integer registers: the same trade as
-// kScreenVectors, with the same answer.
+// Whether table indices that must come from a computed vector (not from the elements in memory)
+// are masked and scaled on the vector before they are stored and read back one per lane, rather
+// than after, in integer registers: with four or eight lanes the vector does it in two
+// instructions. Indices that can be read from the elements themselves are better taken there in
+// every class: dLn's, read back from a stored vector, took 1.4 times as long with AVX-512 on
+// AMD Zen 4 (the loads wait for the 64-byte store).
 constexpr bool kVectorIndices = kNativeBytes > 16;
 
 template <class T>
@@ -614,28 +617,26 @@ template <int kStride, class Row>
     alignas(kNativeBytes) uint64_t stored[kCount<Vec<double>>];
     store_lanes(stored, offset);
     const uint64_t *o = opaque(stored);
-    gather_pairs<1>(base, [o](int l) { return o[l]; }, first, second);
+    gather_pairs<1>(
+        base, [o](int l) { return o[l]; }, first, second);
 }
 
-// Fields 0, 2 and 3 of table rows of four doubles, lane by lane, from offsets made on the
-// vector: lane l of f0, f2, f3 is base[offset[l]], base[offset[l] + 2], base[offset[l] + 3].
-// base + offset must be 32-byte aligned.
-[[gnu::always_inline]] inline void gather_row_fields(const double *base, Vec<uint64_t> offset,
-                                                     Vec<double> &f0, Vec<double> &f2,
-                                                     Vec<double> &f3) {
-    alignas(kNativeBytes) uint64_t stored[kCount<Vec<double>>];
-    store_lanes(stored, offset);
-    const uint64_t *o = opaque(stored);
+// Fields 0, 2 and 3 of table rows of four doubles, lane by lane: lane l of f0, f2, f3 is
+// base[kStride · row(l)] and the doubles two and three places after it. base + kStride · row
+// must be 32-byte aligned. With 64-byte vectors each row is one 32-byte load (rows 0 and 2 in
+// one vector, 1 and 3, 4 and 6, 5 and 7 in the others; two unpacks give each field of two rows
+// per 128-bit quarter, and a shuffle of quarters puts the rows in lane order); narrower vectors
+// read the two halves of the rows with gather_pairs.
+template <int kStride, class Row>
+[[gnu::always_inline]] inline void gather_row_fields(const double *base, Row row, Vec<double> &f0,
+                                                     Vec<double> &f2, Vec<double> &f3) {
 #if KORB_SIMD_BYTES == 64
-    // Each row is one 32-byte load: rows 0 and 2 in one vector, 1 and 3, 4 and 6, 5 and 7 in the
-    // others; two unpacks give each field of two rows per 128-bit quarter, and a shuffle of
-    // quarters puts the rows in lane order.
     const auto rows = [&](int l) {
-        const double *p = static_cast<const double *>(__builtin_assume_aligned(base + o[l], 32));
+        const double *p =
+            static_cast<const double *>(__builtin_assume_aligned(base + kStride * row(l), 32));
         const double *q =
-            static_cast<const double *>(__builtin_assume_aligned(base + o[l + 2], 32));
-        return _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_load_pd(p)), _mm256_load_pd(q),
-                                  1);
+            static_cast<const double *>(__builtin_assume_aligned(base + kStride * row(l + 2), 32));
+        return _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_load_pd(p)), _mm256_load_pd(q), 1);
     };
     const __m512d a = rows(0), b = rows(1), c = rows(4), d = rows(5);
     const __m512d low_ab = _mm512_unpacklo_pd(a, b), low_cd = _mm512_unpacklo_pd(c, d);
@@ -645,8 +646,8 @@ template <int kStride, class Row>
     f3 = _mm512_shuffle_f64x2(high_ab, high_cd, _MM_SHUFFLE(3, 1, 3, 1));
 #else
     Vec<double> unused;
-    gather_pairs<1>(base, [o](int l) { return o[l]; }, f0, unused);
-    gather_pairs<1>(base + 2, [o](int l) { return o[l]; }, f2, f3);
+    gather_pairs<kStride>(base, row, f0, unused);
+    gather_pairs<kStride>(base + 2, row, f2, f3);
 #endif
 }
 

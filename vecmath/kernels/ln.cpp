@@ -103,7 +103,7 @@ Parts<double> element_parts(double x) {
 // src holds the lanes of x (the table indices are read from there).
 [[gnu::always_inline]] inline Parts<Vec<double>> lane_parts(Vec<double> x, const double *src,
                                                             const Constants<Vec<double>> &c) {
-    return ln_parts(x, exponent(simd::to_bits(x)), rows(x, src), c);
+    return ln_parts(x, exponent(simd::to_bits(x)), rows(src), c);
 }
 
 // ln x less d, for d = 52·ln 2 after a subnormal was scaled by 2^52.

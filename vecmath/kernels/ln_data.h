@@ -62,29 +62,8 @@ struct Row {
 [[gnu::always_inline]] inline Row<simd::Vec<double>> rows(const double *src) {
     const auto index = [src](int l) { return table_index(high_word(src[l])); };
     Row<simd::Vec<double>> r;
-    simd::Vec<double> unused;
-    simd::gather_pairs<4>(&kLnTable[0].rcp, index, r.rcp, unused);
-    simd::gather_pairs<4>(&kLnTable[0].hi, index, r.hi, r.lo);
+    simd::gather_row_fields<4>(&kLnTable[0].rcp, index, r.rcp, r.hi, r.lo);
     return r;
-}
-
-// The same rows for the lanes x, whose elements are at src: with two lanes as above; with wider
-// vectors the offsets of the rows (4j doubles: table_index on the patterns' high halves, scaled)
-// are made on the vector and read back one per lane.
-[[gnu::always_inline]] inline Row<simd::Vec<double>> rows(simd::Vec<double> x,
-                                                          const double *src) {
-    if constexpr (simd::kVectorIndices) {
-        using U = simd::Vec<std::uint64_t>;
-        const U b = simd::to_bits(x);
-        const U offset = (((b & (U{} + (0xFFC00ull << 32))) + (U{} + (0x400ull << 32))) &
-                          (U{} + (0x1FF800ull << 32))) >>
-                         (32 + 11 - 2);
-        Row<simd::Vec<double>> r;
-        simd::gather_row_fields(&kLnTable[0].rcp, offset, r.rcp, r.hi, r.lo);
-        return r;
-    } else {
-        return rows(src);
-    }
 }
 
 }  // namespace ln_data
