@@ -174,6 +174,20 @@ inline const T *opaque(const T *p) {
 
 constexpr int kNativeBytes = KORB_SIMD_BYTES;
 
+// Whether a kernel that can screen its arguments both ways tests whole vectors rather than each
+// element in integer registers. With two lanes the element test is cheap and leaves the vector
+// units to the arithmetic; with four or eight lanes it costs four or five integer instructions
+// per element, where the vector test costs three for the whole vector.
+constexpr bool kScreenVectors = kNativeBytes > 16;
+
+// Whether table indices that must come from a computed vector (not from the elements in memory)
+// are masked and scaled on the vector before they are stored and read back one per lane, rather
+// than after, in integer registers: with four or eight lanes the vector does it in two
+// instructions. Indices that can be read from the elements themselves are better taken there in
+// every class: dLn's, read back from a stored vector, took 1.4 times as long with AVX-512 on
+// AMD Zen 4 (the loads wait for the 64-byte store).
+constexpr bool kVectorIndices = kNativeBytes > 16;
+
 template <class T>
 struct Native;
 #define KORB_SIMD_NATIVE(T)                                        \
@@ -446,6 +460,44 @@ template <class V, int... I>
 }
 #endif
 
+// ---- Integer lanes of the generators ------------------------------------------------------
+
+#if KORB_SIMD_BYTES > 16
+// The 16-byte forms of these are mul_lo32, to_double_exact and low_halves above (at 16 bytes a
+// native vector is the 16-byte one).
+
+// Products of the low 32 bits of each 64-bit lane, as full 64-bit products.
+[[gnu::always_inline]] inline Vec<uint64_t> mul_lo32(Vec<uint64_t> a, Vec<uint64_t> b) {
+#if KORB_SIMD_BYTES == 64
+    return reinterpret_cast<Vec<uint64_t>>(
+        _mm512_mul_epu32(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+#else
+    return reinterpret_cast<Vec<uint64_t>>(
+        _mm256_mul_epu32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+#endif
+}
+
+// Exact conversion of lanes holding values below 2^52 to double.
+[[gnu::always_inline]] inline Vec<double> to_double_exact(Vec<uint64_t> v) {
+    return reinterpret_cast<Vec<double>>(v | 0x4330000000000000ull) - 0x1p52;
+}
+
+namespace detail {
+template <int... I>
+[[gnu::always_inline]] inline Vec<uint32_t> even_words(Vec<uint32_t> a, Vec<uint32_t> b,
+                                                       std::integer_sequence<int, I...>) {
+    return __builtin_shufflevector(a, b, (2 * I)...);
+}
+}  // namespace detail
+
+// The low 32 bits of each lane of two vectors, in lane order: a's lanes, then b's.
+[[gnu::always_inline]] inline Vec<uint32_t> low_halves(Vec<uint64_t> a, Vec<uint64_t> b) {
+    return detail::even_words(reinterpret_cast<Vec<uint32_t>>(a),
+                              reinterpret_cast<Vec<uint32_t>>(b),
+                              std::make_integer_sequence<int, kNativeBytes / 4>{});
+}
+#endif
+
 // ---- Complex lanes ------------------------------------------------------------------------
 //
 // Complex numbers are stored real part first. A unit of complex lanes is as many complex numbers
@@ -534,15 +586,14 @@ template <int kStride, class Row>
                                                 Vec<double> &second) {
     const auto pair = [&](int l) { return load_aligned<f64v>(base + kStride * row(l)); };
 #if KORB_SIMD_BYTES == 64
-    // Rows 0, 2, 4, 6 in the 128-bit quarters of one vector, rows 1, 3, 5, 7 in the other.
-    __m512d even = _mm512_castpd128_pd512(pair(0));
-    __m512d odd = _mm512_castpd128_pd512(pair(1));
-    even = _mm512_insertf64x2(even, pair(2), 1);
-    odd = _mm512_insertf64x2(odd, pair(3), 1);
-    even = _mm512_insertf64x2(even, pair(4), 2);
-    odd = _mm512_insertf64x2(odd, pair(5), 2);
-    even = _mm512_insertf64x2(even, pair(6), 3);
-    odd = _mm512_insertf64x2(odd, pair(7), 3);
+    // Rows 0, 2, 4, 6 in the 128-bit quarters of one vector, rows 1, 3, 5, 7 in the other; each
+    // built from two 32-byte halves, whose inserts are cheaper than those of 16-byte quarters
+    // into a 64-byte vector.
+    const auto halves = [&](int l) {
+        return _mm256_insertf128_pd(_mm256_castpd128_pd256(pair(l)), pair(l + 2), 1);
+    };
+    const __m512d even = _mm512_insertf64x4(_mm512_castpd256_pd512(halves(0)), halves(4), 1);
+    const __m512d odd = _mm512_insertf64x4(_mm512_castpd256_pd512(halves(1)), halves(5), 1);
     first = _mm512_unpacklo_pd(even, odd);
     second = _mm512_unpackhi_pd(even, odd);
 #elif KORB_SIMD_BYTES == 32
@@ -554,6 +605,49 @@ template <int kStride, class Row>
     const f64v e0 = pair(0), e1 = pair(1);
     first = __builtin_shufflevector(e0, e1, 0, 2);
     second = __builtin_shufflevector(e0, e1, 1, 3);
+#endif
+}
+
+// Two adjacent fields of table rows, lane by lane, from offsets made on the vector: lane l of
+// first is base[offset[l]] and lane l of second the double after it.
+[[gnu::always_inline]] inline void gather_pairs(const double *base, Vec<uint64_t> offset,
+                                                Vec<double> &first, Vec<double> &second) {
+    // The processor's gathers were measured slower here (dExp 1.2 to 1.3 times the time with
+    // AVX2 and AVX-512 on AMD Zen 4): the offsets go through memory and each row is one load.
+    alignas(kNativeBytes) uint64_t stored[kCount<Vec<double>>];
+    store_lanes(stored, offset);
+    const uint64_t *o = opaque(stored);
+    gather_pairs<1>(
+        base, [o](int l) { return o[l]; }, first, second);
+}
+
+// Fields 0, 2 and 3 of table rows of four doubles, lane by lane: lane l of f0, f2, f3 is
+// base[kStride · row(l)] and the doubles two and three places after it. base + kStride · row
+// must be 32-byte aligned. With 64-byte vectors each row is one 32-byte load (rows 0 and 2 in
+// one vector, 1 and 3, 4 and 6, 5 and 7 in the others; two unpacks give each field of two rows
+// per 128-bit quarter, and a shuffle of quarters puts the rows in lane order); narrower vectors
+// read the two halves of the rows with gather_pairs.
+template <int kStride, class Row>
+[[gnu::always_inline]] inline void gather_row_fields(const double *base, Row row, Vec<double> &f0,
+                                                     Vec<double> &f2, Vec<double> &f3) {
+#if KORB_SIMD_BYTES == 64
+    const auto rows = [&](int l) {
+        const double *p =
+            static_cast<const double *>(__builtin_assume_aligned(base + kStride * row(l), 32));
+        const double *q =
+            static_cast<const double *>(__builtin_assume_aligned(base + kStride * row(l + 2), 32));
+        return _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_load_pd(p)), _mm256_load_pd(q), 1);
+    };
+    const __m512d a = rows(0), b = rows(1), c = rows(4), d = rows(5);
+    const __m512d low_ab = _mm512_unpacklo_pd(a, b), low_cd = _mm512_unpacklo_pd(c, d);
+    const __m512d high_ab = _mm512_unpackhi_pd(a, b), high_cd = _mm512_unpackhi_pd(c, d);
+    f0 = _mm512_shuffle_f64x2(low_ab, low_cd, _MM_SHUFFLE(2, 0, 2, 0));
+    f2 = _mm512_shuffle_f64x2(low_ab, low_cd, _MM_SHUFFLE(3, 1, 3, 1));
+    f3 = _mm512_shuffle_f64x2(high_ab, high_cd, _MM_SHUFFLE(3, 1, 3, 1));
+#else
+    Vec<double> unused;
+    gather_pairs<kStride>(base, row, f0, unused);
+    gather_pairs<kStride>(base + 2, row, f2, f3);
 #endif
 }
 

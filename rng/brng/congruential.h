@@ -3,14 +3,18 @@
 // over a modulus M serves both; M gives
 //   kId, Word, kMultiplier      the row, the word type (32 or 64 bits), the multiplier after
 //   seeding seed_value(seeds)           x from the seed words (0 becomes 1 afterwards) mul(a, x),
-//   pow(base, e)     a x and base^e modulo m step(lanes, a8)             a8 x modulo m in each
-//   64-bit lane, for every non-zero residue x to_double(x), kScale        x as the double the real
-//   outputs scale, and the scale 1 / m
+//   pow(base, e)     a x and base^e modulo m step(lanes, aB)             aB x modulo m in each
+//   64-bit lane of a native vector, for every non-zero residue x to_double(x), kScale        x as
+//   the double the real outputs scale (one word, or the lanes of a native vector), and the
+//   scale 1 / m
 //
-// Generation steps eight outputs at once: after the first eight, each output is a^8 times the
-// output eight places earlier, so eight independent products proceed in vector lanes. Real
-// outputs are to_double(x) * s + a with s = (b - a) * kScale, a multiply and an add, never fused;
-// floats are that double rounded. Every split of n gives the same numbers as one call.
+// Generation steps a block of outputs at once, four native vectors of 64-bit lanes (8 outputs
+// with 16-byte vectors, 16 with 32-byte, 32 with 64-byte ones): after the first block, each
+// output is a^B times the output B places earlier, B the block's size, so B independent products
+// proceed in vector lanes. The products are exact residues, so the outputs are those of the
+// one-at-a-time recurrence whatever B is. Real outputs are to_double(x) * s + a with
+// s = (b - a) * kScale, a multiply and an add, never fused; floats are that double rounded.
+// Every split of n gives the same numbers as one call.
 //
 // Leapfrog (nstreams n, k) makes the stream yield outputs k, k + n, ... of the stream as it
 // stands: x <- a^k x, a <- a^n; k is not compared with n. Skip-ahead moves x by the count with the
@@ -25,10 +29,11 @@
 
 namespace korb::rng::congruential {
 
-using simd::u64v;
-constexpr int kBlock = 8;
-constexpr int kVectors = kBlock / simd::kU64Lanes;
-using Lanes = u64v[kVectors];
+using U64 = simd::Vec<uint64_t>;
+constexpr int kLanes = simd::kCount<simd::Vec<double>>;
+constexpr int kVectors = 4;
+constexpr int kBlock = kVectors * kLanes;
+using Lanes = U64[kVectors];
 
 template <class M>
 struct Generator {
@@ -84,7 +89,7 @@ struct Generator {
 
   private:
     // Runs the recurrence for n outputs, handing each to the sink: one at a time through
-    // sink.one(i, x), and in blocks of eight through sink.block(i, lanes).
+    // sink.one(i, x), and in blocks of kBlock through sink.block(i, lanes).
     template <class Sink>
     static void generate(State *st, int n, Sink &sink) {
         Word x = st->x;
@@ -93,18 +98,18 @@ struct Generator {
         if (n >= 2 * kBlock) {
             Lanes v;
             for (; i < kBlock; ++i) {
-                v[i / simd::kU64Lanes][i % simd::kU64Lanes] = x;
+                v[i / kLanes][i % kLanes] = x;
                 sink.one(i, x);
                 x = M::mul(a, x);
             }
-            const Word a2 = M::mul(a, a);
-            const Word a4 = M::mul(a2, a2);
-            const u64v a8 = simd::broadcast(M::mul(a4, a4));
+            Word power = a;  // a^kBlock, by squaring (kBlock is a power of two)
+            for (int b = 1; b < kBlock; b *= 2) power = M::mul(power, power);
+            const U64 a_block = U64{} + power;
             for (; n - i >= kBlock; i += kBlock) {
-                for (u64v &lane : v) lane = M::step(lane, a8);
+                for (U64 &lane : v) lane = M::step(lane, a_block);
                 sink.block(i, v);
             }
-            x = M::mul(a, static_cast<Word>(v[kVectors - 1][simd::kU64Lanes - 1]));
+            x = M::mul(a, static_cast<Word>(v[kVectors - 1][kLanes - 1]));
         }
         for (; i < n; ++i) {
             sink.one(i, x);
@@ -120,11 +125,11 @@ struct Generator {
         void block(int i, const Lanes &v) {
             if constexpr (kElements == 1) {
                 for (int j = 0; j < kVectors; j += 2) {
-                    simd::store(r + i + j * simd::kU64Lanes, simd::low_halves(v[j], v[j + 1]));
+                    simd::store_lanes(r + i + j * kLanes, simd::low_halves(v[j], v[j + 1]));
                 }
             } else {
                 for (int j = 0; j < kVectors; ++j) {
-                    simd::store(r + 2 * (static_cast<ptrdiff_t>(i) + j * simd::kU64Lanes), v[j]);
+                    simd::store(r + 2 * (static_cast<ptrdiff_t>(i) + j * kLanes), v[j]);
                 }
             }
         }
@@ -140,12 +145,12 @@ struct Generator {
         void block(int i, const Lanes &v) {
             if constexpr (std::is_same_v<T, double>) {
                 for (int j = 0; j < kVectors; ++j) {
-                    simd::store(r + i + j * simd::kU64Lanes, M::to_double(v[j]) * s + a);
+                    simd::store_lanes(r + i + j * kLanes, M::to_double(v[j]) * s + a);
                 }
             } else {
                 for (int j = 0; j < kVectors; j += 2) {
-                    simd::store(
-                        r + i + j * simd::kU64Lanes,
+                    simd::store_lanes(
+                        r + i + j * kLanes,
                         simd::narrow(M::to_double(v[j]) * s + a, M::to_double(v[j + 1]) * s + a));
                 }
             }

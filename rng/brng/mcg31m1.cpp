@@ -3,8 +3,8 @@
 // output lies strictly inside (a, b) up to rounding. Generation, leapfrog and skip-ahead are the
 // congruential generator's (congruential.h); this file gives the modulus.
 //
-// Reduction modulo 2^31 - 1 folds the high bits onto the low ones and needs no division; eight
-// 31x31-bit products run two to a vector. Outputs convert to double exactly by the 2^52 offset
+// Reduction modulo 2^31 - 1 folds the high bits onto the low ones and needs no division; a
+// block's 31x31-bit products run a native vector's lanes at a time. Outputs convert to double exactly by the 2^52 offset
 // technique, and the scale is the double nearest 1 / m.
 #include <bit>
 
@@ -51,15 +51,14 @@ struct Modulus {
 
     // Both folds keep the lanes exact for every non-zero residue, which is all the recurrence
     // produces (a and x are non-zero modulo the prime m).
-    static simd::u64v step(simd::u64v x, simd::u64v a8) {
-        const simd::u64v m = simd::broadcast(kModulus);
-        simd::u64v t = simd::mul_lo32(x, a8);
-        t = (t & m) + (t >> 31);
-        return (t & m) + (t >> 31);
+    static simd::Vec<uint64_t> step(simd::Vec<uint64_t> x, simd::Vec<uint64_t> a_block) {
+        const simd::Vec<uint64_t> t = simd::mul_lo32(x, a_block);
+        const simd::Vec<uint64_t> u = (t & kModulus) + (t >> 31);
+        return (u & kModulus) + (u >> 31);
     }
 
     static double to_double(Word x) { return simd::to_double_exact(x); }
-    static simd::f64v to_double(simd::u64v x) { return simd::to_double_exact(x); }
+    static simd::Vec<double> to_double(simd::Vec<uint64_t> x) { return simd::to_double_exact(x); }
 };
 
 using Mcg31m1 = congruential::Generator<Modulus>;

@@ -39,15 +39,16 @@ struct Modulus {
         return result;
     }
 
-    static simd::u64v step(simd::u64v x, simd::u64v a8) { return x * a8 & kMask; }
+    static simd::Vec<uint64_t> step(simd::Vec<uint64_t> x, simd::Vec<uint64_t> a_block) {
+        return x * a_block & kMask;
+    }
 
     static double to_double(Word x) { return static_cast<double>(x); }
 
     // Lanes below 2^64 to the nearest double: both 32-bit halves convert exactly, the high one
     // is scaled exactly by 2^32, and the sum is rounded once, as a scalar conversion rounds.
-    static simd::f64v to_double(simd::u64v v) {
-        return simd::to_double_exact(v >> 32) * 0x1p32 +
-               simd::to_double_exact(v & simd::broadcast(0xFFFFFFFF));
+    static simd::Vec<double> to_double(simd::Vec<uint64_t> v) {
+        return simd::to_double_exact(v >> 32) * 0x1p32 + simd::to_double_exact(v & 0xFFFFFFFF);
     }
 };
 

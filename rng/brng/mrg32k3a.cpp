@@ -8,8 +8,8 @@
 // 32 bits of a sum of products fold onto the low ones; one fold (x) or two (y) and one
 // conditional subtraction give the residue.
 //
-// Large requests run in lanes: a chunk of kLanes * S outputs is cut into kLanes segments of S
-// consecutive outputs, lane j starting from the state advanced by j * S steps (matrices computed
+// Large requests run in lanes: a chunk of kLanes * S outputs (kLanes four native vectors of
+// 64-bit lanes: 8, 16 or 32) is cut into kLanes segments of S consecutive outputs, lane j starting from the state advanced by j * S steps (matrices computed
 // at compile time), each lane running the plain recurrence in its own vector lane. The last lane
 // ends where the chunk ends, so its state carries on. Results equal the one-step recurrence.
 #include <array>
@@ -104,14 +104,15 @@ constexpr Mat3 mat_pow(Mat3 base, uint64_t power, Modulus mod) {
 
 // ---- The step ----
 
-using simd::u64v;
+using U64 = simd::Vec<uint64_t>;
+constexpr int kNativeLanes = simd::kCount<simd::Vec<double>>;
 
 // 32x32-bit products of the low halves, for one scalar or for each lane.
 inline uint64_t mul32(uint64_t a, uint64_t b) {
     return (a & 0xFFFFFFFF) * (b & 0xFFFFFFFF);
 }
-inline u64v mul32(u64v a, uint64_t b) {
-    return simd::mul_lo32(a, simd::broadcast(b));
+inline U64 mul32(U64 a, uint64_t b) {
+    return simd::mul_lo32(a, U64{} + b);
 }
 
 // The two recurrences: next = (newest * kNewest + middle * kMiddle - oldest * kOldest) mod m,
@@ -172,8 +173,9 @@ struct Words {
 
 // ---- Lanes ----
 
-constexpr int kLanes = 8;
-constexpr int kVectors = kLanes / simd::kU64Lanes;
+// Four independent vectors hide the latency of a step, whatever the width.
+constexpr int kVectors = 4;
+constexpr int kLanes = kVectors * kNativeLanes;
 
 // Segment lengths: long ones for the bulk, shorter ones so that mid-sized requests and the
 // remainder use lanes too (the one-at-a-time step is bound by its latency).
@@ -212,14 +214,14 @@ constexpr std::array<LaneJumps, std::size(kSegments)> make_lane_jumps() {
 constexpr auto kLaneJumps = make_lane_jumps();
 
 // One component of every lane: w[0..2] hold the words oldest to newest, vector j holding lanes
-// j * kU64Lanes and up.
-using LaneWords = u64v[3][kVectors];
+// j * kNativeLanes and up.
+using LaneWords = U64[3][kVectors];
 
 // Runs `steps` steps (a multiple of 3) of recurrence R in every lane and writes the new words
 // to out[t]. The three words rotate roles instead of moving: each new word replaces the oldest,
 // and after three steps w[0] is the oldest again.
 template <class R>
-void run_component(LaneWords &w, u64v (*out)[kVectors], int steps) {
+void run_component(LaneWords &w, U64 (*out)[kVectors], int steps) {
     for (int t = 0; t < steps; t += 3) {
         for (int j = 0; j < kVectors; ++j) out[t][j] = w[0][j] = next<R>(w[0][j], w[1][j], w[2][j]);
         for (int j = 0; j < kVectors; ++j) {
@@ -244,23 +246,23 @@ void run_lanes(Words &s, const LaneJumps &jumps, int length, int first, const Si
         const Vec3 lx = mat_apply(jumps.x[l], x, mx);
         const Vec3 ly = mat_apply(jumps.y[l], y, my);
         for (int k = 0; k < 3; ++k) {
-            wx[k][l / simd::kU64Lanes][l % simd::kU64Lanes] = lx[k];
-            wy[k][l / simd::kU64Lanes][l % simd::kU64Lanes] = ly[k];
+            wx[k][l / kNativeLanes][l % kNativeLanes] = lx[k];
+            wy[k][l / kNativeLanes][l % kNativeLanes] = ly[k];
         }
     }
-    u64v new_x[kPass][kVectors], new_y[kPass][kVectors];
+    U64 new_x[kPass][kVectors], new_y[kPass][kVectors];
     for (int t0 = 0; t0 < length; t0 += kPass) {
         const int steps = length - t0 < kPass ? length - t0 : kPass;
         run_component<RecurrenceX>(wx, new_x, steps);
         run_component<RecurrenceY>(wy, new_y, steps);
         for (int t = 0; t < steps; ++t) {
             for (int j = 0; j < kVectors; ++j) {
-                sink.lanes(first + t0 + t, length, j * simd::kU64Lanes,
+                sink.lanes(first + t0 + t, length, j * kNativeLanes,
                            combine(new_x[t][j], new_y[t][j]));
             }
         }
     }
-    constexpr int j = kVectors - 1, k = simd::kU64Lanes - 1;
+    constexpr int j = kVectors - 1, k = kNativeLanes - 1;
     s = {{wx[0][j][k], wx[1][j][k], wx[2][j][k]}, {wy[0][j][k], wy[1][j][k], wy[2][j][k]}};
 }
 
@@ -289,8 +291,8 @@ inline ptrdiff_t lane_index(int i, int stride, int lane) {
 struct IntSink {
     uint32_t *r;
     void one(int i, uint64_t z) { r[i] = static_cast<uint32_t>(z); }
-    void lanes(int i, int stride, int lane, u64v z) {
-        for (int l = 0; l < simd::kU64Lanes; ++l) {
+    void lanes(int i, int stride, int lane, U64 z) {
+        for (int l = 0; l < kNativeLanes; ++l) {
             r[lane_index(i, stride, lane + l)] = static_cast<uint32_t>(z[l]);
         }
     }
@@ -304,9 +306,9 @@ struct RealSink {
     void one(int i, uint64_t z) {
         r[i] = static_cast<T>(simd::to_double_exact(static_cast<uint32_t>(z)) * s + a);
     }
-    void lanes(int i, int stride, int lane, u64v z) {
-        const simd::f64v d = simd::to_double_exact(z) * s + a;
-        for (int l = 0; l < simd::kU64Lanes; ++l) {
+    void lanes(int i, int stride, int lane, U64 z) {
+        const simd::Vec<double> d = simd::to_double_exact(z) * s + a;
+        for (int l = 0; l < kNativeLanes; ++l) {
             r[lane_index(i, stride, lane + l)] = static_cast<T>(d[l]);
         }
     }

@@ -13,9 +13,10 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <map>
-#include <type_traits>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -248,6 +249,41 @@ TEST(RngSweepDigests, EveryGeneratorAndDistributionGivesTheCommittedBits) {
         EXPECT_TRUE(got.count(what) != 0) << "committed digest of nothing built: " << what;
     }
     EXPECT_EQ(lib.control_changed(), 0) << "calls that changed the caller's control register";
+}
+
+// The sweeps stop at 1000 outputs a call, short of the longest lane segments of the wider
+// classes (MRG32K3A runs 32 lanes of 960 outputs with 64-byte vectors). Here a long call of each
+// generator that runs in lanes or blocks must give what calls of one output give: the one-step
+// recurrence, which no vector path touches.
+TEST(RngLongCalls, GiveTheOutputsOfOneAtATime) {
+    Library lib(korb::test::open_class_library());
+    if (!lib.loaded().skip.empty()) GTEST_SKIP() << lib.loaded().skip;
+    ASSERT_NE(lib.loaded().handle, nullptr) << lib.loaded().error;
+    constexpr int kLong = 2 * 32 * 960 + 32 * 24 + 32 * 6 + 17;  // every segment length, a tail
+    for (const int id : {BIX_BRNG_MCG31M1, BIX_BRNG_MCG59, BIX_BRNG_MRG32K3A}) {
+        const Generator &g = generator_of(id);
+        const std::string stem = g.stem;
+        const auto d =
+            lib.symbol<int (*)(BixStream *, int, double *, double, double)>("__bixdBRng" + stem);
+        const auto i = lib.symbol<int (*)(BixStream *, int, uint32_t *)>("__bixiBRng" + stem);
+        ASSERT_TRUE(d != nullptr && i != nullptr) << stem;
+        const int words = g.word_size / 4;
+        BixStream *whole = lib.stream(g);
+        BixStream *single = lib.stream(g);
+        ASSERT_TRUE(whole != nullptr && single != nullptr) << stem;
+        // Words, then doubles on the same streams, so that the second call starts mid-sequence.
+        std::vector<uint32_t> w(static_cast<size_t>(kLong) * words), w1(w.size());
+        ASSERT_EQ(i(whole, kLong, w.data()), BIX_ERROR_OK);
+        for (int k = 0; k < kLong; ++k) ASSERT_EQ(i(single, 1, &w1[k * words]), BIX_ERROR_OK);
+        EXPECT_TRUE(w == w1) << stem << ": words of one long call";
+        std::vector<double> r(kLong), r1(kLong);
+        ASSERT_EQ(d(whole, kLong, r.data(), -2.0, 3.0), BIX_ERROR_OK);
+        for (int k = 0; k < kLong; ++k) ASSERT_EQ(d(single, 1, &r1[k], -2.0, 3.0), BIX_ERROR_OK);
+        EXPECT_EQ(std::memcmp(r.data(), r1.data(), r.size() * sizeof(double)), 0)
+            << stem << ": doubles of one long call";
+        lib.release(whole);
+        lib.release(single);
+    }
 }
 
 }  // namespace

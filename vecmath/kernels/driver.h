@@ -44,6 +44,8 @@
 //   or
 //   static simd::Bits<simd::Vec<Element>> unusual(simd::Vec<Element> x, const Context &);
 //                                                        // tested on the vector; two: (x, y, c)
+//   or both (one argument), the same test: the driver takes the one simd::kScreenVectors
+//   prefers for the class's vector width
 //
 //   static V lanes(V x, const Element *src, const Context &);       one, scalar (V = Vec<Compute>)
 //   static V lanes(V x, V y, const Context &);                      two
@@ -77,6 +79,7 @@
 // read before; nothing else writes a status.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -117,6 +120,10 @@ template <class K, class V, class C>
 concept ScreensVectorPairs = requires(V v, const C &c) {
     K::unusual(v, v, c);
 };
+template <class K, class T, class C>
+concept ScreensElements = requires(T x, const C &c) {
+    { K::unusual(x, c) } -> std::same_as<bool>;
+};
 
 // One call of kernel K of kind kKind: its arrays, and the operations on a vector's worth of
 // elements (a unit) the block loop is made of.
@@ -129,8 +136,11 @@ struct Call {
     using Context = typename K::Context;
     static constexpr int kUnit = simd::kCount<In>;
     static constexpr bool kWidened = !std::is_same_v<T, typename K::Compute>;
+    // A kernel with both tests gets the one that suits the vector width (simd::kScreenVectors).
     static constexpr bool kVectorScreen =
-        kKind == Kind::two ? ScreensVectorPairs<K, In, Context> : ScreensVectors<K, In, Context>;
+        kKind == Kind::two ? ScreensVectorPairs<K, In, Context>
+                           : ScreensVectors<K, In, Context> &&
+                                 (simd::kScreenVectors || !ScreensElements<K, T, Context>);
     static constexpr bool kStaged = requires(In x, const T *p, const Context &c, bool &r) {
         K::stage(x, p, c, r);
     };

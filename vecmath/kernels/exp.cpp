@@ -38,14 +38,22 @@ constexpr std::uint64_t kAllOnesNaN = 0xFFFFFFFFFFFFFFFF;
 template <class V>
 struct Constants {
     V inv_l, shifter, l_hi, l_lo, e2, e3, e4, e5;
-    Bits<V> sign_and_exponent;
+    Bits<V> sign_and_exponent, magnitude, last_fast;
 };
 
 template <class V>
 constexpr Constants<V> make_constants() {
-    return {V{} + kInvL, V{} + kShifter, V{} + kLHi,
-            V{} + kLLo,  V{} + kE2,      V{} + kE3,
-            V{} + kE4,   V{} + kE5,      Bits<V>{} + 0xFFF0000000000000};
+    return {V{} + kInvL,
+            V{} + kShifter,
+            V{} + kLHi,
+            V{} + kLLo,
+            V{} + kE2,
+            V{} + kE3,
+            V{} + kE4,
+            V{} + kE5,
+            Bits<V>{} + 0xFFF0000000000000,
+            Bits<V>{} + ~kSignBit,
+            Bits<V>{} + ((std::uint64_t{kFastLimit} << 32) | 0xFFFFFFFF)};
 }
 
 constexpr Constants<double> kScalar = make_constants<double>();
@@ -116,6 +124,14 @@ struct Exp : Shape<double, double, kVector, 4> {
     // arithmetic.
     static bool unusual(double x, const Context &) {
         return (high_word(x) & 0x7FFFFFFF) > kFastLimit;
+    }
+    // The same test on a vector: the magnitude's pattern above the last one on the fast path
+    // (both below the sign bit, so the signed comparison orders them).
+    static Bits<Vec<double>> unusual(Vec<double> x, const Context &c) {
+        using Int = simd::Int<Vec<double>>;
+        const Bits<Vec<double>> magnitude = simd::to_bits(x) & c.magnitude;
+        return simd::mask<Vec<double>>(reinterpret_cast<Int>(magnitude) >
+                                       reinterpret_cast<Int>(c.last_fast));
     }
 
     // The power of two is added to the exponent field instead of multiplied in: on this path

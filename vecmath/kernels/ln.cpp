@@ -39,7 +39,7 @@ bool is_positive_normal(std::uint32_t hi) {
 
 template <class V>
 struct Constants {
-    Bits<V> mantissa, one, high_half;
+    Bits<V> mantissa, one, high_half, normal_offset, normal_limit;
     V ln2_hi, ln2_lo, g2, g3, g4, g5, minus_one;
 };
 
@@ -49,6 +49,8 @@ constexpr Constants<V> make_constants() {
         Bits<V>{} + kMantissa,
         Bits<V>{} + kOneBits,
         Bits<V>{} + kHighHalf,
+        Bits<V>{} + 0x8010000000000000,
+        Bits<V>{} - 0x0020000000000000,
         V{} + kLn2Hi,
         V{} + kLn2Lo,
         V{} + kG2,
@@ -142,6 +144,14 @@ struct Ln : Shape<double, double, kVector, 4> {
     // Not positive, normal and finite; tested in integer registers, like the table indices, to
     // keep the vector units free.
     static bool unusual(double x, const Context &) { return !is_positive_normal(high_word(x)); }
+    // The same test on whole patterns: x - 0x8010000000000000, read as signed, is below
+    // -0x0020000000000000 exactly for the positive normal finite x.
+    static Bits<Vec<double>> unusual(Vec<double> x, const Context &c) {
+        using Int = simd::Int<Vec<double>>;
+        const Bits<Vec<double>> d = simd::to_bits(x) - c.normal_offset;
+        return simd::mask<Vec<double>>(reinterpret_cast<Int>(d) >=
+                                       reinterpret_cast<Int>(c.normal_limit));
+    }
 
     static Vec<double> lanes(Vec<double> x, const double *src, const Context &c) {
         const Parts<Vec<double>> p = lane_parts(x, src, c);

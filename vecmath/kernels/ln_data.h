@@ -62,9 +62,7 @@ struct Row {
 [[gnu::always_inline]] inline Row<simd::Vec<double>> rows(const double *src) {
     const auto index = [src](int l) { return table_index(high_word(src[l])); };
     Row<simd::Vec<double>> r;
-    simd::Vec<double> unused;
-    simd::gather_pairs<4>(&kLnTable[0].rcp, index, r.rcp, unused);
-    simd::gather_pairs<4>(&kLnTable[0].hi, index, r.hi, r.lo);
+    simd::gather_row_fields<4>(&kLnTable[0].rcp, index, r.rcp, r.hi, r.lo);
     return r;
 }
 

@@ -37,7 +37,7 @@ struct Constants {
     V s1, s2, s3, s4, s5, s6;
     V c1, c2, c3, c4, c5, c6;
     V half, one, split, min_reduced, min_quick, quick_limit;
-    Bits<V> magnitude;
+    Bits<V> magnitude, short_limit;
 };
 
 template <class V>
@@ -70,6 +70,7 @@ constexpr Constants<V> make_constants() {
         V{} + 0x1p-17,      // and the quick one
         V{} + 0x1p7,        // largest |x| (excluded) the quick reduction takes
         Bits<V>{} + ~kSignBit,
+        Bits<V>{} + 0x4120000000000000,  // pattern of 2^19
     };
 }
 
@@ -316,6 +317,14 @@ bool special(double x, double &result, int &status) {
 bool outside_short(double x) {
     return (high_word(x) & 0x7FFFFFFF) >= kShortLimit;
 }
+// The same test on a vector of patterns (magnitudes below the sign bit compare as signed).
+[[gnu::always_inline]] inline Bits<Vec<double>> outside_short(Vec<double> x,
+                                                              const Constants<Vec<double>> &c) {
+    using Int = simd::Int<Vec<double>>;
+    const Bits<Vec<double>> magnitude = simd::to_bits(x) & c.magnitude;
+    return simd::mask<Vec<double>>(reinterpret_cast<Int>(magnitude) >=
+                                   reinterpret_cast<Int>(c.short_limit));
+}
 
 template <Func F, const char *kFunction>
 struct Trig : Shape<double, double, kVector, F == Func::tan ? 4 : 2> {
@@ -332,6 +341,9 @@ struct Trig : Shape<double, double, kVector, F == Func::tan ? 4 : 2> {
     }
 
     static bool unusual(double x, const Context &) { return outside_short(x); }
+    static Bits<Vec<double>> unusual(Vec<double> x, const Context &c) {
+        return outside_short(x, c);
+    }
 
     static Reduced<Vec<double>> stage(Vec<double> x, const double *, const Context &c,
                                       bool &refused) {
@@ -358,6 +370,9 @@ struct SinCos : Shape<double, double, kVector, 2> {
     }
 
     static bool unusual(double x, const Context &) { return outside_short(x); }
+    static Bits<Vec<double>> unusual(Vec<double> x, const Context &c) {
+        return outside_short(x, c);
+    }
 
     static Reduced<Vec<double>> stage(Vec<double> x, const double *, const Context &c,
                                       bool &refused) {
