@@ -49,8 +49,8 @@
 #define KORB_HAVE_BOOST_ERF 1
 #endif
 
-#include "bench/vm_plain.h"
 #include "bench/class_libraries.h"
+#include "bench/vm_plain.h"
 #include "tests/vecmath/call.h"
 #include "tests/vecmath/sample.h"
 #include "vecmath/functions.h"
@@ -79,14 +79,29 @@ Loop kernel_loop(KernelKind kind, const void *k) {
 }
 
 // A kernel of a complex function: its vectors by address, whatever their element type.
-Loop complex_kernel_loop(KernelKind kind, const void *k) {
+template <class T>
+struct ComplexScalar {
+    T re, im;
+};
+Loop complex_kernel_loop(KernelKind kind, const void *k, bool single) {
     using V = const void *;
     using S = const std::int64_t *;
-    return [kind, k](int n, const void *a, const void *b, void *r1, void *) {
+    return [kind, k, single](int n, const void *a, const void *b, void *r1, void *) {
         const S sel = korb::bench::g_vm_selector;
         switch (kind) {
             case KernelKind::two:
                 reinterpret_cast<void (*)(int, V, V, void *)>(k)(n, a, b, r1);
+                break;
+            case KernelKind::scalar:  // Powx: the first exponent, by value
+                if (single) {
+                    using C = ComplexScalar<float>;
+                    reinterpret_cast<void (*)(int, V, C, void *)>(k)(
+                        n, a, *static_cast<const C *>(b), r1);
+                } else {
+                    using C = ComplexScalar<double>;
+                    reinterpret_cast<void (*)(int, V, C, void *)>(k)(
+                        n, a, *static_cast<const C *>(b), r1);
+                }
                 break;
             case KernelKind::pack_stride:
                 reinterpret_cast<int (*)(int, V, std::int64_t, void *, int)>(k)(n, a, 1, r1, 0);
@@ -472,7 +487,7 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
     const bool single = is_single(f);
     std::vector<Subject> out;
     auto kernel = [&](const void *k) {
-        if (is_complex(f)) return complex_kernel_loop(f.kind, k);
+        if (is_complex(f)) return complex_kernel_loop(f.kind, k, single);
         return single ? kernel_loop<float>(f.kind, k) : kernel_loop<double>(f.kind, k);
     };
     out.push_back({"korb", kernel(dlsym(RTLD_DEFAULT, ("_arq" + func).c_str()))});

@@ -9,6 +9,10 @@
 
 #include "bench/vm_plain.h"
 
+// glibc's base-10 complex logarithms (GNU extensions, not in <complex>).
+extern "C" __complex__ double clog10(__complex__ double);
+extern "C" __complex__ float clog10f(__complex__ float);
+
 namespace korb::bench {
 
 const std::int64_t *g_vm_selector = nullptr;
@@ -123,6 +127,41 @@ void cis_loop(int n, const void *a, const void *, void *r, void *) {
     for (int i = 0; i < n; ++i) y[i] = {std::cos(x[i]), std::sin(x[i])};
 }
 
+// The C library's complex elementary functions (cexp, clog, ..., and their f forms) one element
+// at a time, on the same bytes as GCC's complex types; Powx is cpow with the first exponent.
+#define KORB_GLIBC_COMPLEX(name, T, call)                                                \
+    void name(int n, const void *a, const void *b, void *r, void *) {                    \
+        const __complex__ T *x = static_cast<const __complex__ T *>(a);                  \
+        [[maybe_unused]] const __complex__ T *w = static_cast<const __complex__ T *>(b); \
+        __complex__ T *y = static_cast<__complex__ T *>(r);                              \
+        for (int i = 0; i < n; ++i) y[i] = call;                                         \
+    }
+KORB_GLIBC_COMPLEX(z_exp, double, __builtin_cexp(x[i]))
+KORB_GLIBC_COMPLEX(c_exp, float, __builtin_cexpf(x[i]))
+KORB_GLIBC_COMPLEX(z_ln, double, __builtin_clog(x[i]))
+KORB_GLIBC_COMPLEX(c_ln, float, __builtin_clogf(x[i]))
+KORB_GLIBC_COMPLEX(z_log10, double, clog10(x[i]))
+KORB_GLIBC_COMPLEX(c_log10, float, clog10f(x[i]))
+KORB_GLIBC_COMPLEX(z_sqrt, double, __builtin_csqrt(x[i]))
+KORB_GLIBC_COMPLEX(c_sqrt, float, __builtin_csqrtf(x[i]))
+KORB_GLIBC_COMPLEX(z_sin, double, __builtin_csin(x[i]))
+KORB_GLIBC_COMPLEX(c_sin, float, __builtin_csinf(x[i]))
+KORB_GLIBC_COMPLEX(z_cos, double, __builtin_ccos(x[i]))
+KORB_GLIBC_COMPLEX(c_cos, float, __builtin_ccosf(x[i]))
+KORB_GLIBC_COMPLEX(z_tan, double, __builtin_ctan(x[i]))
+KORB_GLIBC_COMPLEX(c_tan, float, __builtin_ctanf(x[i]))
+KORB_GLIBC_COMPLEX(z_sinh, double, __builtin_csinh(x[i]))
+KORB_GLIBC_COMPLEX(c_sinh, float, __builtin_csinhf(x[i]))
+KORB_GLIBC_COMPLEX(z_cosh, double, __builtin_ccosh(x[i]))
+KORB_GLIBC_COMPLEX(c_cosh, float, __builtin_ccoshf(x[i]))
+KORB_GLIBC_COMPLEX(z_tanh, double, __builtin_ctanh(x[i]))
+KORB_GLIBC_COMPLEX(c_tanh, float, __builtin_ctanhf(x[i]))
+KORB_GLIBC_COMPLEX(z_pow, double, __builtin_cpow(x[i], w[i]))
+KORB_GLIBC_COMPLEX(c_pow, float, __builtin_cpowf(x[i], w[i]))
+KORB_GLIBC_COMPLEX(z_powx, double, __builtin_cpow(x[i], w[0]))
+KORB_GLIBC_COMPLEX(c_powx, float, __builtin_cpowf(x[i], w[0]))
+#undef KORB_GLIBC_COMPLEX
+
 // Pack and Unpack over elements of kBytes bytes; the stride is 1, the mask and the indices
 // come from g_vm_selector.
 template <int kBytes>
@@ -228,6 +267,30 @@ const PlainEntry kPlainLoops[] = {
     {"zArg", "glibc", arg_loop<double>},
     {"cCIS", "glibc", cis_loop<float>},
     {"zCIS", "glibc", cis_loop<double>},
+    {"cExp", "glibc", c_exp},
+    {"zExp", "glibc", z_exp},
+    {"cLn", "glibc", c_ln},
+    {"zLn", "glibc", z_ln},
+    {"cLog10", "glibc", c_log10},
+    {"zLog10", "glibc", z_log10},
+    {"cSqrt", "glibc", c_sqrt},
+    {"zSqrt", "glibc", z_sqrt},
+    {"cSin", "glibc", c_sin},
+    {"zSin", "glibc", z_sin},
+    {"cCos", "glibc", c_cos},
+    {"zCos", "glibc", z_cos},
+    {"cTan", "glibc", c_tan},
+    {"zTan", "glibc", z_tan},
+    {"cSinh", "glibc", c_sinh},
+    {"zSinh", "glibc", z_sinh},
+    {"cCosh", "glibc", c_cosh},
+    {"zCosh", "glibc", z_cosh},
+    {"cTanh", "glibc", c_tanh},
+    {"zTanh", "glibc", z_tanh},
+    {"cPow", "glibc", c_pow},
+    {"zPow", "glibc", z_pow},
+    {"cPowx", "glibc", c_powx},
+    {"zPowx", "glibc", z_powx},
 #define KORB_PLAIN_PACK(p, bytes)                                                     \
     {#p "PackI", "loop", pack_i<bytes>}, {#p "UnpackI", "loop", pack_i<bytes>},       \
         {#p "PackM", "loop", pack_m<bytes>}, {#p "UnpackM", "loop", unpack_m<bytes>}, \

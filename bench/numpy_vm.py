@@ -64,6 +64,21 @@ def cases(n, rng):
             (c + "PackV", "np.take", lambda a=ca, i=index, r=cr: np.take(a, i, out=r)),
             (c + "PackM", "np.compress", lambda a=ca, m=mask: np.compress(m, a)),
         ]
+        # The complex elementary functions on the first domains of their lines: parts in
+        # [-10, 10], the exponents' parts in [-4, 4] (Powx: one exponent).
+        ea = (rng.uniform(-10, 10, n) + 1j * rng.uniform(-10, 10, n)).astype(ctype)
+        ew = (rng.uniform(-4, 4, n) + 1j * rng.uniform(-4, 4, n)).astype(ctype)
+        ex = ctype(ew[0])
+        for name, ufunc in (("Exp", np.exp), ("Ln", np.log), ("Log10", np.log10),
+                            ("Sqrt", np.sqrt), ("Sin", np.sin), ("Cos", np.cos),
+                            ("Tan", np.tan), ("Sinh", np.sinh), ("Cosh", np.cosh),
+                            ("Tanh", np.tanh)):
+            out.append((c + name, "np." + ufunc.__name__,
+                        lambda u=ufunc, a=ea, r=cr: u(a, out=r)))
+        out += [
+            (c + "Pow", "np.power", lambda a=ea, w=ew, r=cr: np.power(a, w, out=r)),
+            (c + "Powx", "np.power", lambda a=ea, w=ex, r=cr: np.power(a, w, out=r)),
+        ]
     return out
 
 

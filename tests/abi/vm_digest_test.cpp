@@ -200,6 +200,15 @@ int call_any(const korb::vecmath::FunctionInfo &f, void *kernel, int n, const T 
         case KernelKind::pair:
             return reinterpret_cast<int (*)(int, const T *, T *, T *)>(kernel)(n, in, out, out2);
         case KernelKind::scalar:
+            if (f.precision == 'c' || f.precision == 'z') {
+                // A complex exponent, by value: the sweep's scalar and a half.
+                struct Part {
+                    T re, im;
+                };
+                reinterpret_cast<void (*)(int, const T *, Part, T *)>(kernel)(
+                    n, in, Part{b, static_cast<T>(0.5)}, out);
+                return 0;
+            }
             reinterpret_cast<void (*)(int, const T *, T, T *)>(kernel)(n, in, b, out);
             return 0;
         case KernelKind::two:

@@ -148,6 +148,13 @@ Outcome call_complex_typed(const FunctionInfo &f, const void *k, const std::vect
     t_reports.clear();
     if (f.kind == KernelKind::two) {
         reinterpret_cast<void (*)(int, const T *, const T *, T *)>(k)(n, x.data(), y.data(), out);
+    } else if (f.kind == KernelKind::scalar) {
+        // Powx: one complex exponent, passed by value.
+        struct Part {
+            T re, im;
+        };
+        reinterpret_cast<void (*)(int, const T *, Part, T *)>(k)(n, x.data(), Part{y[0], y[1]},
+                                                                 out);
     } else {
         reinterpret_cast<void (*)(int, const T *, T *)>(k)(n, x.data(), out);
     }
@@ -173,6 +180,7 @@ void check_complex_paths(const FunctionInfo &f, const void *const *kernels,
     const int arg_parts = f.kind == KernelKind::from_real ? 1 : 2;
     const int result_parts = f.kind == KernelKind::to_real ? 1 : 2;
     const bool two_args = f.kind == KernelKind::two;
+    const bool scalar = f.kind == KernelKind::scalar;  // one exponent for the whole call
     const bool same_shape = arg_parts == result_parts;
     std::mt19937_64 rng(2027);
     auto pick = [&](std::size_t size) {
@@ -190,7 +198,7 @@ void check_complex_paths(const FunctionInfo &f, const void *const *kernels,
                     const Domain *d = domains[pick(domains.size())];
                     return sample(second && d->second != 0 ? domain(d->second) : *d, single, rng);
                 };
-                std::vector<double> a(arg_parts * n), b(two_args ? 2 * n : 0);
+                std::vector<double> a(arg_parts * n), b(two_args ? 2 * n : (scalar ? 2 : 0));
                 for (double &v : a) v = part(false);
                 for (double &v : b) v = part(true);
                 const Outcome whole = call_complex(f, k, a, b, n);
@@ -200,7 +208,7 @@ void check_complex_paths(const FunctionInfo &f, const void *const *kernels,
                                                  a.begin() + arg_parts * (i + 1));
                     const std::vector<double> bi =
                         two_args ? std::vector<double>(b.begin() + 2 * i, b.begin() + 2 * i + 2)
-                                 : std::vector<double>{};
+                                 : b;
                     const Outcome one = call_complex(f, k, ai, bi, 1);
                     for (Report r : one.reports) {
                         r.index = i;
@@ -240,9 +248,10 @@ class VectorPath : public korb::test::KernelTest,
 TEST_P(VectorPath, GivesTheElementPathsBitsAndReportsAlsoInPlace) {
     const FunctionInfo &f = *GetParam();
     const std::string func = korb::test::name_of(f);
-    const bool complex = (f.precision == 'c' || f.precision == 'z') &&
-                         (f.kind == KernelKind::one || f.kind == KernelKind::two ||
-                          f.kind == KernelKind::to_real || f.kind == KernelKind::from_real);
+    const bool complex =
+        (f.precision == 'c' || f.precision == 'z') &&
+        (f.kind == KernelKind::one || f.kind == KernelKind::two || f.kind == KernelKind::scalar ||
+         f.kind == KernelKind::to_real || f.kind == KernelKind::from_real);
     if (!complex && f.kind != KernelKind::one && f.kind != KernelKind::pair &&
         f.kind != KernelKind::scalar && f.kind != KernelKind::two) {
         GTEST_SKIP() << func << ": no vector-against-element check for this kind of kernel yet";

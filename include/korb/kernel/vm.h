@@ -1080,6 +1080,167 @@ KORB_API void _arqzCIS_50(int n, const double *a, ArqComplexDouble *r);
 KORB_API void _arqzCIS_26(int n, const double *a, ArqComplexDouble *r);
 KORB_API extern const ArqKernelFromRealZ korb_arq_kernel_zCIS_ttab[3];
 KORB_API extern const float korb_arq_kernel_zCIS_ctab[3];
+
+/*
+ * The complex elementary functions Exp, Ln, Log10, Pow, Powx, Sqrt, Sin, Cos, Tan, Sinh, Cosh
+ * and Tanh (c, z), with C99 Annex G's special values and branch cuts (the sign of a zero part
+ * selects the side of a cut). Each part is within 2 ulp of the correctly rounded part, or, for a
+ * part below 2^-20 of the result's modulus, within 2 ulp of the modulus. An infinite part from
+ * finite arguments is ARQ_STATUS_OVERFLOW; Ln(0), Log10(0) and Pow(0, w) with Re w < 0
+ * ARQ_STATUS_SING; Annex G's invalid operations ARQ_STATUS_ERRDOM. cExp has a second kernel in
+ * its LA and EP slots, cLn distinct kernels in all three. Powx takes one exponent b for the
+ * whole vector.
+ */
+typedef void (*ArqKernelC)(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+typedef void (*ArqKernelZ)(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+typedef void (*ArqKernelScalarC)(int n, const ArqComplexFloat *a, ArqComplexFloat b,
+                                 ArqComplexFloat *r);
+typedef void (*ArqKernelScalarZ)(int n, const ArqComplexDouble *a, ArqComplexDouble b,
+                                 ArqComplexDouble *r);
+KORB_API void _arqcCos(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcCos_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcCos_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcCos_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cCos_ttab[3];
+KORB_API extern const float korb_arq_kernel_cCos_ctab[3];
+KORB_API void _arqzCos(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzCos_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzCos_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzCos_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zCos_ttab[3];
+KORB_API extern const float korb_arq_kernel_zCos_ctab[3];
+KORB_API void _arqcCosh(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcCosh_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcCosh_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcCosh_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cCosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_cCosh_ctab[3];
+KORB_API void _arqzCosh(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzCosh_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzCosh_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzCosh_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zCosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_zCosh_ctab[3];
+KORB_API void _arqcExp(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcExp_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcExp_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcExp_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cExp_ttab[3];
+KORB_API extern const float korb_arq_kernel_cExp_ctab[3];
+KORB_API void _arqzExp(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzExp_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzExp_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzExp_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zExp_ttab[3];
+KORB_API extern const float korb_arq_kernel_zExp_ctab[3];
+KORB_API void _arqcLn(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcLn_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcLn_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcLn_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cLn_ttab[3];
+KORB_API extern const float korb_arq_kernel_cLn_ctab[3];
+KORB_API void _arqzLn(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzLn_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzLn_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzLn_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zLn_ttab[3];
+KORB_API extern const float korb_arq_kernel_zLn_ctab[3];
+KORB_API void _arqcLog10(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcLog10_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcLog10_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcLog10_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cLog10_ttab[3];
+KORB_API extern const float korb_arq_kernel_cLog10_ctab[3];
+KORB_API void _arqzLog10(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzLog10_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzLog10_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzLog10_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zLog10_ttab[3];
+KORB_API extern const float korb_arq_kernel_zLog10_ctab[3];
+KORB_API void _arqcPow(int n, const ArqComplexFloat *a, const ArqComplexFloat *b, ArqComplexFloat *r);
+KORB_API void _arqcPow_HA(int n, const ArqComplexFloat *a, const ArqComplexFloat *b, ArqComplexFloat *r);
+KORB_API void _arqcPow_21(int n, const ArqComplexFloat *a, const ArqComplexFloat *b, ArqComplexFloat *r);
+KORB_API void _arqcPow_11(int n, const ArqComplexFloat *a, const ArqComplexFloat *b, ArqComplexFloat *r);
+KORB_API extern const ArqKernelTwoC korb_arq_kernel_cPow_ttab[3];
+KORB_API extern const float korb_arq_kernel_cPow_ctab[3];
+KORB_API void _arqzPow(int n, const ArqComplexDouble *a, const ArqComplexDouble *b, ArqComplexDouble *r);
+KORB_API void _arqzPow_HA(int n, const ArqComplexDouble *a, const ArqComplexDouble *b, ArqComplexDouble *r);
+KORB_API void _arqzPow_50(int n, const ArqComplexDouble *a, const ArqComplexDouble *b, ArqComplexDouble *r);
+KORB_API void _arqzPow_26(int n, const ArqComplexDouble *a, const ArqComplexDouble *b, ArqComplexDouble *r);
+KORB_API extern const ArqKernelTwoZ korb_arq_kernel_zPow_ttab[3];
+KORB_API extern const float korb_arq_kernel_zPow_ctab[3];
+KORB_API void _arqcPowx(int n, const ArqComplexFloat *a, ArqComplexFloat b, ArqComplexFloat *r);
+KORB_API void _arqcPowx_HA(int n, const ArqComplexFloat *a, ArqComplexFloat b, ArqComplexFloat *r);
+KORB_API void _arqcPowx_21(int n, const ArqComplexFloat *a, ArqComplexFloat b, ArqComplexFloat *r);
+KORB_API void _arqcPowx_11(int n, const ArqComplexFloat *a, ArqComplexFloat b, ArqComplexFloat *r);
+KORB_API extern const ArqKernelScalarC korb_arq_kernel_cPowx_ttab[3];
+KORB_API extern const float korb_arq_kernel_cPowx_ctab[3];
+KORB_API void _arqzPowx(int n, const ArqComplexDouble *a, ArqComplexDouble b, ArqComplexDouble *r);
+KORB_API void _arqzPowx_HA(int n, const ArqComplexDouble *a, ArqComplexDouble b, ArqComplexDouble *r);
+KORB_API void _arqzPowx_50(int n, const ArqComplexDouble *a, ArqComplexDouble b, ArqComplexDouble *r);
+KORB_API void _arqzPowx_26(int n, const ArqComplexDouble *a, ArqComplexDouble b, ArqComplexDouble *r);
+KORB_API extern const ArqKernelScalarZ korb_arq_kernel_zPowx_ttab[3];
+KORB_API extern const float korb_arq_kernel_zPowx_ctab[3];
+KORB_API void _arqcSin(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSin_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSin_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSin_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cSin_ttab[3];
+KORB_API extern const float korb_arq_kernel_cSin_ctab[3];
+KORB_API void _arqzSin(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSin_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSin_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSin_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zSin_ttab[3];
+KORB_API extern const float korb_arq_kernel_zSin_ctab[3];
+KORB_API void _arqcSinh(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSinh_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSinh_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSinh_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cSinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_cSinh_ctab[3];
+KORB_API void _arqzSinh(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSinh_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSinh_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSinh_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zSinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_zSinh_ctab[3];
+KORB_API void _arqcSqrt(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSqrt_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSqrt_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcSqrt_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cSqrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_cSqrt_ctab[3];
+KORB_API void _arqzSqrt(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSqrt_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSqrt_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzSqrt_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zSqrt_ttab[3];
+KORB_API extern const float korb_arq_kernel_zSqrt_ctab[3];
+KORB_API void _arqcTan(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcTan_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcTan_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcTan_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cTan_ttab[3];
+KORB_API extern const float korb_arq_kernel_cTan_ctab[3];
+KORB_API void _arqzTan(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzTan_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzTan_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzTan_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zTan_ttab[3];
+KORB_API extern const float korb_arq_kernel_zTan_ctab[3];
+KORB_API void _arqcTanh(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcTanh_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcTanh_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcTanh_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelC korb_arq_kernel_cTanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_cTanh_ctab[3];
+KORB_API void _arqzTanh(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzTanh_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzTanh_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzTanh_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelZ korb_arq_kernel_zTanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_zTanh_ctab[3];
 /* Acos, Asin: arccosine in [0, pi] and arcsine in [-pi/2, pi/2]. |a| > 1 (also +-Inf) gives the
  * NaN 0xFFC00000 / 0xFFF8000000000000 with ARQ_STATUS_ERRDOM; asin(+-1) = +-pi/2, acos(1) = +0,
  * acos(-1) = pi, asin(+-0) = +-0, a NaN comes back quiet. */
