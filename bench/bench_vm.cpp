@@ -11,17 +11,17 @@
 //   libmvec    its SSE2-width vector variant, where the C library has one
 //   libmvec_avx2, libmvec_avx512
 //              its AVX2 and AVX-512 variants (_ZGVdN4v_, _ZGVeN8v_, ...; one-argument functions)
-//   sleef_u10, sleef_u35
-//              SLEEF's SSE2 variants of 1 and 3.5 ulp, when SLEEF is installed
-//   sleef_u10_avx2, sleef_u35_avx2, sleef_u10_avx512, sleef_u35_avx512
+//   sleef_u10, sleef_u15, sleef_u35
+//              SLEEF's SSE2 variants of 1, 1.5 and 3.5 ulp, when SLEEF is installed (1.5: erfc)
+//   sleef_u10_avx2, sleef_u35_avx2, sleef_u10_avx512, sleef_u35_avx512 (and u15)
 //              its AVX2 and AVX-512 variants (one-argument functions)
 //   copy       a plain loop copying the same vector: the cost unit of the cost tables
 // plus peers written here for functions the C library lacks or does differently: the bare
 // square-root instructions beside Sqrt, a scalar rational approximation beside ErfInv,
 // InvSqrt, InvCbrt, Pow2o3 and Pow3o2 composed of the C library's functions (and of libmvec's and
-// SLEEF's cube roots, and of the square-root instructions), GSL's inverse normal distribution
-// function beside CdfNormInv and Boost's inverse complementary error function (where installed)
-// beside ErfcInv, each in a loop.
+// SLEEF's cube roots, and of the square-root instructions), GSL's normal distribution function
+// and its inverse beside CdfNorm and CdfNormInv and Boost's inverse complementary error function
+// (where installed) beside ErfcInv, each in a loop.
 // The C library's and SLEEF's functions are found by name, so a new function of the list is
 // benchmarked against them without an edit here. Items are elements; each benchmark reports a
 // checksum of its results.
@@ -419,6 +419,14 @@ Loop composed_vector_loop(void *cbrt) {
         }
     };
 }
+// GSL's standard normal distribution function, in the function's precision.
+template <class T>
+void gsl_p_loop(int n, const void *a, const void *, void *r, void *) {
+    const T *x = static_cast<const T *>(a);
+    T *y = static_cast<T *>(r);
+    for (int i = 0; i < n; ++i) y[i] = static_cast<T>(gsl_cdf_ugaussian_P(x[i]));
+}
+
 // GSL's inverse of the standard normal distribution function, in the function's precision.
 template <class T>
 void gsl_pinv_loop(int n, const void *a, const void *, void *r, void *) {
@@ -466,6 +474,8 @@ const std::map<std::string, std::vector<Subject>> &peers_written_here() {
         {"sInvCbrt", {{"glibc", composed_scalar_loop<float, Composed::inv_cbrt>}}},
         {"dPow2o3", {{"glibc", composed_scalar_loop<double, Composed::pow2o3>}}},
         {"sPow2o3", {{"glibc", composed_scalar_loop<float, Composed::pow2o3>}}},
+        {"dCdfNorm", {{"gsl", gsl_p_loop<double>}}},
+        {"sCdfNorm", {{"gsl", gsl_p_loop<float>}}},
         {"dCdfNormInv", {{"gsl", gsl_pinv_loop<double>}}},
         {"sCdfNormInv", {{"gsl", gsl_pinv_loop<float>}}},
 #if KORB_HAVE_BOOST_ERF
@@ -533,7 +543,7 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
                                single ? wide_loop<float>(bytes, p) : wide_loop<double>(bytes, p)});
             }
 #ifdef KORB_HAVE_SLEEF
-            for (const char *accuracy : {"u10", "u35"}) {
+            for (const char *accuracy : {"u10", "u15", "u35"}) {
                 const std::string sname = "Sleef_" + libm + (single ? "f" : "d") + lanes + "_" +
                                           accuracy + (bytes == 32 ? "avx2" : "avx512f");
                 if (void *p = dlsym(RTLD_DEFAULT, sname.c_str())) {
@@ -545,7 +555,7 @@ std::vector<Subject> subjects(const FunctionInfo &f) {
 #endif
         }
 #ifdef KORB_HAVE_SLEEF
-        for (const char *accuracy : {"u10", "u35"}) {
+        for (const char *accuracy : {"u10", "u15", "u35"}) {
             const std::string sname =
                 "Sleef_" + libm + (single ? "f4_" : "d2_") + accuracy + "sse2";
             void *p = dlsym(RTLD_DEFAULT, sname.c_str());

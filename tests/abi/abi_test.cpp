@@ -251,8 +251,8 @@ TEST(KernelLibrary, ExportsTheTablesAndEntryPointsOfEveryBuiltFunction) {
 
 // Every built kernel writes nothing for n <= 0, and gives the caller's control register back:
 // here rounding upward with denormals-are-zero, while the mode asks for flushing; the results
-// are those of a call under the usual register (rounding to nearest), except Rint's and
-// NearbyInt's, which round in the caller's direction.
+// are those of a call under the usual register (rounding to nearest) with subnormal results
+// flushed, except Rint's and NearbyInt's, which round in the caller's direction.
 TEST(KernelLibrary, EveryKernelKeepsShortCallsAndTheCallersControlRegister) {
     void *lib = dlopen((kLibDir / "libkorb_def.so").c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(lib, nullptr) << dlerror();
@@ -288,7 +288,15 @@ TEST(KernelLibrary, EveryKernelKeepsShortCallsAndTheCallersControlRegister) {
             const bool callers_direction =
                 std::string(f.name) == "Rint" || std::string(f.name) == "NearbyInt";
             if (!callers_direction) {
-                EXPECT_EQ(got, nearest) << func << " slot " << slot;
+                // A subnormal result (sErfc(10)) is flushed to the zero of its sign.
+                std::vector<std::uint64_t> flushed = nearest;
+                const bool single = f.precision == 's' || f.precision == 'c';
+                const std::uint64_t sign = single ? 0x80000000u : 0x8000000000000000u;
+                const std::uint64_t exponent = single ? 0x7F800000u : 0x7FF0000000000000u;
+                for (std::uint64_t &b : flushed) {
+                    if ((b & exponent) == 0 && (b & ~sign) != 0) b &= sign;
+                }
+                EXPECT_EQ(got, flushed) << func << " slot " << slot;
             }
         }
     }

@@ -1379,6 +1379,51 @@ KORB_API void _arqdAtanh_26(int n, const double *a, double *r);
 KORB_API extern const ArqKernelD korb_arq_kernel_dAtanh_ttab[3];
 KORB_API extern const float korb_arq_kernel_dAtanh_ctab[3];
 
+/* Erf, Erfc: the error function and its complement. erf(+-0) = +-0, erf(+-Inf) = +-1,
+ * erfc(-Inf) = 2, erfc(+Inf) = +0, a NaN comes back quiet; a subnormal or zero result from a
+ * finite argument (erfc(a) for a > 26.5432 in double, 9.1945 in single; erf of a subnormal
+ * argument) reports ARQ_STATUS_UNDERFLOW. One kernel per precision. */
+KORB_API void _arqsErf(int n, const float *a, float *r);
+KORB_API void _arqsErf_HA(int n, const float *a, float *r);
+KORB_API void _arqsErf_21(int n, const float *a, float *r);
+KORB_API void _arqsErf_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sErf_ttab[3];
+KORB_API extern const float korb_arq_kernel_sErf_ctab[3];
+KORB_API void _arqdErf(int n, const double *a, double *r);
+KORB_API void _arqdErf_HA(int n, const double *a, double *r);
+KORB_API void _arqdErf_50(int n, const double *a, double *r);
+KORB_API void _arqdErf_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dErf_ttab[3];
+KORB_API extern const float korb_arq_kernel_dErf_ctab[3];
+KORB_API void _arqsErfc(int n, const float *a, float *r);
+KORB_API void _arqsErfc_HA(int n, const float *a, float *r);
+KORB_API void _arqsErfc_21(int n, const float *a, float *r);
+KORB_API void _arqsErfc_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sErfc_ttab[3];
+KORB_API extern const float korb_arq_kernel_sErfc_ctab[3];
+KORB_API void _arqdErfc(int n, const double *a, double *r);
+KORB_API void _arqdErfc_HA(int n, const double *a, double *r);
+KORB_API void _arqdErfc_50(int n, const double *a, double *r);
+KORB_API void _arqdErfc_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dErfc_ttab[3];
+KORB_API extern const float korb_arq_kernel_dErfc_ctab[3];
+
+/* CdfNorm: the standard normal distribution function, erfc(-a/sqrt(2))/2. Phi(-Inf) = +0,
+ * Phi(+Inf) = 1, a NaN comes back quiet; a subnormal or zero result (a < -37.5194 in double,
+ * -12.9500 in single) reports ARQ_STATUS_UNDERFLOW. Three kernels per precision: LA, HA and EP. */
+KORB_API void _arqsCdfNorm(int n, const float *a, float *r);
+KORB_API void _arqsCdfNorm_HA(int n, const float *a, float *r);
+KORB_API void _arqsCdfNorm_21(int n, const float *a, float *r);
+KORB_API void _arqsCdfNorm_11(int n, const float *a, float *r);
+KORB_API extern const ArqKernelS korb_arq_kernel_sCdfNorm_ttab[3];
+KORB_API extern const float korb_arq_kernel_sCdfNorm_ctab[3];
+KORB_API void _arqdCdfNorm(int n, const double *a, double *r);
+KORB_API void _arqdCdfNorm_HA(int n, const double *a, double *r);
+KORB_API void _arqdCdfNorm_50(int n, const double *a, double *r);
+KORB_API void _arqdCdfNorm_26(int n, const double *a, double *r);
+KORB_API extern const ArqKernelD korb_arq_kernel_dCdfNorm_ttab[3];
+KORB_API extern const float korb_arq_kernel_dCdfNorm_ctab[3];
+
 #ifdef __cplusplus
 }
 #endif
