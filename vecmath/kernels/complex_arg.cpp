@@ -196,6 +196,9 @@ constexpr char kCArg[] = "vcArg", kZArg[] = "vzArg";
 double arg_value(double x, double y) {
     return element_argument<false>(x, y);
 }
+void arg_value(const Vec<double> &x, const Vec<double> &y, Vec<double> &angle) {
+    angle = argument<false>(x, y);
+}
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_cArg_A(int n, const ComplexFloat *a,
                                                                      float *r) {
