@@ -32,6 +32,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -445,6 +446,23 @@ void boost_erfc_inv_loop(int n, const void *a, const void *, void *r, void *) {
 }
 #endif
 
+// The C library's complex inverse functions (casin, cacos, casinh, cacosh, catan, catanh and their
+// f forms, which <complex> calls for std::asin and the others) one element at a time.
+enum class ComplexInverse { asin, acos, asinh, acosh, atan, atanh };
+template <class T, ComplexInverse kF>
+void complex_inverse_loop(int n, const void *a, const void *, void *r, void *) {
+    const std::complex<T> *x = static_cast<const std::complex<T> *>(a);
+    std::complex<T> *y = static_cast<std::complex<T> *>(r);
+    for (int i = 0; i < n; ++i) {
+        if constexpr (kF == ComplexInverse::asin) y[i] = std::asin(x[i]);
+        if constexpr (kF == ComplexInverse::acos) y[i] = std::acos(x[i]);
+        if constexpr (kF == ComplexInverse::asinh) y[i] = std::asinh(x[i]);
+        if constexpr (kF == ComplexInverse::acosh) y[i] = std::acosh(x[i]);
+        if constexpr (kF == ComplexInverse::atan) y[i] = std::atan(x[i]);
+        if constexpr (kF == ComplexInverse::atanh) y[i] = std::atanh(x[i]);
+    }
+}
+
 struct Subject {
     std::string name;
     Loop loop;
@@ -476,6 +494,18 @@ const std::map<std::string, std::vector<Subject>> &peers_written_here() {
         {"sPow2o3", {{"glibc", composed_scalar_loop<float, Composed::pow2o3>}}},
         {"dCdfNorm", {{"gsl", gsl_p_loop<double>}}},
         {"sCdfNorm", {{"gsl", gsl_p_loop<float>}}},
+        {"cAcos", {{"glibc", complex_inverse_loop<float, ComplexInverse::acos>}}},
+        {"zAcos", {{"glibc", complex_inverse_loop<double, ComplexInverse::acos>}}},
+        {"cAcosh", {{"glibc", complex_inverse_loop<float, ComplexInverse::acosh>}}},
+        {"zAcosh", {{"glibc", complex_inverse_loop<double, ComplexInverse::acosh>}}},
+        {"cAsin", {{"glibc", complex_inverse_loop<float, ComplexInverse::asin>}}},
+        {"zAsin", {{"glibc", complex_inverse_loop<double, ComplexInverse::asin>}}},
+        {"cAsinh", {{"glibc", complex_inverse_loop<float, ComplexInverse::asinh>}}},
+        {"zAsinh", {{"glibc", complex_inverse_loop<double, ComplexInverse::asinh>}}},
+        {"cAtan", {{"glibc", complex_inverse_loop<float, ComplexInverse::atan>}}},
+        {"zAtan", {{"glibc", complex_inverse_loop<double, ComplexInverse::atan>}}},
+        {"cAtanh", {{"glibc", complex_inverse_loop<float, ComplexInverse::atanh>}}},
+        {"zAtanh", {{"glibc", complex_inverse_loop<double, ComplexInverse::atanh>}}},
         {"dCdfNormInv", {{"gsl", gsl_pinv_loop<double>}}},
         {"sCdfNormInv", {{"gsl", gsl_pinv_loop<float>}}},
 #if KORB_HAVE_BOOST_ERF

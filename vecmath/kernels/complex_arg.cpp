@@ -22,6 +22,7 @@
 #include <cstdint>
 
 #include "frame/simd.h"
+#include "vecmath/kernels/arg_value.h"
 #include "vecmath/kernels/complex.h"
 #include "vecmath/kernels/exact.h"
 #include "vecmath/kernels/frame.h"
@@ -194,6 +195,13 @@ struct Arg {
 constexpr char kCArg[] = "vcArg", kZArg[] = "vzArg";
 
 }  // namespace
+
+double arg_value(double x, double y) {
+    return element_argument<false>(x, y);
+}
+void arg_value(const Vec<double> &x, const Vec<double> &y, Vec<double> &angle) {
+    angle = argument<false>(x, y);
+}
 
 extern "C" __attribute__((visibility("hidden"))) void korb_vm_cArg_A(int n, const ComplexFloat *a,
                                                                      float *r) {

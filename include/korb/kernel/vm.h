@@ -1423,6 +1423,87 @@ KORB_API void _arqdCdfNorm_50(int n, const double *a, double *r);
 KORB_API void _arqdCdfNorm_26(int n, const double *a, double *r);
 KORB_API extern const ArqKernelD korb_arq_kernel_dCdfNorm_ttab[3];
 KORB_API extern const float korb_arq_kernel_dCdfNorm_ctab[3];
+/*
+ * Complex inverse trigonometric and hyperbolic functions (c, z): Acos, Asin, Acosh, Asinh, Atan,
+ * Atanh, one kernel in all three slots, each part within a few ulp of the exact part (the
+ * measured bounds are in the function list). Branch cuts and special values as C99 Annex G; the
+ * sign of a zero part selects the side of a cut. Atanh(+-1 +- i0) and Atan(+-0 +- i) are poles:
+ * an infinite part with ARQ_STATUS_SING. No other argument reports a status.
+ */
+typedef void (*ArqKernelComplexC)(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+typedef void (*ArqKernelComplexZ)(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqcAcos(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAcos_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAcos_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAcos_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelComplexC korb_arq_kernel_cAcos_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAcos_ctab[3];
+KORB_API void _arqzAcos(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAcos_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAcos_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAcos_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelComplexZ korb_arq_kernel_zAcos_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAcos_ctab[3];
+KORB_API void _arqcAcosh(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAcosh_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAcosh_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAcosh_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelComplexC korb_arq_kernel_cAcosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAcosh_ctab[3];
+KORB_API void _arqzAcosh(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAcosh_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAcosh_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAcosh_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelComplexZ korb_arq_kernel_zAcosh_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAcosh_ctab[3];
+KORB_API void _arqcAsin(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAsin_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAsin_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAsin_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelComplexC korb_arq_kernel_cAsin_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAsin_ctab[3];
+KORB_API void _arqzAsin(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAsin_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAsin_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAsin_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelComplexZ korb_arq_kernel_zAsin_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAsin_ctab[3];
+KORB_API void _arqcAsinh(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAsinh_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAsinh_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAsinh_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelComplexC korb_arq_kernel_cAsinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAsinh_ctab[3];
+KORB_API void _arqzAsinh(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAsinh_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAsinh_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAsinh_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelComplexZ korb_arq_kernel_zAsinh_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAsinh_ctab[3];
+KORB_API void _arqcAtan(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAtan_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAtan_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAtan_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelComplexC korb_arq_kernel_cAtan_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAtan_ctab[3];
+KORB_API void _arqzAtan(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAtan_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAtan_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAtan_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelComplexZ korb_arq_kernel_zAtan_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAtan_ctab[3];
+KORB_API void _arqcAtanh(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAtanh_HA(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAtanh_21(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API void _arqcAtanh_11(int n, const ArqComplexFloat *a, ArqComplexFloat *r);
+KORB_API extern const ArqKernelComplexC korb_arq_kernel_cAtanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_cAtanh_ctab[3];
+KORB_API void _arqzAtanh(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAtanh_HA(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAtanh_50(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API void _arqzAtanh_26(int n, const ArqComplexDouble *a, ArqComplexDouble *r);
+KORB_API extern const ArqKernelComplexZ korb_arq_kernel_zAtanh_ttab[3];
+KORB_API extern const float korb_arq_kernel_zAtanh_ctab[3];
 
 #ifdef __cplusplus
 }
