@@ -32,12 +32,20 @@ KORB_API void vsAcos(int n, const float *a, float *r);
 KORB_API void vmsAcos(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdAcos(int n, const double *a, double *r);
 KORB_API void vmdAcos(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcAcos(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcAcos(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzAcos(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzAcos(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Acosh */
 KORB_API void vsAcosh(int n, const float *a, float *r);
 KORB_API void vmsAcosh(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdAcosh(int n, const double *a, double *r);
 KORB_API void vmdAcosh(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcAcosh(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcAcosh(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzAcosh(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzAcosh(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Add */
 KORB_API void vsAdd(int n, const float *a, const float *b, float *r);
@@ -62,18 +70,30 @@ KORB_API void vsAsin(int n, const float *a, float *r);
 KORB_API void vmsAsin(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdAsin(int n, const double *a, double *r);
 KORB_API void vmdAsin(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcAsin(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcAsin(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzAsin(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzAsin(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Asinh */
 KORB_API void vsAsinh(int n, const float *a, float *r);
 KORB_API void vmsAsinh(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdAsinh(int n, const double *a, double *r);
 KORB_API void vmdAsinh(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcAsinh(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcAsinh(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzAsinh(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzAsinh(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Atan */
 KORB_API void vsAtan(int n, const float *a, float *r);
 KORB_API void vmsAtan(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdAtan(int n, const double *a, double *r);
 KORB_API void vmdAtan(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcAtan(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcAtan(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzAtan(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzAtan(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Atan2 */
 KORB_API void vsAtan2(int n, const float *a, const float *b, float *r);
@@ -86,12 +106,22 @@ KORB_API void vsAtanh(int n, const float *a, float *r);
 KORB_API void vmsAtanh(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdAtanh(int n, const double *a, double *r);
 KORB_API void vmdAtanh(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcAtanh(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcAtanh(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzAtanh(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzAtanh(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Cbrt */
 KORB_API void vsCbrt(int n, const float *a, float *r);
 KORB_API void vmsCbrt(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdCbrt(int n, const double *a, double *r);
 KORB_API void vmdCbrt(int n, const double *a, double *r, unsigned int mode);
+
+/* CdfNorm */
+KORB_API void vsCdfNorm(int n, const float *a, float *r);
+KORB_API void vmsCdfNorm(int n, const float *a, float *r, unsigned int mode);
+KORB_API void vdCdfNorm(int n, const double *a, double *r);
+KORB_API void vmdCdfNorm(int n, const double *a, double *r, unsigned int mode);
 
 /* CdfNormInv */
 KORB_API void vsCdfNormInv(int n, const float *a, float *r);
@@ -122,12 +152,20 @@ KORB_API void vsCos(int n, const float *a, float *r);
 KORB_API void vmsCos(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdCos(int n, const double *a, double *r);
 KORB_API void vmdCos(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcCos(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcCos(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzCos(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzCos(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Cosh */
 KORB_API void vsCosh(int n, const float *a, float *r);
 KORB_API void vmsCosh(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdCosh(int n, const double *a, double *r);
 KORB_API void vmdCosh(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcCosh(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcCosh(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzCosh(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzCosh(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Div */
 KORB_API void vsDiv(int n, const float *a, const float *b, float *r);
@@ -140,6 +178,18 @@ KORB_API void vmcDiv(int n, const ArqComplex8 *a, const ArqComplex8 *b, ArqCompl
 KORB_API void vzDiv(int n, const ArqComplex16 *a, const ArqComplex16 *b, ArqComplex16 *r);
 KORB_API void vmzDiv(int n, const ArqComplex16 *a, const ArqComplex16 *b, ArqComplex16 *r,
     unsigned int mode);
+
+/* Erf */
+KORB_API void vsErf(int n, const float *a, float *r);
+KORB_API void vmsErf(int n, const float *a, float *r, unsigned int mode);
+KORB_API void vdErf(int n, const double *a, double *r);
+KORB_API void vmdErf(int n, const double *a, double *r, unsigned int mode);
+
+/* Erfc */
+KORB_API void vsErfc(int n, const float *a, float *r);
+KORB_API void vmsErfc(int n, const float *a, float *r, unsigned int mode);
+KORB_API void vdErfc(int n, const double *a, double *r);
+KORB_API void vmdErfc(int n, const double *a, double *r, unsigned int mode);
 
 /* ErfcInv */
 KORB_API void vsErfcInv(int n, const float *a, float *r);
@@ -158,6 +208,10 @@ KORB_API void vsExp(int n, const float *a, float *r);
 KORB_API void vmsExp(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdExp(int n, const double *a, double *r);
 KORB_API void vmdExp(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcExp(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcExp(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzExp(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzExp(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Expm1 */
 KORB_API void vsExpm1(int n, const float *a, float *r);
@@ -210,12 +264,20 @@ KORB_API void vsLn(int n, const float *a, float *r);
 KORB_API void vmsLn(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdLn(int n, const double *a, double *r);
 KORB_API void vmdLn(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcLn(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcLn(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzLn(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzLn(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Log10 */
 KORB_API void vsLog10(int n, const float *a, float *r);
 KORB_API void vmsLog10(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdLog10(int n, const double *a, double *r);
 KORB_API void vmdLog10(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcLog10(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcLog10(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzLog10(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzLog10(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Log1p */
 KORB_API void vsLog1p(int n, const float *a, float *r);
@@ -305,6 +367,12 @@ KORB_API void vsPow(int n, const float *a, const float *b, float *r);
 KORB_API void vmsPow(int n, const float *a, const float *b, float *r, unsigned int mode);
 KORB_API void vdPow(int n, const double *a, const double *b, double *r);
 KORB_API void vmdPow(int n, const double *a, const double *b, double *r, unsigned int mode);
+KORB_API void vcPow(int n, const ArqComplex8 *a, const ArqComplex8 *b, ArqComplex8 *r);
+KORB_API void vmcPow(int n, const ArqComplex8 *a, const ArqComplex8 *b, ArqComplex8 *r,
+    unsigned int mode);
+KORB_API void vzPow(int n, const ArqComplex16 *a, const ArqComplex16 *b, ArqComplex16 *r);
+KORB_API void vmzPow(int n, const ArqComplex16 *a, const ArqComplex16 *b, ArqComplex16 *r,
+    unsigned int mode);
 
 /* Pow2o3 */
 KORB_API void vsPow2o3(int n, const float *a, float *r);
@@ -323,6 +391,12 @@ KORB_API void vsPowx(int n, const float *a, float b, float *r);
 KORB_API void vmsPowx(int n, const float *a, float b, float *r, unsigned int mode);
 KORB_API void vdPowx(int n, const double *a, double b, double *r);
 KORB_API void vmdPowx(int n, const double *a, double b, double *r, unsigned int mode);
+KORB_API void vcPowx(int n, const ArqComplex8 *a, ArqComplex8 b, ArqComplex8 *r);
+KORB_API void vmcPowx(int n, const ArqComplex8 *a, ArqComplex8 b, ArqComplex8 *r,
+    unsigned int mode);
+KORB_API void vzPowx(int n, const ArqComplex16 *a, ArqComplex16 b, ArqComplex16 *r);
+KORB_API void vmzPowx(int n, const ArqComplex16 *a, ArqComplex16 b, ArqComplex16 *r,
+    unsigned int mode);
 
 /* Rint */
 KORB_API int vsRint(int n, const float *a, float *r);
@@ -341,6 +415,10 @@ KORB_API void vsSin(int n, const float *a, float *r);
 KORB_API void vmsSin(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdSin(int n, const double *a, double *r);
 KORB_API void vmdSin(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcSin(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcSin(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzSin(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzSin(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* SinCos */
 KORB_API void vsSinCos(int n, const float *a, float *r1, float *r2);
@@ -353,6 +431,10 @@ KORB_API void vsSinh(int n, const float *a, float *r);
 KORB_API void vmsSinh(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdSinh(int n, const double *a, double *r);
 KORB_API void vmdSinh(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcSinh(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcSinh(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzSinh(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzSinh(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Sqr */
 KORB_API void vsSqr(int n, const float *a, float *r);
@@ -365,6 +447,10 @@ KORB_API void vsSqrt(int n, const float *a, float *r);
 KORB_API void vmsSqrt(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdSqrt(int n, const double *a, double *r);
 KORB_API void vmdSqrt(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcSqrt(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcSqrt(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzSqrt(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzSqrt(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Sub */
 KORB_API void vsSub(int n, const float *a, const float *b, float *r);
@@ -383,12 +469,20 @@ KORB_API void vsTan(int n, const float *a, float *r);
 KORB_API void vmsTan(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdTan(int n, const double *a, double *r);
 KORB_API void vmdTan(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcTan(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcTan(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzTan(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzTan(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Tanh */
 KORB_API void vsTanh(int n, const float *a, float *r);
 KORB_API void vmsTanh(int n, const float *a, float *r, unsigned int mode);
 KORB_API void vdTanh(int n, const double *a, double *r);
 KORB_API void vmdTanh(int n, const double *a, double *r, unsigned int mode);
+KORB_API void vcTanh(int n, const ArqComplex8 *a, ArqComplex8 *r);
+KORB_API void vmcTanh(int n, const ArqComplex8 *a, ArqComplex8 *r, unsigned int mode);
+KORB_API void vzTanh(int n, const ArqComplex16 *a, ArqComplex16 *r);
+KORB_API void vmzTanh(int n, const ArqComplex16 *a, ArqComplex16 *r, unsigned int mode);
 
 /* Trunc */
 KORB_API int vsTrunc(int n, const float *a, float *r);

@@ -18,6 +18,7 @@ threads sharing one stream take turns while threads with their own streams run i
 """
 import ctypes
 import inspect
+import keyword
 import operator
 import os
 import struct
@@ -351,8 +352,10 @@ class _Distribution:
         self.dimension = entry["dimension"]
         self.functions = {}
         # The keyword of each parameter: korb rng's option name, with a trailing _ where it
-        # would take the name of one of the method's own arguments.
-        self.keys = [key + "_" if key in ("self", "n", "method", "dtype", "out") else key
+        # would take the name of one of the method's own arguments or is a Python keyword
+        # (the Poisson's lambda_).
+        self.keys = [key + "_" if key in ("self", "n", "method", "dtype", "out")
+                     or keyword.iskeyword(key) else key
                      for _, _, _, key, _ in self.params]
 
     def function(self, p):

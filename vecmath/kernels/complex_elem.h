@@ -425,11 +425,13 @@ template <class T>
 // through, as Exp's imaginary zero) is then converted both times, so that under
 // denormals-are-zero a subnormal float reads as 0 in every class, as the lanes' conversions
 // read it; folded, the compiler kept the float's bits in some classes and not in others.
+// A double part is read as the arithmetic reads it (as_read): in the flushing mode a subnormal
+// part is the zero of its sign, also where a kernel passes it through unchanged.
 template <class T>
 [[gnu::always_inline]] inline Cx<double> widen(Complex<T> z) {
     const Cx<double> w = cx::widen(z);
     if constexpr (sizeof(T) == 4) return {opaque_value(w.re), opaque_value(w.im)};
-    return w;
+    return {as_read(w.re), as_read(w.im)};
 }
 
 template <class T>

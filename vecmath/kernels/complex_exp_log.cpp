@@ -114,8 +114,11 @@ template <bool kAccurate>
     const Pair<V> m = cxe::exp_mantissa(z.re, V{}, t);
     const Cx<V> p = exp_parts<kAccurate>(m, sc);
     const Bits<V> zero_im = simd::mask<V>(z.im == 0.0);
-    refused |=
-        cxe::magnitude_below(p.re, 0x1p-100) | (~zero_im & cxe::magnitude_below(p.im, 0x1p-100));
+    // An imaginary part that compares equal to 0 without being a zero is a subnormal read as 0
+    // in the flushing mode: the element path gives it the zero's result.
+    refused |= cxe::magnitude_below(p.re, 0x1p-100) |
+               (~zero_im & cxe::magnitude_below(p.im, 0x1p-100)) |
+               (zero_im & ~cxe::magnitude_below(z.im, 0x1p-1074));
     return {cxe::scale_lanes(p.re, t), simd::select(zero_im, z.im, cxe::scale_lanes(p.im, t))};
 }
 
