@@ -21,13 +21,15 @@ namespace list = korb::dist::list;
 
 // One public entry point of the list behind a uniform signature: the scalar parameters as doubles
 // (each converted to the entry point's own type); an array parameter gets kArrayLength elements
-// of 0.5, inside every array domain of the list (means and factors), enough for the dimensions
-// the test draws.
+// of 0.5, inside every array domain of the list (means, factors, per-variate means), enough for the
+// sizes and dimensions the test draws.
 template <class Out>
 using Caller = int (*)(int method, BixStream *stream, int n, Out *r, const double *p);
 
 constexpr int kMaxDimension = 8;
-constexpr int kArrayLength = kMaxDimension * kMaxDimension;
+constexpr int kMaxSize = 100;  // the largest n the test draws: arrays of length n (PoissonV)
+constexpr int kArrayLength =
+    kMaxSize > kMaxDimension *kMaxDimension ? kMaxSize : kMaxDimension *kMaxDimension;
 
 template <class T>
 const T *array_argument() {
@@ -140,8 +142,7 @@ std::string one_call(const EntryPoint &ep, Caller<Out> f, BixStream *stream, std
         }
     }
     // Pairs in order now and then, so that relations such as a < b hold often enough.
-    if (e.param_count >= 2 && e.params[0].type == e.params[1].type && g() % 2 == 0 &&
-        p[0] > p[1]) {
+    if (e.param_count >= 2 && e.params[0].type == e.params[1].type && g() % 2 == 0 && p[0] > p[1]) {
         std::swap(p[0], p[1]);
     }
     // A vector distribution's dimension stays within the arrays the test passes.
