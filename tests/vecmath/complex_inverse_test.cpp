@@ -327,6 +327,11 @@ double part_error(T got, mpfr_srcptr exact, mpfr_srcptr modulus, mpfr_ptr scratc
     const int digits = std::numeric_limits<T>::digits;
     const int min_exp = std::numeric_limits<T>::min_exponent - digits;  // of the smallest subnormal
     if (mpfr_zero_p(exact)) return got == 0 ? 0.0 : kInf;
+    if (!mpfr_regular_p(exact)) {  // an infinite or NaN part must be met exactly
+        mpfr_set_d(scratch, static_cast<double>(got), MPFR_RNDN);
+        const bool same = mpfr_nan_p(exact) ? std::isnan(got) : mpfr_equal_p(scratch, exact) != 0;
+        return same ? 0.0 : kInf;
+    }
     mpfr_srcptr scale = exact;
     if (mpfr_regular_p(exact) && mpfr_regular_p(modulus) &&
         mpfr_get_exp(exact) < mpfr_get_exp(modulus) - 20) {
