@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/emit_or_check.h"
+
 namespace {
 
 struct Line {
@@ -119,30 +121,5 @@ std::string make() {
 }  // namespace
 
 int main(int argc, char **argv) {
-    const std::string text = make();
-    if (argc == 3 && std::strcmp(argv[1], "--check") == 0) {
-        std::FILE *f = std::fopen(argv[2], "rb");
-        if (f == nullptr) {
-            std::fprintf(stderr, "gen_vm_header: cannot read %s\n", argv[2]);
-            return 1;
-        }
-        std::string committed;
-        char buf[4096];
-        std::size_t got;
-        while ((got = std::fread(buf, 1, sizeof buf, f)) > 0) committed.append(buf, got);
-        std::fclose(f);
-        if (committed != text) {
-            std::fprintf(stderr,
-                         "gen_vm_header: %s differs from the function list; run make vm-header\n",
-                         argv[2]);
-            return 1;
-        }
-        return 0;
-    }
-    if (argc != 1) {
-        std::fprintf(stderr, "usage: gen_vm_header [--check FILE]\n");
-        return 2;
-    }
-    std::fputs(text.c_str(), stdout);
-    return 0;
+    return emit_or_check("gen_vm_header", "vm-header", make(), argc, argv);
 }
